@@ -1,0 +1,265 @@
+// POSIX implementation of the operating-system layer, with the test fault-injection counters.
+#include "common/os.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+
+namespace qorvane::os {
+namespace {
+
+// Countdown to an injected failure: 0 is off, 1 fails the next call.
+std::atomic<int> write_countdown{0};
+std::atomic<int> write_errno{0};
+std::atomic<int> sync_countdown{0};
+std::atomic<int> sync_errno{0};
+
+// Returns the errno to fail with when this call is the injected one, else 0.
+int TakeFault(std::atomic<int>& countdown, std::atomic<int>& error_number) {
+  int current = countdown.load();
+  while (current > 0) {
+    if (countdown.compare_exchange_weak(current, current - 1)) {
+      return current == 1 ? error_number.load() : 0;
+    }
+  }
+  return 0;
+}
+
+bool AsciiEqualNoCase(const std::string& a, const std::string& b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    unsigned char x = static_cast<unsigned char>(a[i]);
+    unsigned char y = static_cast<unsigned char>(b[i]);
+    if (x >= 'A' && x <= 'Z') x = static_cast<unsigned char>(x - 'A' + 'a');
+    if (y >= 'A' && y <= 'Z') y = static_cast<unsigned char>(y - 'A' + 'a');
+    if (x != y) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+void FaultInjection::FailNthWrite(int n, int error_number) {
+  write_errno = error_number;
+  write_countdown = n;
+}
+void FaultInjection::FailNthSync(int n, int error_number) {
+  sync_errno = error_number;
+  sync_countdown = n;
+}
+void FaultInjection::Reset() {
+  write_countdown = 0;
+  sync_countdown = 0;
+}
+
+File File::Open(const std::string& path, OpenMode mode) {
+  int flags = O_CLOEXEC;
+  switch (mode) {
+    case OpenMode::ReadOnly: flags |= O_RDONLY; break;
+    case OpenMode::ReadWrite: flags |= O_RDWR; break;
+    case OpenMode::CreateTruncate: flags |= O_RDWR | O_CREAT | O_TRUNC; break;
+    case OpenMode::CreateNew: flags |= O_RDWR | O_CREAT | O_EXCL; break;
+  }
+  int fd = ::open(path.c_str(), flags, 0644);
+  if (fd < 0) throw ErrorFromErrno(errno, "cannot open", path);
+  File file;
+  file.fd_ = fd;
+  file.path_ = path;
+  return file;
+}
+
+File::File(File&& other) noexcept : fd_(other.fd_), path_(std::move(other.path_)) { other.fd_ = -1; }
+
+File& File::operator=(File&& other) noexcept {
+  if (this != &other) {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = other.fd_;
+    path_ = std::move(other.path_);
+    other.fd_ = -1;
+  }
+  return *this;
+}
+
+File::~File() {
+  if (fd_ >= 0) ::close(fd_);
+}
+
+std::uint64_t File::Size() const {
+  struct stat st {};
+  if (::fstat(fd_, &st) != 0) throw ErrorFromErrno(errno, "cannot read the size of", path_);
+  return static_cast<std::uint64_t>(st.st_size);
+}
+
+std::size_t File::ReadAt(std::uint64_t offset, std::span<std::byte> buffer) const {
+  std::size_t done = 0;
+  while (done < buffer.size()) {
+    ssize_t n = ::pread(fd_, buffer.data() + done, buffer.size() - done,
+                        static_cast<off_t>(offset + done));
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      throw ErrorFromErrno(errno, "cannot read", path_);
+    }
+    if (n == 0) break;
+    done += static_cast<std::size_t>(n);
+  }
+  return done;
+}
+
+void File::WriteAt(std::uint64_t offset, std::span<const std::byte> data) {
+  if (int injected = TakeFault(write_countdown, write_errno)) {
+    throw ErrorFromErrno(injected, "cannot write", path_);
+  }
+  std::size_t done = 0;
+  while (done < data.size()) {
+    ssize_t n = ::pwrite(fd_, data.data() + done, data.size() - done,
+                         static_cast<off_t>(offset + done));
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      throw ErrorFromErrno(errno, "cannot write", path_);
+    }
+    done += static_cast<std::size_t>(n);
+  }
+}
+
+void File::Truncate(std::uint64_t size) {
+  if (::ftruncate(fd_, static_cast<off_t>(size)) != 0) {
+    throw ErrorFromErrno(errno, "cannot set the size of", path_);
+  }
+}
+
+void File::Sync() {
+  if (int injected = TakeFault(sync_countdown, sync_errno)) {
+    throw ErrorFromErrno(injected, "cannot flush", path_);
+  }
+  if (::fsync(fd_) != 0) throw ErrorFromErrno(errno, "cannot flush", path_);
+}
+
+void File::Close() {
+  if (fd_ >= 0) {
+    int result = ::close(fd_);
+    fd_ = -1;
+    if (result != 0) throw ErrorFromErrno(errno, "cannot close", path_);
+  }
+}
+
+bool File::TryLockExclusive() {
+  if (::flock(fd_, LOCK_EX | LOCK_NB) == 0) return true;
+  if (errno == EWOULDBLOCK) return false;
+  throw ErrorFromErrno(errno, "cannot lock", path_);
+}
+
+std::vector<std::byte> ReadWholeFile(const std::string& path) {
+  File file = File::Open(path, OpenMode::ReadOnly);
+  std::vector<std::byte> data(file.Size());
+  data.resize(file.ReadAt(0, data));
+  return data;
+}
+
+void WriteWholeFile(const std::string& path, std::span<const std::byte> data) {
+  File file = File::Open(path, OpenMode::CreateTruncate);
+  file.WriteAt(0, data);
+  file.Sync();
+  file.Close();
+}
+
+bool IsRegularFile(const std::string& path) {
+  struct stat st {};
+  return ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+bool IsDirectory(const std::string& path) {
+  struct stat st {};
+  return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+std::optional<std::uint64_t> FileSize(const std::string& path) {
+  struct stat st {};
+  if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
+  return static_cast<std::uint64_t>(st.st_size);
+}
+
+void Rename(const std::string& from, const std::string& to) {
+  if (::rename(from.c_str(), to.c_str()) != 0) {
+    throw ErrorFromErrno(errno, "cannot rename " + from + " to", to);
+  }
+}
+
+void RemoveFile(const std::string& path) {
+  if (::unlink(path.c_str()) != 0 && errno != ENOENT) {
+    throw ErrorFromErrno(errno, "cannot remove", path);
+  }
+}
+
+void MakeDirectory(const std::string& path) {
+  if (::mkdir(path.c_str(), 0755) != 0 && errno != EEXIST) {
+    throw ErrorFromErrno(errno, "cannot create the folder", path);
+  }
+}
+
+void CopyFile(const std::string& from, const std::string& to) {
+  File source = File::Open(from, OpenMode::ReadOnly);
+  File target = File::Open(to, OpenMode::CreateTruncate);
+  std::vector<std::byte> buffer(1 << 20);
+  std::uint64_t offset = 0;
+  for (;;) {
+    std::size_t n = source.ReadAt(offset, buffer);
+    if (n == 0) break;
+    target.WriteAt(offset, std::span<const std::byte>(buffer.data(), n));
+    offset += n;
+  }
+  target.Sync();
+  target.Close();
+}
+
+void SyncDirectory(const std::string& path) {
+  int fd = ::open(path.empty() ? "." : path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) throw ErrorFromErrno(errno, "cannot open the folder", path);
+  int injected = TakeFault(sync_countdown, sync_errno);
+  int result = injected ? -1 : ::fsync(fd);
+  int saved = injected ? injected : errno;
+  ::close(fd);
+  if (result != 0) throw ErrorFromErrno(saved, "cannot flush the folder", path);
+}
+
+std::vector<std::string> ListDirectory(const std::string& path) {
+  DIR* dir = ::opendir(path.empty() ? "." : path.c_str());
+  if (dir == nullptr) throw ErrorFromErrno(errno, "cannot list the folder", path);
+  std::vector<std::string> names;
+  while (dirent* entry = ::readdir(dir)) {
+    std::string name = entry->d_name;
+    if (name != "." && name != "..") names.push_back(std::move(name));
+  }
+  ::closedir(dir);
+  return names;
+}
+
+std::optional<std::string> FindCaseInsensitive(const std::string& dir, const std::string& name) {
+  std::string exact = JoinPath(dir, name);
+  struct stat st {};
+  if (::stat(exact.c_str(), &st) == 0) return exact;
+  DIR* handle = ::opendir(dir.empty() ? "." : dir.c_str());
+  if (handle == nullptr) return std::nullopt;
+  std::optional<std::string> found;
+  while (dirent* entry = ::readdir(handle)) {
+    if (AsciiEqualNoCase(entry->d_name, name)) {
+      found = JoinPath(dir, entry->d_name);
+      break;
+    }
+  }
+  ::closedir(handle);
+  return found;
+}
+
+std::string JoinPath(const std::string& dir, const std::string& name) {
+  if (dir.empty()) return name;
+  if (dir.back() == '/') return dir + name;
+  return dir + "/" + name;
+}
+
+}  // namespace qorvane::os
