@@ -1,0 +1,66 @@
+// The one model of the main form, frmConvert: every caption, label, text box, list, check box,
+// image and frame that the conversion reads or writes, under the control names the office's
+// manual uses. The converters and the run change this model and ask the View to show it; they
+// never touch a widget. The command line, the window and the tests each present it their way.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace qorvane::app {
+
+struct FormModel {
+  // Window and captions.
+  std::string Caption;          // the window title
+  std::string lblTitle;         // names the two programs
+  std::string lblDescription;   // "This program converts tracking data from the ..."
+  std::string cmdSource;        // caption of the source picker button
+  std::string cmdTarget;        // caption of the target picker button
+  std::string cmdQuit = "Quit";
+  std::string lblHint;          // the running hint shown while a run goes on
+  bool ButtonsEnabled = true;   // Convert, the pickers and the check boxes (off during a run)
+
+  // Company labels, filled at start-up from the source program's user table.
+  std::string lblCompany;
+  std::string lblphone;
+  std::string lblfax;
+
+  // Status labels and the progress gauge (0..99).
+  std::string lblCaption;
+  std::string lblAddress;
+  std::string lblRecord;        // the record counter; the run reads it as a step's count
+  std::string lblmsg;
+  int gauprogress = 0;
+
+  // Text boxes.
+  std::string txtPyxPath;       // source data path
+  std::string txtZulPath;       // target data path
+  std::string txtfilenum;       // the file number the applied-payments step takes
+
+  // Lists.
+  std::vector<std::string> lstIllegalFilenumbers;
+  std::vector<std::string> lstWasNotConverted;
+  std::vector<std::string> lstfilenum;  // limits a run to these file numbers when not empty
+
+  // Frames.
+  bool fraIllegalFix = false;
+  bool fraCustomize = false;
+
+  // Check boxes by control name ("ckbProperty", "ckbViewLog", ...): 1 checked, 0 not.
+  std::map<std::string, int> CheckBoxes;
+  // Image controls by name ("imaclient", "imaClientNow", ...): true when visible.
+  std::map<std::string, bool> Images;
+
+  bool Checked(const std::string& check_box) const {
+    auto found = CheckBoxes.find(check_box);
+    return found != CheckBoxes.end() && found->second == 1;
+  }
+  void SetCheck(const std::string& check_box, bool checked) { CheckBoxes[check_box] = checked ? 1 : 0; }
+  bool ImageVisible(const std::string& image) const {
+    auto found = Images.find(image);
+    return found != Images.end() && found->second;
+  }
+};
+
+}  // namespace qorvane::app

@@ -1,0 +1,305 @@
+// Start-up, settings, the log, the gauge, the Quit prompt and the error reporter of the main
+// form. The conversion run itself is in run.cpp.
+#include "app/main_form.h"
+
+#include <fmt/format.h>
+
+#include "app/paths.h"
+
+namespace qorvane::app {
+namespace {
+
+constexpr const char* kQuitHint = "Hit ESC key or 'Quit Conversion' button to halt conversion process.";
+constexpr const char* kPausedLine = "Conversion paused by User (Quit button) ~ continued";
+constexpr const char* kStoppedLine = "Conversion aborted by User and program ended (Quit button)";
+
+// Check boxes whose choice FOXCON.INI keeps, with the value a first start gets.
+struct CheckBoxDefault {
+  const char* name;
+  int value;
+};
+constexpr CheckBoxDefault kCheckBoxDefaults[] = {
+    {"ckbformtypes", 1}, {"ckbClient", 1}, {"ckbappraiser", 1}, {"ckbaddapprformtypes", 1},
+    {"ckbAddClientFormTypes", 1}, {"ckbProperty", 1}, {"ckbinvoice", 1}, {"ckbapprexp", 1},
+    {"ckbApprFee", 1}, {"ckbclientfee", 1}, {"ckbApplied", 1}, {"ckbcompany", 1},
+    {"ckbusers", 1}, {"ckbPrelim", 0}, {"ckbMassage", 0}, {"ckbmassageproperty", 0},
+    {"ckbmassageassigned", 0}, {"ckbmassageinvoice", 0}, {"ckbViewLog", 0},
+    {"ckbClearFormTypes", 0}, {"ckbclearapplied", 0}, {"ckbClearAppraiser", 0},
+    {"ckbclearapprfee", 0}, {"ckbClearClient", 0}, {"ckbclearclientfee", 0},
+    {"ckbclearcompany", 0}, {"ckbclearinvoice", 0}, {"ckbClearProperty", 0},
+    {"ckbclearsystem", 0},
+};
+
+std::string OptionTag(const std::string& check_box, int default_value) {
+  return fmt::format("<WINDIR>{}[{}]{}|{}", kConverterSettingsFile, kOptionsSection, check_box,
+                     default_value);
+}
+
+}  // namespace
+
+std::string LogFileName(const Timestamp& start) {
+  return fmt::format("ConvLog-{:02}{:02}{:02}-{}{}{}.log", start.year % 100, start.month, start.day,
+                     start.hour, start.minute, start.second);
+}
+
+std::string ElapsedTimeText(std::int64_t seconds) {
+  constexpr std::int64_t kSecondsPerDay = 84600;  // not 86400: the log has always used this
+  std::int64_t days = seconds / kSecondsPerDay;
+  std::int64_t rest = seconds - days * kSecondsPerDay;
+  std::int64_t hours = rest / 3600;
+  rest -= hours * 3600;
+  std::int64_t minutes = rest / 60;
+  std::int64_t secs = rest - minutes * 60;
+  return Str(days) + " days " + Str(hours) + " hrs " + Str(minutes) + " mins " + Str(secs) + " secs";
+}
+
+MainForm::MainForm(View& view, Settings settings, Clock& clock)
+    : view_(view), settings_(std::move(settings)), clock_(clock) {
+  for (const CheckBoxDefault& box : kCheckBoxDefaults) form_.CheckBoxes[box.name] = box.value;
+}
+
+void MainForm::TagRead() {
+  Guard("TagRead", [&] {
+    session_.TargetProgram = settings_.Read(tags::kTargetProgram);
+    session_.SourceProgram = settings_.Read(tags::kSourceProgram);
+    std::string source = settings_.Read(tags::kLastSourcePath);
+    if (Trim(source).empty()) source = settings_.Read(tags::kSourceDataDir);
+    std::string target = settings_.Read(tags::kLastTargetPath);
+    if (Trim(target).empty()) target = settings_.Read(tags::kTargetDataDir);
+    form_.txtPyxPath = source;
+    form_.txtZulPath = target;
+    for (const CheckBoxDefault& box : kCheckBoxDefaults) {
+      std::string value = settings_.Read(OptionTag(box.name, box.value));
+      form_.CheckBoxes[box.name] = Trim(value) == "1" ? 1 : 0;
+    }
+  });
+}
+
+void MainForm::SaveSettings() {
+  Guard("SaveSettings", [&] {
+    settings_.Write(tags::kLastSourcePath, session_.SourcePath);
+    settings_.Write(tags::kLastTargetPath, session_.TargetPath);
+    for (const CheckBoxDefault& box : kCheckBoxDefaults) {
+      settings_.Write(OptionTag(box.name, box.value), form_.Checked(box.name) ? "1" : "0");
+    }
+  });
+}
+
+void MainForm::FormLoad(const StartupPaths& paths) {
+  Guard("FormLoad", [&] {
+    TagRead();
+    if (paths.source) form_.txtPyxPath = *paths.source;
+    if (paths.target) form_.txtZulPath = *paths.target;
+    session_.SetRoutine("FormLoad");
+    InitProgressBar();
+    const std::string& source = session_.SourceProgram;
+    const std::string& target = session_.TargetProgram;
+    form_.Caption = fmt::format("Qorvane - Version {}.{}.{}", QORVANE_VERSION_MAJOR,
+                                QORVANE_VERSION_MINOR, QORVANE_VERSION_PATCH);
+    form_.lblTitle = source + " to " + target;
+    form_.cmdSource = source + " (Source)";
+    form_.cmdTarget = target + " (Target)";
+    form_.lblDescription = "This program converts tracking data from the " + source +
+                           " program to the " + target + " program ";
+    OpenConfig();
+    DiscoverDataDirectories();
+    if (routines_.Connect2Data) routines_.Connect2Data();
+    SetGaugeValue(0, 1);
+    if (routines_.LoadCompanyLabels) routines_.LoadCompanyLabels();
+    view_.Show(form_);
+  });
+}
+
+void MainForm::OpenConfig() {
+  Guard("OpenConfig", [&] {
+    std::string dir = InstallDirectory();
+    auto notice = os::FindCaseInsensitive(dir, "INSTALL.TXT");
+    if (!notice) return;
+    MsgBox("New Installation.  Please check the following drive assignments for accuracy and select OK.");
+    os::RemoveFile(*notice);
+  });
+}
+
+bool MainForm::DiscoverDataDirectories() {
+  return Guard("DiscoverDataDirs", [&] {
+    bool source_ok = false;
+    bool target_ok = false;
+    const std::string& source_name = session_.SourceProgram;
+    const std::string& target_name = session_.TargetProgram;
+
+    CkRSlash(form_.txtPyxPath);
+    session_.SourcePath = Trim(form_.txtPyxPath);
+    if (session_.SourcePath.empty()) {
+      MsgBox("Unable to automatically find " + source_name +
+             " data directory: check VL.ini in Windows directory for proper settings. If VL.ini "
+             "does not exist, install/reinstall " + source_name +
+             ", set correct data directory, and run Qorvane again.");
+    } else if (!FileExists(session_.SourcePath + "Property.dbf")) {
+      MsgBox(session_.SourcePath +
+             "Property.dbf not found. Please verify data path and file name in VL.ini in Windows "
+             "directory. If VL.ini does not exist, install/reinstall " + source_name +
+             ", set correct data directory, and run Qorvane again.\"");
+    } else {
+      AddtoLogFile(session_.SourcePath + " set as initial PYX data path");
+      source_ok = true;
+    }
+
+    CkRSlash(form_.txtZulPath);
+    session_.TargetPath = Trim(form_.txtZulPath);
+    if (session_.TargetPath.empty()) {
+      MsgBox("Unable to automatically find " + target_name + " data directory: Please choose proper directory");
+    } else if (!FileExists(session_.TargetPath + "Office.mdb")) {
+      MsgBox(session_.TargetPath + "Office.mdb not found. Please verify path and file name");
+    } else {
+      AddtoLogFile(session_.TargetPath + " set as initial ZUL data path");
+      target_ok = true;
+    }
+    session_.DirectoriesSet = source_ok && target_ok;
+    return session_.DirectoriesSet;
+  });
+}
+
+void MainForm::AddtoLogFile(const std::string& line) {
+  if (!session_.LogOpen) return;
+  std::string text = line + "\r\n";
+  try {
+    log_.WriteAt(log_offset_, std::as_bytes(std::span<const char>(text.data(), text.size())));
+    log_offset_ += text.size();
+  } catch (...) {
+    // A log that cannot be written is reported once and then closed, so the run can go on.
+    session_.LogOpen = false;
+    ErrorInfo info = DescribeException(std::current_exception());
+    ReportError(info.number, info.description);
+  }
+}
+
+void MainForm::CloseLog() {
+  Guard("CloseLog", [&] {
+    bool was_running = session_.RunActive;
+    session_.LogOpen = false;
+    session_.InConversion = false;
+    session_.RunActive = false;
+    if (log_.is_open()) {
+      try {
+        log_.Sync();
+      } catch (...) {
+        // The lines are written; a failed flush does not undo them.
+      }
+      log_.Close();
+    }
+    EnableButtons(true);
+    if (was_running && routines_.EndRun) routines_.EndRun();
+  });
+}
+
+void MainForm::InitProgressBar() { form_.gauprogress = 0; }
+
+void MainForm::SetGaugeValue(float current, std::int32_t total) {
+  Guard("SetGaugeValue", [&] {
+    if (total == 0) throw RunTimeError(error_number::kDivisionByZero, "Division by zero");
+    double value = static_cast<double>(current) / static_cast<double>(total) * 99.9;
+    form_.gauprogress = static_cast<int>(value);
+  });
+}
+
+void MainForm::EnableButtons(bool enabled) {
+  form_.ButtonsEnabled = enabled;
+  if (enabled) {
+    form_.cmdQuit = "Quit";
+    form_.lblHint.clear();
+  } else {
+    form_.cmdQuit = "Quit Conversion";
+    form_.lblHint = kQuitHint;
+  }
+  view_.Show(form_);
+}
+
+void MainForm::AbortConversion() {
+  MsgBox("Converison aborted by User.");
+  form_.gauprogress = 0;
+  form_.lblCaption.clear();
+  form_.lblAddress.clear();
+  form_.lblRecord.clear();
+  form_.fraIllegalFix = false;
+  view_.Show(form_);
+}
+
+void MainForm::ShowCompletionNotice() {
+  form_.lblCaption.clear();
+  form_.lblAddress = "Conversion Complete";
+  form_.lblmsg = "Conversion Complete... Select Quit";
+  view_.Show(form_);
+}
+
+void MainForm::cmdOk_Click() {
+  form_.fraCustomize = false;
+  view_.Show(form_);
+}
+
+bool MainForm::HandleQuitRequest() {
+  session_.AbortRequested = view_.PromptEscape() == EscapeChoice::Stop;
+  if (!session_.AbortRequested) {
+    AddtoLogFile(kPausedLine);
+    return false;
+  }
+  AddtoLogFile(kStoppedLine);
+  CloseLog();
+  session_.EndRequested = true;
+  return true;
+}
+
+void MainForm::cmdQuit_Click() {
+  if (!session_.InConversion) {
+    session_.EndRequested = true;
+    return;
+  }
+  HandleQuitRequest();
+}
+
+bool MainForm::Form_Unload() {
+  if (!session_.InConversion) {
+    session_.EndRequested = true;
+    return false;
+  }
+  return !HandleQuitRequest();
+}
+
+void MainForm::DoEvents() {
+  view_.Show(form_);
+  for (;;) {
+    UserRequest request = view_.PollUserRequest();
+    if (request == UserRequest::None) return;
+    if (request == UserRequest::Quit) cmdQuit_Click();
+    if (request == UserRequest::CloseWindow) Form_Unload();
+  }
+}
+
+MessageResult MainForm::MsgBox(const std::string& text, MessageButtons buttons,
+                               const std::string& title) {
+  return view_.MessageBox(text, buttons, title);
+}
+
+int MainForm::ReportError(int number, const std::string& description) {
+  std::string where = Trim(session_.Routine());
+  AddtoLogFile("Error #" + Str(number) + " in module " + where + ": " + description);
+  if (number == error_number::kCouldNotUpdateLocked) {
+    MsgBox("The databases may be corrupt (Error #" + Str(number) + " in module " + where +
+           ": " + description + "). Please run the rebuild programs, then restart Qorvane.");
+    CloseLog();
+    throw ProgramEnd(3);
+  }
+  bool boxed = number == error_number::kDeviceIoError || number == error_number::kDiskFull ||
+               number == error_number::kDeviceUnavailable || number == error_number::kDiskNotReady;
+  if (!boxed) return kReportOther;
+  std::string text = description + ".\r\nError #" + Str(number) + " in module " + where + ".";
+  switch (MsgBox(text, MessageButtons::AbortRetryIgnore, "Error")) {
+    case MessageResult::Retry:
+    case MessageResult::Ok: return kReportRetry;
+    case MessageResult::Ignore: return kReportIgnore;
+    case MessageResult::Abort:
+    case MessageResult::Cancel: return kReportAbort;
+    default: return kReportOther;
+  }
+}
+
+}  // namespace qorvane::app

@@ -1,0 +1,172 @@
+// MainForm: the logic of the main window frmConvert, shared by the window, the command line
+// and the tests. It owns the run state (ConvertSession), the form model, the settings and the
+// conversion log, and drives one View. Start-up, the conversion run, the log, the gauge, the
+// Quit/ESC/close prompt and the error reporter live here; the data layer and the converters
+// plug in through RunRoutines, so this library depends on neither.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <type_traits>
+
+#include "app/errors.h"
+#include "app/form_model.h"
+#include "app/session.h"
+#include "app/settings.h"
+#include "app/vb_text.h"
+#include "app/view.h"
+#include "common/os.h"
+
+namespace qorvane::app {
+
+class Clock {
+ public:
+  virtual ~Clock() = default;
+  virtual Timestamp Now() = 0;
+};
+
+class SystemClock : public Clock {
+ public:
+  Timestamp Now() override { return Timestamp::Now(); }
+};
+
+// The routines other layers register with the run. An empty one runs nothing. Each registered
+// routine guards itself (MainForm::Guard) under its own name.
+struct RunRoutines {
+  using Routine = std::function<void()>;
+  Routine Connect2Data;           // start-up: binds the source tables
+  Routine LoadCompanyLabels;      // start-up: fills lblCompany, lblphone, lblfax
+  Routine PrepareSource;          // in a run, after the discovery (SelectPropertyOrder)
+  Routine AdoConnect;             // in a run, after the confirmation
+  Routine ClearSelectedTables;
+  Routine FixPropertyFileNum;
+  std::function<void(const std::string& control, const std::string& field,
+                     const std::string& table)> FixDataFileNums;
+  Routine DeleteEmptyFilenumbers;
+  Routine EndRun;                 // at CloseLog of a run: puts the target database in place
+  std::map<std::string, Routine> Converters;  // by routine name: "ConvertPropertyDBF", ...
+};
+
+// How the last run ended; the command line turns it into its exit status.
+enum class RunOutcome { NotRun, Completed, DirectoriesNotSet, Declined, Stopped, Failed };
+
+struct StartupPaths {
+  std::optional<std::string> source;  // wins over the settings when given
+  std::optional<std::string> target;
+};
+
+// Error-reporter results.
+inline constexpr int kReportRetry = 0;
+inline constexpr int kReportIgnore = 1;
+inline constexpr int kReportAbort = 2;
+inline constexpr int kReportOther = 3;
+
+class MainForm {
+ public:
+  MainForm(View& view, Settings settings, Clock& clock);
+
+  ConvertSession& session() { return session_; }
+  FormModel& form() { return form_; }
+  View& view() { return view_; }
+  RunRoutines& routines() { return routines_; }
+  const Settings& settings() const { return settings_; }
+  Clock& clock() { return clock_; }
+
+  // Start-up: TagRead, InitProgressBar, captions, OpenConfig, data-directory discovery,
+  // Connect2Data, the gauge reset and the company labels.
+  void FormLoad(const StartupPaths& paths = {});
+  void TagRead();
+  // Decides the two data paths from the text boxes and sets DirectoriesSet.
+  bool DiscoverDataDirectories();
+  void OpenConfig();
+  // Stores the paths and check-box choices of a completed run into FOXCON.INI.
+  void SaveSettings();
+
+  // The conversion run (the Convert button).
+  void cmdNEWConvert();
+  RunOutcome outcome() const { return outcome_; }
+  const std::string& LogPath() const { return log_path_; }
+
+  // The conversion log.
+  void AddtoLogFile(const std::string& line);
+  void CloseLog();
+
+  // Progress, buttons, abort.
+  void InitProgressBar();
+  void SetGaugeValue(float current, std::int32_t total);
+  void EnableButtons(bool enabled);
+  void AbortConversion();
+  void ShowCompletionNotice();
+  void cmdOk_Click();
+  // The Quit button or ESC.
+  void cmdQuit_Click();
+  // Closing the window; returns true when the close is cancelled (the run goes on).
+  bool Form_Unload();
+  // Shows the form and serves the user's pending requests; converters call it once per record.
+  void DoEvents();
+
+  // The error reporter: shows the Abort/Retry/Ignore box for 57, 61, 68 and 71, ends the
+  // program for 3218, and returns kReportRetry..kReportOther.
+  int ReportError(int number, const std::string& description);
+  MessageResult MsgBox(const std::string& text, MessageButtons buttons = MessageButtons::Ok,
+                       const std::string& title = "");
+
+  // Runs BODY as the routine NAME: records the name, and hands any failure to the reporter;
+  // Retry runs BODY again, Abort sets AbortRequested; then the routine returns its empty value.
+  template <typename Body>
+  auto Guard(const std::string& name, Body&& body) -> std::invoke_result_t<Body>;
+
+ private:
+  bool HandleQuitRequest();  // the prompt; true when the user chose Stop
+  void RunConversion();
+  void RunSteps();
+  void RunMassage();
+  bool AbortTest();  // true when the run must end here
+  void WriteElapsedTime(const Timestamp& start);
+
+  View& view_;
+  Settings settings_;
+  Clock& clock_;
+  ConvertSession session_;
+  FormModel form_;
+  RunRoutines routines_;
+  os::File log_;
+  std::uint64_t log_offset_ = 0;
+  std::string log_path_;
+  RunOutcome outcome_ = RunOutcome::NotRun;
+};
+
+template <typename Body>
+auto MainForm::Guard(const std::string& name, Body&& body) -> std::invoke_result_t<Body> {
+  using Result = std::invoke_result_t<Body>;
+  for (;;) {
+    session_.SetRoutine(name);
+    try {
+      return body();
+    } catch (const ProgramEnd&) {
+      throw;
+    } catch (...) {
+      ErrorInfo info = DescribeException(std::current_exception());
+      session_.SetRoutine(name);
+      int action = ReportError(info.number, info.description);
+      if (action == kReportRetry) continue;
+      if (action == kReportAbort) session_.AbortRequested = true;
+      if constexpr (std::is_void_v<Result>) {
+        return;
+      } else {
+        return Result{};
+      }
+    }
+  }
+}
+
+// The conversion log's file name for a run started at START: ConvLog-YYMMDD-HMS.log.
+std::string LogFileName(const Timestamp& start);
+// "Conversion complete: 1 days  0 hrs  30 mins  0 secs" pieces: " 1 days  0 hrs ..." for SECONDS,
+// with a day of 84600 seconds.
+std::string ElapsedTimeText(std::int64_t seconds);
+
+}  // namespace qorvane::app

@@ -1,0 +1,34 @@
+// What the conversion asks of whatever shows the main form: to show the model, to serve the
+// user's pending requests while a converter yields, to show message boxes and the Continue/Stop
+// prompt, and to open the log. The command line, the window and the tests implement it.
+#pragma once
+
+#include <string>
+
+#include "app/form_model.h"
+
+namespace qorvane::app {
+
+enum class MessageButtons { Ok, YesNo, AbortRetryIgnore };
+enum class MessageResult { Ok, Cancel, Abort, Retry, Ignore, Yes, No };
+enum class EscapeChoice { Continue, Stop };
+// A request the user made while the run was busy: Quit (button or ESC) or closing the window.
+enum class UserRequest { None, Quit, CloseWindow };
+
+class View {
+ public:
+  virtual ~View() = default;
+  // Presents the current state of the form. Called often (once per record while a converter
+  // yields): a view redraws only as often as a person can see.
+  virtual void Show(const FormModel& form) = 0;
+  // Serves the interface's own events and returns the next pending user request, or None.
+  virtual UserRequest PollUserRequest() = 0;
+  virtual MessageResult MessageBox(const std::string& text, MessageButtons buttons,
+                                   const std::string& title) = 0;
+  // The modal Continue/Stop prompt (frmEscape).
+  virtual EscapeChoice PromptEscape() = 0;
+  // Opens the conversion log for the user to read (the view-log choice).
+  virtual void OpenLog(const std::string& path) = 0;
+};
+
+}  // namespace qorvane::app

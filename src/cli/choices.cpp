@@ -1,0 +1,110 @@
+// Command-line words to check boxes (see choices.h).
+#include "cli/choices.h"
+
+#include <cctype>
+#include <sstream>
+
+namespace qorvane::cli {
+namespace {
+
+struct Word {
+  const char* word;
+  const char* check_box;
+};
+
+const std::vector<Word> kStepWords = {
+    {"formtypes", "ckbformtypes"},          {"client", "ckbClient"},
+    {"appraiser", "ckbappraiser"},          {"apprformtypes", "ckbaddapprformtypes"},
+    {"clientformtypes", "ckbAddClientFormTypes"}, {"property", "ckbProperty"},
+    {"invoice", "ckbinvoice"},              {"apprexp", "ckbapprexp"},
+    {"apprfee", "ckbApprFee"},              {"clientfee", "ckbclientfee"},
+    {"applied", "ckbApplied"},              {"company", "ckbcompany"},
+    {"users", "ckbusers"},
+};
+const std::vector<Word> kClearWords = {
+    {"formtypes", "ckbClearFormTypes"}, {"applied", "ckbclearapplied"},
+    {"appraiser", "ckbClearAppraiser"}, {"apprfee", "ckbclearapprfee"},
+    {"client", "ckbClearClient"},       {"clientfee", "ckbclearclientfee"},
+    {"company", "ckbclearcompany"},     {"invoice", "ckbclearinvoice"},
+    {"property", "ckbClearProperty"},   {"system", "ckbclearsystem"},
+};
+const std::vector<Word> kMassageWords = {
+    {"property", "ckbmassageproperty"},
+    {"assigned", "ckbmassageassigned"},
+    {"invoice", "ckbmassageinvoice"},
+};
+
+std::vector<std::string> SplitList(const std::string& text) {
+  std::vector<std::string> items;
+  std::stringstream stream(text);
+  std::string item;
+  while (std::getline(stream, item, ',')) {
+    std::string word;
+    for (char c : item) {
+      if (!std::isspace(static_cast<unsigned char>(c))) word += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    }
+    if (!word.empty()) items.push_back(word);
+  }
+  return items;
+}
+
+std::string Words(const std::vector<Word>& words) {
+  std::string text;
+  for (const Word& word : words) text += (text.empty() ? "" : ", ") + std::string(word.word);
+  return text;
+}
+
+// Sets every box of WORDS from LIST ("all", "none" or words); returns any number of boxes set.
+std::optional<std::string> ApplyList(const std::string& option, const std::string& list,
+                                     const std::vector<Word>& words, app::FormModel& form,
+                                     int* set_count) {
+  std::vector<std::string> items = SplitList(list);
+  bool all = items.size() == 1 && items[0] == "all";
+  bool none = items.empty() || (items.size() == 1 && items[0] == "none");
+  for (const std::string& item : items) {
+    if (all || none) break;
+    bool known = false;
+    for (const Word& word : words) known = known || item == word.word;
+    if (!known) {
+      return "--" + option + ": unknown name '" + item + "' (use all, none, or " + Words(words) + ")";
+    }
+  }
+  *set_count = 0;
+  for (const Word& word : words) {
+    bool checked = all;
+    if (!all && !none) {
+      for (const std::string& item : items) checked = checked || item == word.word;
+    }
+    form.SetCheck(word.check_box, checked);
+    *set_count += checked ? 1 : 0;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::string> ApplyChoices(const ConvertChoices& choices, app::FormModel& form) {
+  int count = 0;
+  if (auto error = ApplyList("steps", choices.steps, kStepWords, form, &count)) return error;
+  if (auto error = ApplyList("clear", choices.clear, kClearWords, form, &count)) return error;
+  if (auto error = ApplyList("massage", choices.massage, kMassageWords, form, &count)) return error;
+  form.SetCheck("ckbMassage", count > 0);
+  form.SetCheck("ckbPrelim", choices.prelim);
+  form.SetCheck("ckbViewLog", choices.view_log);
+  form.lstfilenum.clear();
+  std::stringstream stream(choices.files);
+  std::string number;
+  while (std::getline(stream, number, ',')) {
+    std::size_t first = number.find_first_not_of(" \t");
+    if (first == std::string::npos) continue;
+    std::size_t last = number.find_last_not_of(" \t");
+    form.lstfilenum.push_back(number.substr(first, last - first + 1));
+  }
+  return std::nullopt;
+}
+
+std::string StepWords() { return Words(kStepWords); }
+std::string ClearWords() { return Words(kClearWords); }
+std::string MassageWords() { return Words(kMassageWords); }
+
+}  // namespace qorvane::cli

@@ -1,0 +1,156 @@
+// qorvane: the command line. One engine with the window; this face turns options into the main
+// form's choices, runs the conversion with a terminal view and maps how it ended to an exit
+// status: 0 completed, 1 refused or stopped, 2 bad command-line use, 3 a file that could not be
+// read or written at all.
+#include <CLI/CLI.hpp>
+
+#include <filesystem>
+#include <iostream>
+#include <optional>
+#include <string>
+
+#include "app/main_form.h"
+#include "cli/choices.h"
+#include "cli/terminal_view.h"
+
+namespace {
+
+using namespace qorvane;
+
+constexpr int kExitCompleted = 0;
+constexpr int kExitRefused = 1;
+constexpr int kExitUsage = 2;
+constexpr int kExitFileError = 3;
+
+struct ConvertOptions {
+  std::optional<std::string> source;
+  std::optional<std::string> target;
+  std::optional<std::string> settings;
+  cli::ConvertChoices choices;
+  int source_codepage = 437;
+  bool yes = false;
+  bool quiet = false;
+};
+
+int ExitStatusFor(app::RunOutcome outcome) {
+  switch (outcome) {
+    case app::RunOutcome::Completed: return kExitCompleted;
+    case app::RunOutcome::DirectoriesNotSet:
+    case app::RunOutcome::Declined:
+    case app::RunOutcome::Stopped: return kExitRefused;
+    case app::RunOutcome::NotRun:
+    case app::RunOutcome::Failed: return kExitFileError;
+  }
+  return kExitFileError;
+}
+
+// A directory given on the command line, made absolute so that the log lines and the paths
+// stored in the settings mean the same from any working directory.
+std::optional<std::string> AbsoluteDirectory(const std::optional<std::string>& path) {
+  if (!path || path->empty()) return path;
+  std::error_code ignored;
+  std::string absolute = std::filesystem::absolute(*path, ignored).lexically_normal().string();
+  return absolute.empty() ? path : std::optional<std::string>(absolute);
+}
+
+int RunConvert(const ConvertOptions& options) {
+  cli::TerminalView view({.assume_yes = options.yes, .quiet = options.quiet}, std::cerr);
+  app::SystemClock clock;
+  app::MainForm main_form(view, app::Settings::FormInit(options.settings), clock);
+  int status = kExitFileError;
+  try {
+    main_form.FormLoad({AbsoluteDirectory(options.source), AbsoluteDirectory(options.target)});
+    if (auto error = cli::ApplyChoices(options.choices, main_form.form())) {
+      std::cerr << "qorvane: " << *error << "\n";
+      return kExitUsage;
+    }
+    cli::InstallInterruptHandler();
+    main_form.cmdNEWConvert();
+    cli::RemoveInterruptHandler();
+    status = ExitStatusFor(main_form.outcome());
+  } catch (const app::ProgramEnd& end) {
+    status = end.exit_status();
+  }
+  view.FinishProgress();
+  if (!main_form.LogPath().empty()) std::cout << main_form.LogPath() << "\n";
+  return status;
+}
+
+int NotAvailableYet(const std::string& command) {
+  std::cerr << "qorvane: '" << command << "' is not available yet in this version.\n";
+  return kExitUsage;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app{"Qorvane converts an appraisal office's FoxPro 2.6 tables into an Access 2000 "
+               "office.mdb.",
+               "qorvane"};
+  app.set_version_flag("--version", std::to_string(QORVANE_VERSION_MAJOR) + "." +
+                                        std::to_string(QORVANE_VERSION_MINOR) + "." +
+                                        std::to_string(QORVANE_VERSION_PATCH));
+  app.require_subcommand(1);
+
+  ConvertOptions convert;
+  CLI::App* convert_command = app.add_subcommand("convert", "Convert the source office into office.mdb");
+  convert_command->add_option("--source", convert.source, "Source data directory (.dbf/.cdx/.fpt)");
+  convert_command->add_option("--target", convert.target, "Directory holding office.mdb");
+  convert_command->add_option("--settings", convert.settings, "Settings directory");
+  convert_command->add_option("--steps", convert.choices.steps,
+                              "Steps to convert: all (default), none, or " + cli::StepWords());
+  convert_command->add_option("--clear", convert.choices.clear,
+                              "Target tables to clear first: none (default), all, or " + cli::ClearWords());
+  convert_command->add_flag("--prelim", convert.choices.prelim,
+                            "Run the preliminary corrections of the source tables (written back)");
+  convert_command->add_option("--massage", convert.choices.massage,
+                              "Data massage: none (default), all, or " + cli::MassageWords());
+  convert_command->add_option("--files", convert.choices.files, "Limit the run to these file numbers (N[,N...])");
+  convert_command->add_option("--source-codepage", convert.source_codepage,
+                              "Code page of source tables whose header names none (default 437)");
+  convert_command->add_flag("--yes", convert.yes, "Answer Yes to the confirmation");
+  convert_command->add_flag("--view-log", convert.choices.view_log, "Open the log when the run ends");
+  convert_command->add_flag("--quiet", convert.quiet, "No progress on standard error");
+
+  std::string init_dir;
+  CLI::App* init_command = app.add_subcommand("init-target", "Write a blank office.mdb into DIR");
+  init_command->add_option("DIR", init_dir)->required();
+
+  std::string check_source;
+  int check_codepage = 437;
+  CLI::App* check_command = app.add_subcommand("check", "Report illegal file numbers and invalid client keys; writes nothing");
+  check_command->add_option("--source", check_source)->required();
+  check_command->add_option("--source-codepage", check_codepage);
+
+  std::string sample_dir;
+  int sample_orders = 200;
+  unsigned sample_seed = 1;
+  CLI::App* sample_command = app.add_subcommand("sample", "Write a realistic FoxPro 2.6 source office into DIR");
+  sample_command->add_option("DIR", sample_dir)->required();
+  sample_command->add_option("--orders", sample_orders);
+  sample_command->add_option("--seed", sample_seed);
+
+  std::string export_file;
+  std::string export_table;
+  std::string export_format = "csv";
+  int export_codepage = 437;
+  CLI::App* export_command = app.add_subcommand("export", "Print a .dbf, or one table of a .mdb, as rows");
+  export_command->add_option("FILE", export_file)->required();
+  export_command->add_option("TABLE", export_table);
+  export_command->add_option("--format", export_format)->check(CLI::IsMember({"csv", "json"}));
+  export_command->add_option("--source-codepage", export_codepage);
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    int code = app.exit(error);
+    return code == 0 ? 0 : kExitUsage;
+  }
+
+  if (convert_command->parsed()) return RunConvert(convert);
+  if (init_command->parsed()) return NotAvailableYet("init-target");
+  if (check_command->parsed()) return NotAvailableYet("check");
+  if (sample_command->parsed()) return NotAvailableYet("sample");
+  if (export_command->parsed()) return NotAvailableYet("export");
+  return kExitUsage;
+}

@@ -1,0 +1,169 @@
+// The command line's View (see terminal_view.h).
+#include "cli/terminal_view.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
+
+namespace qorvane::cli {
+namespace {
+
+// The Ctrl-C count: written by the signal handler, read by PollUserRequest and the prompt.
+volatile sig_atomic_t interrupts = 0;
+
+extern "C" void OnInterrupt(int) { interrupts = interrupts + 1; }
+
+long long NowMs() {
+  using namespace std::chrono;
+  return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+// The running step, from the image that shows "now running" ("imaPropertyNow" -> "Property").
+std::string RunningStep(const app::FormModel& form) {
+  for (const auto& [name, visible] : form.Images) {
+    if (!visible || name.size() <= 6 || name.compare(name.size() - 3, 3, "Now") != 0) continue;
+    return name.substr(3, name.size() - 6);
+  }
+  return "";
+}
+
+}  // namespace
+
+void InstallInterruptHandler() {
+  struct sigaction action {};
+  action.sa_handler = OnInterrupt;
+  sigemptyset(&action.sa_mask);
+  action.sa_flags = 0;  // no SA_RESTART: a Ctrl-C interrupts a pending read of an answer
+  sigaction(SIGINT, &action, nullptr);
+  interrupts = 0;
+}
+
+void RemoveInterruptHandler() { signal(SIGINT, SIG_DFL); }
+
+TerminalView::TerminalView(TerminalOptions options, std::ostream& err)
+    : options_(options), err_(err), interactive_(isatty(STDIN_FILENO) == 1),
+      err_is_terminal_(isatty(STDERR_FILENO) == 1) {}
+
+TerminalView::~TerminalView() { FinishProgress(); }
+
+void TerminalView::FinishProgress() {
+  if (progress_line_open_) {
+    err_ << "\n";
+    progress_line_open_ = false;
+  }
+  err_.flush();
+}
+
+void TerminalView::Show(const app::FormModel& form) {
+  if (options_.quiet) return;
+  std::string step = RunningStep(form);
+  std::string progress;
+  if (!step.empty()) {
+    progress = step;
+    if (!form.lblRecord.empty()) progress += ": record " + form.lblRecord;
+    if (!form.lblCaption.empty()) progress += "  " + form.lblCaption;
+    progress += "  " + std::to_string(form.gauprogress) + "%";
+  }
+  bool new_step = step != current_step_;
+  if (err_is_terminal_) {
+    long long now = NowMs();
+    if (!new_step && now - last_draw_ms_ < 100) return;
+    last_draw_ms_ = now;
+    if (new_step) FinishProgress();
+    if (!progress.empty() && progress != last_progress_) {
+      err_ << "\r\033[K" << progress << std::flush;
+      progress_line_open_ = true;
+    }
+  } else if (new_step && !step.empty()) {
+    err_ << "qorvane: " << step << "\n" << std::flush;
+  }
+  current_step_ = step;
+  last_progress_ = progress;
+}
+
+app::UserRequest TerminalView::PollUserRequest() {
+  if (interrupts > 0) {
+    interrupts = 0;
+    return app::UserRequest::Quit;
+  }
+  return app::UserRequest::None;
+}
+
+bool TerminalView::AskLine(const std::string& question, std::string* answer) {
+  FinishProgress();
+  err_ << question << std::flush;
+  if (!interactive_) {
+    err_ << "\n";
+    return false;
+  }
+  answer->clear();
+  char c = 0;
+  for (;;) {
+    ssize_t n = ::read(STDIN_FILENO, &c, 1);
+    if (n < 0) {
+      err_ << "\n";
+      return false;  // interrupted by Ctrl-C
+    }
+    if (n == 0) return !answer->empty();
+    if (c == '\n') return true;
+    answer->push_back(c);
+  }
+}
+
+app::MessageResult TerminalView::MessageBox(const std::string& text, app::MessageButtons buttons,
+                                             const std::string& title) {
+  std::string heading = title.empty() ? "qorvane: " : "qorvane: " + title + ": ";
+  std::string answer;
+  switch (buttons) {
+    case app::MessageButtons::Ok:
+      FinishProgress();
+      err_ << heading << text << "\n" << std::flush;
+      return app::MessageResult::Ok;
+    case app::MessageButtons::YesNo:
+      if (options_.assume_yes) {
+        FinishProgress();
+        err_ << heading << text << " yes (--yes)\n" << std::flush;
+        return app::MessageResult::Yes;
+      }
+      if (!AskLine(heading + text + " [y/N] ", &answer)) return app::MessageResult::No;
+      return (answer == "y" || answer == "Y" || answer == "yes" || answer == "Yes")
+                 ? app::MessageResult::Yes
+                 : app::MessageResult::No;
+    case app::MessageButtons::AbortRetryIgnore:
+      if (!AskLine(heading + text + " [a]bort, [r]etry, [i]gnore? ", &answer)) {
+        return app::MessageResult::Abort;
+      }
+      if (!answer.empty() && (answer[0] == 'r' || answer[0] == 'R')) return app::MessageResult::Retry;
+      if (!answer.empty() && (answer[0] == 'i' || answer[0] == 'I')) return app::MessageResult::Ignore;
+      return app::MessageResult::Abort;
+  }
+  return app::MessageResult::Ok;
+}
+
+app::EscapeChoice TerminalView::PromptEscape() {
+  std::string answer;
+  interrupts = 0;
+  if (!AskLine("qorvane: conversion paused. [C]ontinue or [S]top? ", &answer)) {
+    return app::EscapeChoice::Stop;  // no terminal to answer on, or a second Ctrl-C
+  }
+  if (!answer.empty() && (answer[0] == 's' || answer[0] == 'S')) return app::EscapeChoice::Stop;
+  return app::EscapeChoice::Continue;
+}
+
+void TerminalView::OpenLog(const std::string& path) {
+  FinishProgress();
+  const char* editor = std::getenv("VISUAL");
+  if (!editor || !*editor) editor = std::getenv("EDITOR");
+  std::string command = editor && *editor ? editor : "xdg-open";
+  std::string quoted = "'";
+  for (char c : path) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  quoted += "'";
+  if (std::system((command + " " + quoted).c_str()) != 0) {
+    err_ << "qorvane: could not open the log with " << command << "; it is " << path << "\n";
+  }
+}
+
+}  // namespace qorvane::cli

@@ -1,0 +1,52 @@
+// The command line's View: progress on standard error (one updating line per step on a
+// terminal, plain lines otherwise), message boxes as lines on standard error, questions asked
+// on the terminal, and Ctrl-C turned into the Quit request that brings up Continue/Stop.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+
+#include "app/view.h"
+
+namespace qorvane::cli {
+
+struct TerminalOptions {
+  bool assume_yes = false;  // --yes: answers Yes to the one confirmation
+  bool quiet = false;       // --quiet: no progress lines
+};
+
+class TerminalView : public app::View {
+ public:
+  TerminalView(TerminalOptions options, std::ostream& err);
+  ~TerminalView() override;
+
+  void Show(const app::FormModel& form) override;
+  app::UserRequest PollUserRequest() override;
+  app::MessageResult MessageBox(const std::string& text, app::MessageButtons buttons,
+                                const std::string& title) override;
+  app::EscapeChoice PromptEscape() override;
+  void OpenLog(const std::string& path) override;
+
+  // Ends the updating progress line, so that later output starts on a line of its own.
+  void FinishProgress();
+
+ private:
+  // Reads one answer line from the terminal; nullopt when there is none (no terminal, end of
+  // input, or Ctrl-C while waiting).
+  bool AskLine(const std::string& question, std::string* answer);
+
+  TerminalOptions options_;
+  std::ostream& err_;
+  bool interactive_ = false;  // standard input is a terminal
+  bool err_is_terminal_ = false;
+  std::string current_step_;
+  std::string last_progress_;
+  bool progress_line_open_ = false;
+  long long last_draw_ms_ = 0;
+};
+
+// Installs the Ctrl-C handler for a run (each Ctrl-C is counted, not fatal) and removes it.
+void InstallInterruptHandler();
+void RemoveInterruptHandler();
+
+}  // namespace qorvane::cli
