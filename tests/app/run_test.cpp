@@ -1,0 +1,308 @@
+// The conversion run end to end on real folders: the exact lines of the log for a run with no
+// steps, a run declined at the confirmation, runs stopped by the user, unset directories, and
+// the per-step begin and completion lines, with scripted converters standing in for the real.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "app/main_form.h"
+#include "fake_view.h"
+#include "test_support/temp_dir.h"
+
+namespace qorvane::app {
+namespace {
+
+constexpr std::int64_t kStart = 1794733507;  // 11/15/2026 9:05:07 AM UTC
+
+std::vector<std::string> ReadLog(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream buffer;
+  buffer << in.rdbuf();
+  std::string text = buffer.str();
+  std::vector<std::string> lines;
+  std::size_t start = 0;
+  for (std::size_t end; (end = text.find("\r\n", start)) != std::string::npos; start = end + 2) {
+    lines.push_back(text.substr(start, end - start));
+  }
+  EXPECT_EQ(start, text.size()) << "every log line ends in CR LF";
+  return lines;
+}
+
+class RunTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    setenv("TZ", "UTC", 1);
+    tzset();
+    source = dir.path() + "/pyx";
+    target = dir.path() + "/zul";
+    std::filesystem::create_directories(source);
+    std::filesystem::create_directories(target);
+    std::ofstream(source + "/PROPERTY.DBF") << "x";
+    std::ofstream(target + "/office.mdb") << "x";
+    main_form.FormLoad({source, target});
+    for (auto& [name, value] : main_form.form().CheckBoxes) value = 0;
+    main_form.form().lblCompany = "Acme Appraisals";
+    main_form.form().lblphone = "555-0100";
+    main_form.form().lblfax = "555-0101";
+    view.messages.clear();
+  }
+
+  // The header and the lines every run writes before the confirmation.
+  std::vector<std::string> Preamble() const {
+    return {"Company: Acme Appraisals", "Phone: 555-0100", "fax: 555-0101",
+            "Qorvane Conversion Start = 11/15/2026 9:05:07 AM", "Version: 0.1.0", "",
+            source + "/ set as initial PYX data path", target + "/ set as initial ZUL data path",
+            "", "Listboxes cleared", ""};
+  }
+  std::vector<std::string> Lines(std::vector<std::string> tail) const {
+    std::vector<std::string> lines = Preamble();
+    lines.insert(lines.end(), tail.begin(), tail.end());
+    return lines;
+  }
+  void Register(const std::string& routine, std::function<void()> body) {
+    main_form.routines().Converters[routine] = std::move(body);
+  }
+
+  test::TempDir dir;
+  std::string source, target;
+  test::FakeView view;
+  test::FakeClock clock{kStart};
+  MainForm main_form{view, Settings(dir.path() + "/settings"), clock};
+};
+
+TEST_F(RunTest, NoStepsWritesHeaderListboxLinesAndTheSummary) {
+  clock.Advance(0);
+  Register("ConvertPropertyDBF", [&] { FAIL() << "an unchecked step ran"; });
+  main_form.cmdNEWConvert();
+  EXPECT_EQ(main_form.outcome(), RunOutcome::Completed);
+  EXPECT_EQ(ReadLog(main_form.LogPath()),
+            Lines({"", "", "Qorvane Conversion End = 11/15/2026 9:05:07 AM",
+                   "Elapsed Time:  0 days  0 hrs  0 mins  0 secs"}));
+  EXPECT_EQ(main_form.LogPath(), target + "/ConvLog-261115-957.log");
+  ASSERT_EQ(view.messages.size(), 2u);
+  EXPECT_EQ(view.messages[0],
+            "You should have a good backup of your data BEFORE using this option.  If you have a "
+            "many records (thousands) to merge and convert this task may take a long time.  The "
+            "files are '*.DBF', '*.CDX', '*.FPT' in the subdirectory called '" + source +
+            "/'. Do you wish to continue?");
+  EXPECT_EQ(view.messages[1], "Conversion complete: 0 days  0 hrs  0 mins  0 secs");
+  EXPECT_FALSE(main_form.session().InConversion);
+  EXPECT_FALSE(main_form.session().LogOpen);
+  EXPECT_TRUE(main_form.form().ButtonsEnabled);
+  EXPECT_EQ(main_form.form().cmdQuit, "Quit");
+  EXPECT_EQ(main_form.form().lblAddress, "Conversion Complete");
+  EXPECT_EQ(main_form.form().lblmsg, "Conversion Complete... Select Quit");
+  EXPECT_TRUE(view.opened_logs.empty());
+}
+
+TEST_F(RunTest, DecliningTheConfirmationEndsAfterTheListboxLines) {
+  view.confirm = MessageResult::No;
+  bool connected = false;
+  main_form.routines().AdoConnect = [&] { connected = true; };
+  main_form.cmdNEWConvert();
+  EXPECT_EQ(main_form.outcome(), RunOutcome::Declined);
+  EXPECT_EQ(ReadLog(main_form.LogPath()), Preamble());
+  EXPECT_FALSE(connected);
+  EXPECT_FALSE(main_form.session().InConversion);
+}
+
+TEST_F(RunTest, UnsetDirectoriesAreRefusedAfterBothChecks) {
+  main_form.form().txtPyxPath = "   ";
+  std::filesystem::remove(target + "/office.mdb");
+  main_form.cmdNEWConvert();
+  EXPECT_EQ(main_form.outcome(), RunOutcome::DirectoriesNotSet);
+  EXPECT_EQ(ReadLog(main_form.LogPath()),
+            (std::vector<std::string>{"Company: Acme Appraisals", "Phone: 555-0100",
+                                      "fax: 555-0101",
+                                      "Qorvane Conversion Start = 11/15/2026 9:05:07 AM",
+                                      "Version: 0.1.0", "",
+                                      "Conversion aborted: Data directories not correctly set"}));
+  ASSERT_EQ(view.messages.size(), 2u);
+  EXPECT_EQ(view.messages[0],
+            "Unable to automatically find PYX data directory: check VL.ini in Windows directory "
+            "for proper settings. If VL.ini does not exist, install/reinstall PYX, set correct "
+            "data directory, and run Qorvane again.");
+  EXPECT_EQ(view.messages[1], target + "/Office.mdb not found. Please verify path and file name");
+}
+
+TEST_F(RunTest, MissingPropertyTableMessageEndsInADoubleQuote) {
+  std::filesystem::remove(source + "/PROPERTY.DBF");
+  std::ofstream(source + "/property.dbf");  // empty counts as missing
+  EXPECT_FALSE(main_form.DiscoverDataDirectories());
+  ASSERT_EQ(view.messages.size(), 1u);
+  EXPECT_EQ(view.messages[0].rfind(source + "/Property.dbf not found.", 0), 0u);
+  EXPECT_EQ(view.messages[0].back(), '"');
+  main_form.form().txtPyxPath = source;  // without the trailing separator
+  std::ofstream(source + "/property.dbf") << "x";
+  EXPECT_TRUE(main_form.DiscoverDataDirectories());
+  EXPECT_EQ(main_form.session().SourcePath, source + "/");
+}
+
+TEST_F(RunTest, StepsWriteTheirBeginAndCompletionLinesInTheFixedOrder) {
+  auto& form = main_form.form();
+  for (const char* box : {"ckbusers", "ckbformtypes", "ckbClient", "ckbappraiser", "ckbApplied",
+                          "ckbProperty"}) {
+    form.SetCheck(box, true);
+  }
+  std::vector<std::string> calls;
+  Register("ConvertClientDBF", [&] { calls.push_back("client"); form.lblRecord = "4"; });
+  Register("ConvertClientDBFByCliNum", [&] { calls.push_back("clinum"); form.lblRecord = "6"; });
+  Register("ConvertAppraisrDBF", [&] { calls.push_back("appraiser"); form.lblRecord = "   "; });
+  Register("ConvertAppliedDBF", [&] { calls.push_back("applied"); form.lblRecord = "12"; });
+  Register("ConvertUsers", [&] { calls.push_back("users"); form.lblRecord = "2"; clock.Advance(86399); });
+  main_form.cmdNEWConvert();
+  EXPECT_EQ(calls, (std::vector<std::string>{"client", "clinum", "appraiser", "applied", "users"}));
+  EXPECT_EQ(ReadLog(main_form.LogPath()),
+            Lines({"",
+                   "Begin conversion: FormTypes.mdb", "***    Forms.dbf was not found.",
+                   "Begin conversion: Client.mdb",
+                   "Formtypes table (standard) conversion complete: 6 records",
+                   "Begin conversion: Appraiser.mdb",
+                   "Appriaser table conversion complete: No records found",
+                   "Begin conversion: Property.mdb",
+                   "Property table conversion complete: No records found",
+                   "Applied table conversion complete: 12 records",
+                   "Begin conversion: Users.mdb", "Users table conversion complete: 2 records",
+                   "", "Qorvane Conversion End = 11/16/2026 9:05:06 AM",
+                   "Elapsed Time:  1 days  0 hrs  29 mins  59 secs"}));
+  EXPECT_EQ(view.messages.back(), "Conversion complete: 1 days  0 hrs  29 mins  59 secs");
+  EXPECT_TRUE(form.ImageVisible("imaclient"));
+  EXPECT_FALSE(form.ImageVisible("imaClientNow"));
+}
+
+TEST_F(RunTest, FormTypesStepRunsWhenFormsTableIsThere) {
+  std::ofstream(source + "/FORMS.DBF") << "x";
+  main_form.form().SetCheck("ckbformtypes", true);
+  Register("ConvertFormTypesDBF", [&] { main_form.form().lblRecord = "31"; });
+  main_form.cmdNEWConvert();
+  auto lines = ReadLog(main_form.LogPath());
+  EXPECT_EQ(lines[12], "Begin conversion: FormTypes.mdb");
+  EXPECT_EQ(lines[13], "Formtypes table (standard) conversion complete: 31 records");
+}
+
+TEST_F(RunTest, StopBetweenTwoStepsEndsTheRunAndKeepsWhatWasWritten) {
+  main_form.form().SetCheck("ckbappraiser", true);
+  main_form.form().SetCheck("ckbProperty", true);
+  int end_runs = 0;
+  main_form.routines().EndRun = [&] { ++end_runs; };
+  Register("ConvertAppraisrDBF", [&] {
+    main_form.form().lblRecord = "3";
+    view.requests.push_back(UserRequest::Quit);  // ESC pressed as the step ends
+  });
+  Register("ConvertPropertyDBF", [&] { FAIL() << "the run went on after Stop"; });
+  view.escape_answers.push_back(EscapeChoice::Stop);
+  main_form.cmdNEWConvert();
+  EXPECT_EQ(main_form.outcome(), RunOutcome::Stopped);
+  EXPECT_EQ(ReadLog(main_form.LogPath()),
+            Lines({"", "Begin conversion: Appraiser.mdb",
+                   "Appriaser table conversion complete: 3 records",
+                   "Conversion aborted by User and program ended (Quit button)"}));
+  EXPECT_EQ(end_runs, 1);
+  EXPECT_TRUE(main_form.session().EndRequested);
+  EXPECT_FALSE(main_form.session().InConversion);
+}
+
+TEST_F(RunTest, ContinueWritesOnePauseLineAndTheConverterGoesOn) {
+  main_form.form().SetCheck("ckbProperty", true);
+  int records = 0;
+  Register("ConvertPropertyDBF", [&] {
+    for (int i = 1; i <= 3; ++i) {
+      if (i == 2) view.requests.push_back(UserRequest::Quit);
+      main_form.DoEvents();
+      if (main_form.session().AbortRequested) return;
+      main_form.form().lblRecord = std::to_string(++records);
+    }
+  });
+  main_form.cmdNEWConvert();
+  EXPECT_EQ(view.prompts, 1);
+  EXPECT_EQ(main_form.outcome(), RunOutcome::Completed);
+  auto lines = ReadLog(main_form.LogPath());
+  EXPECT_EQ(std::count(lines.begin(), lines.end(),
+                       "Conversion paused by User (Quit button) ~ continued"), 1);
+  EXPECT_EQ(lines[13], "Conversion paused by User (Quit button) ~ continued");
+  EXPECT_EQ(lines[14], "Property table conversion complete: 3 records");
+}
+
+TEST_F(RunTest, AbortAfterTheFirstClientConverterSkipsTheSecond) {
+  main_form.form().SetCheck("ckbClient", true);
+  Register("ConvertClientDBF", [&] { main_form.session().AbortRequested = true; });
+  Register("ConvertClientDBFByCliNum", [&] { FAIL() << "ran after the abort"; });
+  main_form.cmdNEWConvert();
+  EXPECT_EQ(ReadLog(main_form.LogPath()),
+            Lines({"", "Begin conversion: Client.mdb", "Conversion aborted (ESC key): 11/15/2026"}));
+  EXPECT_EQ(main_form.outcome(), RunOutcome::Stopped);
+}
+
+TEST_F(RunTest, PreliminaryCorrectionsAndMassageRunInOrder) {
+  auto& form = main_form.form();
+  form.SetCheck("ckbPrelim", true);
+  form.SetCheck("ckbMassage", true);
+  form.SetCheck("ckbmassageproperty", true);
+  form.SetCheck("ckbmassageinvoice", true);
+  std::vector<std::string> calls;
+  main_form.routines().FixPropertyFileNum = [&] { calls.push_back("FixPropertyFileNum"); };
+  main_form.routines().FixDataFileNums = [&](const std::string& control, const std::string& field,
+                                             const std::string& table) {
+    calls.push_back(control + "." + field + "." + table);
+  };
+  main_form.routines().DeleteEmptyFilenumbers = [&] { calls.push_back("DeleteEmpty"); };
+  Register("MassageProperty", [&] { form.lblRecord = "10"; });
+  Register("MassageInvoice", [&] { form.lblRecord = "8"; });
+  main_form.cmdNEWConvert();
+  EXPECT_EQ(calls, (std::vector<std::string>{
+                       "FixPropertyFileNum", "datinvoice.Inv_num.Invoice", "datClient.Cli_num.Client",
+                       "datClient.Cli_Bill.Client", "datapplied.File_num.Applied",
+                       "datcliexp.Inv_num.Cliexp", "datapprexp.File_num.Apprexp", "DeleteEmpty"}));
+  EXPECT_EQ(ReadLog(main_form.LogPath()),
+            Lines({"", "Begin Data Massage of Selected", "Begin Data Massage: Property.mdb",
+                   "Property data massage complete: 10 records", "Begin Data Massage: Invoice.mdb",
+                   "Invoice data massage complete: 8 records", "Data massage (ALL) complete:", "",
+                   "Qorvane Conversion End = 11/15/2026 9:05:07 AM",
+                   "Elapsed Time:  0 days  0 hrs  0 mins  0 secs"}));
+}
+
+TEST_F(RunTest, QuitWhileIdleEndsWithoutAPromptAndLogWritesAreHarmless) {
+  main_form.AddtoLogFile("nothing is open");
+  main_form.cmdQuit_Click();
+  EXPECT_EQ(view.prompts, 0);
+  EXPECT_TRUE(main_form.session().EndRequested);
+  EXPECT_FALSE(main_form.Form_Unload());
+}
+
+TEST_F(RunTest, ClosingTheWindowDuringARunAsksAndContinueCancelsTheClose) {
+  main_form.form().SetCheck("ckbProperty", true);
+  bool cancelled = false;
+  Register("ConvertPropertyDBF", [&] { cancelled = main_form.Form_Unload(); });
+  main_form.cmdNEWConvert();
+  EXPECT_TRUE(cancelled);
+  EXPECT_EQ(main_form.outcome(), RunOutcome::Completed);
+}
+
+TEST_F(RunTest, ViewLogChoiceOpensTheLogAndACompletedRunStoresItsChoices) {
+  main_form.form().SetCheck("ckbViewLog", true);
+  main_form.form().SetCheck("ckbinvoice", true);
+  main_form.cmdNEWConvert();
+  ASSERT_EQ(view.opened_logs.size(), 1u);
+  EXPECT_EQ(view.opened_logs[0], main_form.LogPath());
+
+  test::FakeView other_view;
+  MainForm next(other_view, Settings(dir.path() + "/settings"), clock);
+  next.TagRead();
+  EXPECT_EQ(next.form().txtPyxPath, source + "/");
+  EXPECT_EQ(next.form().txtZulPath, target + "/");
+  EXPECT_TRUE(next.form().Checked("ckbinvoice"));
+  EXPECT_FALSE(next.form().Checked("ckbProperty"));
+}
+
+TEST_F(RunTest, ALogThatCannotBeOpenedEndsTheRunCleanly) {
+  main_form.form().txtZulPath = dir.path() + "/no/such/folder";
+  main_form.cmdNEWConvert();
+  EXPECT_EQ(main_form.outcome(), RunOutcome::Failed);
+  EXPECT_FALSE(main_form.session().InConversion);
+  EXPECT_TRUE(main_form.form().ButtonsEnabled);
+}
+
+}  // namespace
+}  // namespace qorvane::app

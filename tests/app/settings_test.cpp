@@ -1,0 +1,85 @@
+// Settings files: INI reading and writing as the Windows profile functions did, the tags, and
+// where the data directories come from.
+#include "app/settings.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "app/main_form.h"
+#include "fake_view.h"
+#include "test_support/temp_dir.h"
+
+namespace qorvane::app {
+namespace {
+
+std::string ReadText(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream buffer;
+  buffer << in.rdbuf();
+  return buffer.str();
+}
+
+TEST(ProfileStrings, SectionsAndKeysAreCaseBlindAndWritesKeepTheRest) {
+  test::TempDir dir;
+  std::string path = dir.path() + "/zul.ini";
+  std::ofstream(path) << "; comment\r\n[Directories]\r\nDataDir = \"C:\\ZUL\\DATA\\\"\r\n"
+                         "[Other]\r\nx=1\r\n";
+  EXPECT_EQ(ReadProfileString(path, "DIRECTORIES", "DATADIR", "none"), "C:\\ZUL\\DATA\\");
+  EXPECT_EQ(ReadProfileString(path, "DIRECTORIES", "DATAFILE", "office.mdb"), "office.mdb");
+  EXPECT_EQ(ReadProfileString(dir.path() + "/missing.ini", "a", "b", "dflt"), "dflt");
+  WriteProfileString(path, "directories", "DATAFILE", "Office.mdb");
+  WriteProfileString(path, "other", "X", "2");
+  WriteProfileString(path, "New", "k", "v");
+  EXPECT_EQ(ReadText(path),
+            "; comment\r\n[Directories]\r\nDataDir = \"C:\\ZUL\\DATA\\\"\r\nDATAFILE=Office.mdb\r\n"
+            "[Other]\r\nX=2\r\n\r\n[New]\r\nk=v\r\n");
+}
+
+TEST(SettingTag, ParsesTokenFileSectionKeyAndDefault) {
+  auto tag = SettingTag::Parse(tags::kTargetProgram);
+  ASSERT_TRUE(tag.has_value());
+  EXPECT_EQ(tag->directory_token, "<WINDIR>");
+  EXPECT_EQ(tag->file_name, "ZUL.INI");
+  EXPECT_EQ(tag->section, "PROGRAM ALIAS");
+  EXPECT_EQ(tag->key, "Brisalo Office Plus");
+  EXPECT_EQ(tag->default_value, "Brisalo Office/Fennick Plus");
+  EXPECT_FALSE(SettingTag::Parse("no brackets").has_value());
+}
+
+TEST(StartUp, DataDirectoriesComeFromTheProgramsSettingsFiles) {
+  test::TempDir dir;
+  std::string settings = dir.path() + "/settings";
+  std::filesystem::create_directories(settings);
+  std::filesystem::create_directories(dir.path() + "/pyx");
+  std::filesystem::create_directories(dir.path() + "/zul");
+  std::ofstream(dir.path() + "/pyx/property.dbf") << "x";
+  std::ofstream(dir.path() + "/zul/OFFICE.MDB") << "x";
+  std::ofstream(settings + "/vl.INI") << "[DIRECTORIES]\nDATADIR=" << dir.path() << "/pyx\n";
+  std::ofstream(settings + "/ZUL.INI") << "[DIRECTORIES]\nDATADIR=" << dir.path()
+                                       << "/zul/\n[PROGRAM ALIAS]\nBrisalo Office Plus=Office Plus 9\n";
+  test::FakeView view;
+  test::FakeClock clock(0);
+  MainForm form(view, Settings(settings), clock);
+  form.FormLoad();
+  EXPECT_TRUE(form.session().DirectoriesSet);
+  EXPECT_EQ(form.session().SourcePath, dir.path() + "/pyx/");
+  EXPECT_EQ(form.session().TargetPath, dir.path() + "/zul/");
+  EXPECT_EQ(form.form().Caption, "Qorvane - Version 0.1.0");
+  EXPECT_EQ(form.form().cmdTarget, "Office Plus 9 (Target)");
+  EXPECT_EQ(form.form().cmdSource, "PYX (Source)");
+  EXPECT_EQ(form.form().lblDescription,
+            "This program converts tracking data from the PYX program to the Office Plus 9 program ");
+  EXPECT_TRUE(view.messages.empty());
+
+  // A path given on the command line wins over the settings.
+  test::FakeView other_view;
+  MainForm overridden(other_view, Settings(settings), clock);
+  overridden.FormLoad({dir.path() + "/elsewhere", std::nullopt});
+  EXPECT_FALSE(overridden.session().DirectoriesSet);
+  EXPECT_EQ(overridden.session().TargetPath, dir.path() + "/zul/");
+}
+
+}  // namespace
+}  // namespace qorvane::app

@@ -1,0 +1,122 @@
+// The command line as a script uses it: exit statuses, the log path as the last line of
+// standard output, and the words that set the main form's choices.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <sys/wait.h>
+
+#include "cli/choices.h"
+#include "test_support/temp_dir.h"
+
+namespace qorvane::cli {
+namespace {
+
+struct Result {
+  int status = -1;
+  std::string out;
+};
+
+// Runs qorvane with ARGS (already quoted), standard input from /dev/null, standard error dropped.
+Result RunQorvane(const std::string& args) {
+  std::string command = std::string(QORVANE_CLI_PATH) + " " + args + " </dev/null 2>/dev/null";
+  Result result;
+  FILE* pipe = popen(command.c_str(), "r");
+  std::array<char, 4096> buffer;
+  while (std::size_t n = fread(buffer.data(), 1, buffer.size(), pipe)) result.out.append(buffer.data(), n);
+  int raw = pclose(pipe);
+  result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+  return result;
+}
+
+std::string LastLine(const std::string& text) {
+  std::string trimmed = text;
+  while (!trimmed.empty() && trimmed.back() == '\n') trimmed.pop_back();
+  std::size_t newline = trimmed.rfind('\n');
+  return newline == std::string::npos ? trimmed : trimmed.substr(newline + 1);
+}
+
+std::string ReadText(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream buffer;
+  buffer << in.rdbuf();
+  return buffer.str();
+}
+
+class CommandLineTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    source = dir.path() + "/S";
+    target = dir.path() + "/T";
+    std::filesystem::create_directories(source);
+    std::filesystem::create_directories(target);
+    common = "--source " + source + " --target " + target + " --settings " + dir.path() + "/settings";
+  }
+  test::TempDir dir;
+  std::string source, target, common;
+};
+
+TEST_F(CommandLineTest, EmptyDirectoriesAreRefusedWithExitOne) {
+  Result result = RunQorvane("convert " + common + " --yes --steps none");
+  EXPECT_EQ(result.status, 1);
+  std::string log = ReadText(LastLine(result.out));
+  EXPECT_NE(log.find("Conversion aborted: Data directories not correctly set\r\n"), std::string::npos);
+}
+
+TEST_F(CommandLineTest, ARunWithNoStepsWritesTheWholeLogAndExitsZero) {
+  std::ofstream(source + "/Property.dbf") << "x";
+  std::ofstream(target + "/Office.mdb") << "x";
+  Result result = RunQorvane("convert " + common + " --yes --steps none");
+  EXPECT_EQ(result.status, 0);
+  std::string log_path = LastLine(result.out);
+  EXPECT_EQ(log_path.rfind(target + "/ConvLog-", 0), 0u) << log_path;
+  std::string log = ReadText(log_path);
+  EXPECT_EQ(log.rfind("Company: \r\nPhone: \r\nfax: \r\nQorvane Conversion Start = ", 0), 0u);
+  EXPECT_NE(log.find("\r\n\r\nListboxes cleared\r\n\r\n"), std::string::npos);
+  EXPECT_NE(log.find("\r\nQorvane Conversion End = "), std::string::npos);
+  EXPECT_NE(log.find("\r\nElapsed Time:  0 days  0 hrs  0 mins "), std::string::npos);
+}
+
+TEST_F(CommandLineTest, WithoutYesAndWithoutATerminalTheConfirmationIsDeclined) {
+  std::ofstream(source + "/Property.dbf") << "x";
+  std::ofstream(target + "/Office.mdb") << "x";
+  Result result = RunQorvane("convert " + common + " --steps none");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(ReadText(LastLine(result.out)).find("Qorvane Conversion End"), std::string::npos);
+}
+
+TEST_F(CommandLineTest, BadUseExitsTwo) {
+  EXPECT_EQ(RunQorvane("").status, 2);
+  EXPECT_EQ(RunQorvane("frobnicate").status, 2);
+  EXPECT_EQ(RunQorvane("convert " + common + " --steps property,nonsense --yes").status, 2);
+  EXPECT_EQ(RunQorvane("export").status, 2);
+  EXPECT_EQ(RunQorvane("--version").status, 0);
+}
+
+TEST(ApplyChoices, WordsSetTheirCheckBoxes) {
+  app::FormModel form;
+  ConvertChoices choices;
+  choices.steps = "Property, invoice";
+  choices.clear = "all";
+  choices.massage = "assigned";
+  choices.files = " 1001, 1002-A ,";
+  EXPECT_FALSE(ApplyChoices(choices, form).has_value());
+  EXPECT_TRUE(form.Checked("ckbProperty"));
+  EXPECT_TRUE(form.Checked("ckbinvoice"));
+  EXPECT_FALSE(form.Checked("ckbClient"));
+  EXPECT_TRUE(form.Checked("ckbclearsystem"));
+  EXPECT_TRUE(form.Checked("ckbMassage"));
+  EXPECT_TRUE(form.Checked("ckbmassageassigned"));
+  EXPECT_FALSE(form.Checked("ckbmassageproperty"));
+  EXPECT_EQ(form.lstfilenum, (std::vector<std::string>{"1001", "1002-A"}));
+  choices.steps = "none";
+  choices.clear = "bogus";
+  auto error = ApplyChoices(choices, form);
+  ASSERT_TRUE(error.has_value());
+  EXPECT_NE(error->find("'bogus'"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace qorvane::cli
