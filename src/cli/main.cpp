@@ -65,7 +65,9 @@ int RunConvert(const ConvertOptions& options) {
       return kExitUsage;
     }
     cli::InstallInterruptHandler();
+    view.EnterRunMode();
     main_form.cmdNEWConvert();
+    view.LeaveRunMode();
     cli::RemoveInterruptHandler();
     status = ExitStatusFor(main_form.outcome());
   } catch (const app::ProgramEnd& end) {

@@ -1,7 +1,9 @@
 // The command line's View (see terminal_view.h).
 #include "cli/terminal_view.h"
 
+#include <poll.h>
 #include <signal.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -47,7 +49,53 @@ TerminalView::TerminalView(TerminalOptions options, std::ostream& err)
     : options_(options), err_(err), interactive_(isatty(STDIN_FILENO) == 1),
       err_is_terminal_(isatty(STDERR_FILENO) == 1) {}
 
-TerminalView::~TerminalView() { FinishProgress(); }
+struct TerminalView::SavedTerminal {
+  termios settings;
+};
+
+TerminalView::~TerminalView() {
+  LeaveRunMode();
+  FinishProgress();
+}
+
+void TerminalView::EnterRunMode() {
+  if (!interactive_ || run_mode_) return;
+  auto* saved = new SavedTerminal;
+  if (tcgetattr(STDIN_FILENO, &saved->settings) != 0) {
+    delete saved;
+    return;
+  }
+  termios keys = saved->settings;
+  keys.c_lflag &= ~(ICANON | ECHO);
+  keys.c_cc[VMIN] = 0;
+  keys.c_cc[VTIME] = 0;
+  tcsetattr(STDIN_FILENO, TCSANOW, &keys);
+  saved_terminal_ = saved;
+  run_mode_ = true;
+}
+
+void TerminalView::LeaveRunMode() {
+  if (!run_mode_) return;
+  tcsetattr(STDIN_FILENO, TCSANOW, &saved_terminal_->settings);
+  delete saved_terminal_;
+  saved_terminal_ = nullptr;
+  run_mode_ = false;
+}
+
+bool TerminalView::EscapePressed() {
+  if (!run_mode_) return false;
+  long long now = NowMs();
+  if (now - last_key_check_ms_ < 50) return false;
+  last_key_check_ms_ = now;
+  bool escape = false;
+  pollfd input{STDIN_FILENO, POLLIN, 0};
+  while (poll(&input, 1, 0) > 0 && (input.revents & POLLIN)) {
+    char key = 0;
+    if (::read(STDIN_FILENO, &key, 1) != 1) break;
+    escape = escape || key == 0x1b;
+  }
+  return escape;
+}
 
 void TerminalView::FinishProgress() {
   if (progress_line_open_) {
@@ -85,7 +133,7 @@ void TerminalView::Show(const app::FormModel& form) {
 }
 
 app::UserRequest TerminalView::PollUserRequest() {
-  if (interrupts > 0) {
+  if (interrupts > 0 || EscapePressed()) {
     interrupts = 0;
     return app::UserRequest::Quit;
   }
@@ -99,6 +147,15 @@ bool TerminalView::AskLine(const std::string& question, std::string* answer) {
     err_ << "\n";
     return false;
   }
+  bool was_run_mode = run_mode_;
+  LeaveRunMode();
+  struct Restore {
+    TerminalView* view;
+    bool again;
+    ~Restore() {
+      if (again) view->EnterRunMode();
+    }
+  } restore{this, was_run_mode};
   answer->clear();
   char c = 0;
   for (;;) {

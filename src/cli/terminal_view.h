@@ -29,11 +29,17 @@ class TerminalView : public app::View {
 
   // Ends the updating progress line, so that later output starts on a line of its own.
   void FinishProgress();
+  // While a run goes on, a terminal on standard input reports single keys, so that ESC can
+  // pause the run as Ctrl-C does; LeaveRunMode restores the terminal as it was.
+  void EnterRunMode();
+  void LeaveRunMode();
 
  private:
   // Reads one answer line from the terminal; nullopt when there is none (no terminal, end of
   // input, or Ctrl-C while waiting).
   bool AskLine(const std::string& question, std::string* answer);
+  // True when ESC was typed since the last look (looked at no more than every 50 ms).
+  bool EscapePressed();
 
   TerminalOptions options_;
   std::ostream& err_;
@@ -43,6 +49,10 @@ class TerminalView : public app::View {
   std::string last_progress_;
   bool progress_line_open_ = false;
   long long last_draw_ms_ = 0;
+  bool run_mode_ = false;
+  long long last_key_check_ms_ = 0;
+  struct SavedTerminal;
+  SavedTerminal* saved_terminal_ = nullptr;
 };
 
 // Installs the Ctrl-C handler for a run (each Ctrl-C is counted, not fatal) and removes it.
