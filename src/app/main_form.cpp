@@ -85,6 +85,42 @@ void MainForm::SaveSettings() {
   });
 }
 
+std::string MainForm::ValidatePickedFile(const std::string& full_name) {
+  ParsedFileName parts = ParseFileName(Trim(full_name));
+  if (Trim(full_name).empty() || parts.file_name.empty() ||
+      parts.file_name.find_first_of("<>:\"|?*") != std::string::npos) {
+    return "Invalid Filename.  Please try Again";
+  }
+  if (!os::IsRegularFile(Trim(full_name))) return "File does not exist.  Please try Again";
+  return "";
+}
+
+bool MainForm::cmdSource_Picked(const std::string& full_name) {
+  return Guard("cmdSource_Click", [&] {
+    std::string problem = ValidatePickedFile(full_name);
+    if (!problem.empty()) {
+      MsgBox(problem);
+      return false;
+    }
+    form_.txtPyxPath = ParseFileName(Trim(full_name)).directory;
+    view_.Show(form_);
+    return true;
+  });
+}
+
+bool MainForm::cmdTarget_Picked(const std::string& full_name) {
+  return Guard("cmdTarget_Click", [&] {
+    std::string problem = ValidatePickedFile(full_name);
+    if (!problem.empty()) {
+      MsgBox(problem);
+      return false;
+    }
+    form_.txtZulPath = ParseFileName(Trim(full_name)).directory;
+    view_.Show(form_);
+    return true;
+  });
+}
+
 void MainForm::FormLoad(const StartupPaths& paths) {
   Guard("FormLoad", [&] {
     TagRead();

@@ -84,6 +84,12 @@ class MainForm {
   void OpenConfig();
   // Stores the paths and check-box choices of a completed run into FOXCON.INI.
   void SaveSettings();
+  // The pickers' check of a chosen name: "" when it may be taken, else the message to show
+  // ("Invalid Filename.  Please try Again" or "File does not exist.  Please try Again").
+  static std::string ValidatePickedFile(const std::string& full_name);
+  // Takes a file picked with the source or the target picker: its folder becomes the path.
+  bool cmdSource_Picked(const std::string& full_name);
+  bool cmdTarget_Picked(const std::string& full_name);
 
   // The conversion run (the Convert button).
   void cmdNEWConvert();

@@ -1,0 +1,27 @@
+// qorvane-gui: the window face. Same engine, same log and messages as the command line.
+#include <QApplication>
+#include <QCommandLineParser>
+
+#include <optional>
+
+#include "gui/main_window.h"
+
+int main(int argc, char** argv) {
+  QApplication application(argc, argv);
+  QCoreApplication::setApplicationName("qorvane-gui");
+  QCommandLineParser parser;
+  parser.addHelpOption();
+  QCommandLineOption settings_option("settings", "Settings directory", "DIR");
+  parser.addOption(settings_option);
+  parser.process(application);
+  std::optional<std::string> settings;
+  if (parser.isSet(settings_option)) settings = parser.value(settings_option).toStdString();
+
+  qorvane::app::SystemClock clock;
+  qorvane::gui::MainWindow window(qorvane::app::Settings::FormInit(settings), clock);
+  window.show();
+  window.main_form().FormLoad();
+  window.Refresh();
+  if (window.main_form().session().EndRequested) return 0;
+  return application.exec();
+}

@@ -1,0 +1,72 @@
+// The window face: frmConvert as a Qt main window. It implements the View that MainForm drives:
+// Show copies the form model into the widgets, PollUserRequest lets Qt serve its events while a
+// converter yields, and message boxes and the Continue/Stop prompt are modal dialogs. Edits the
+// user makes (paths, check boxes) go straight back into the model.
+#pragma once
+
+#include <QMainWindow>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "app/main_form.h"
+
+class QCheckBox;
+class QLabel;
+class QLineEdit;
+class QListWidget;
+class QProgressBar;
+class QPushButton;
+class QGroupBox;
+
+namespace qorvane::gui {
+
+class MainWindow : public QMainWindow, public app::View {
+ public:
+  MainWindow(app::Settings settings, app::Clock& clock);
+  ~MainWindow() override;
+
+  app::MainForm& main_form() { return *main_form_; }
+
+  // View.
+  void Show(const app::FormModel& form) override;
+  app::UserRequest PollUserRequest() override;
+  app::MessageResult MessageBox(const std::string& text, app::MessageButtons buttons,
+                                const std::string& title) override;
+  app::EscapeChoice PromptEscape() override;
+  void OpenLog(const std::string& path) override;
+
+  // Copies the whole model into the widgets now, whatever the last redraw.
+  void Refresh();
+
+  // Tests answer message boxes and the prompt without a person (nullptr: real dialogs).
+  std::function<app::MessageResult(const std::string&, app::MessageButtons)> answer_message;
+  std::function<app::EscapeChoice()> answer_escape;
+
+  // The widget of a control, by its control name (tests and screenshots).
+  QWidget* Control(const std::string& name) const;
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  void Build();
+  QCheckBox* AddCheckBox(QWidget* parent, const std::string& name, const QString& caption);
+  void OnConvert();
+  void OnQuit();
+  void OnPickSource();
+  void OnPickTarget();
+
+  std::unique_ptr<app::MainForm> main_form_;
+  std::map<std::string, QWidget*> controls_;
+  std::map<std::string, QCheckBox*> check_boxes_;
+  std::map<std::string, QLabel*> images_;  // one label per image pair, by the done image's name
+  app::UserRequest pending_ = app::UserRequest::None;
+  long long last_draw_ms_ = 0;
+  long long last_events_ms_ = 0;
+};
+
+}  // namespace qorvane::gui

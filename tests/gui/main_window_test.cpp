@@ -1,0 +1,111 @@
+// The window drives the same run as the command line: a conversion started with the Convert
+// button writes the same log, the model shows in the widgets, edits go back into the model, and
+// ESC during a run brings up the Continue/Stop prompt. Runs on Qt's offscreen platform.
+#include "gui/main_window.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QPushButton>
+
+#include <cstdlib>
+#include <fstream>
+
+#include "test_support/temp_dir.h"
+
+namespace qorvane::gui {
+namespace {
+
+class WindowTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    static int argc = 1;
+    static char name[] = "gui_tests";
+    static char* argv[] = {name, nullptr};
+    static QApplication* application = new QApplication(argc, argv);
+    (void)application;
+  }
+  void SetUp() override {
+    source = dir.path() + "/pyx";
+    target = dir.path() + "/zul";
+    std::filesystem::create_directories(source);
+    std::filesystem::create_directories(target);
+    std::ofstream(source + "/property.dbf") << "x";
+    std::ofstream(target + "/office.mdb") << "x";
+    window = std::make_unique<MainWindow>(app::Settings(dir.path() + "/settings"), clock);
+    window->answer_message = [this](const std::string& text, app::MessageButtons buttons) {
+      messages.push_back(text);
+      return buttons == app::MessageButtons::YesNo ? app::MessageResult::Yes : app::MessageResult::Ok;
+    };
+    window->main_form().FormLoad({source, target});
+    window->Refresh();
+  }
+  template <typename Widget>
+  Widget* Get(const std::string& name) {
+    return dynamic_cast<Widget*>(window->Control(name));
+  }
+
+  test::TempDir dir;
+  std::string source, target;
+  app::SystemClock clock;
+  std::unique_ptr<MainWindow> window;
+  std::vector<std::string> messages;
+};
+
+TEST_F(WindowTest, ShowsTheModelAndTakesTheUsersEdits) {
+  EXPECT_EQ(Get<QLineEdit>("txtPyxPath")->text().toStdString(), source + "/");
+  EXPECT_EQ(Get<QPushButton>("cmdSource")->text().toStdString(), "PYX (Source)");
+  EXPECT_EQ(window->windowTitle().toStdString(), "Qorvane - Version 0.1.0");
+  Get<QCheckBox>("ckbProperty")->setChecked(false);
+  EXPECT_FALSE(window->main_form().form().Checked("ckbProperty"));
+  Get<QCheckBox>("ckbMassage")->setChecked(true);
+  EXPECT_TRUE(window->main_form().form().Checked("ckbMassage"));
+  if (const char* shot = std::getenv("QORVANE_SCREENSHOT")) window->grab().save(shot);
+}
+
+TEST_F(WindowTest, ConvertButtonRunsTheConversionAndEscapeAsksToContinue) {
+  for (auto& [name, value] : window->main_form().form().CheckBoxes) value = 0;
+  window->main_form().form().SetCheck("ckbProperty", true);
+  int prompts = 0;
+  window->answer_escape = [&] {
+    ++prompts;
+    return app::EscapeChoice::Continue;
+  };
+  window->main_form().routines().Converters["ConvertPropertyDBF"] = [&] {
+    QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+    QApplication::sendEvent(window.get(), &escape);
+    window->main_form().DoEvents();
+    window->main_form().form().lblRecord = "5";
+  };
+  Get<QPushButton>("cmdnewconvert")->click();
+  EXPECT_EQ(prompts, 1);
+  EXPECT_EQ(window->main_form().outcome(), app::RunOutcome::Completed);
+  EXPECT_EQ(Get<QLabel>("lblAddress")->text().toStdString(), "Conversion Complete");
+  EXPECT_EQ(Get<QPushButton>("cmdQuit")->text().toStdString(), "Quit");
+  ASSERT_FALSE(messages.empty());
+  EXPECT_EQ(messages.back().rfind("Conversion complete:", 0), 0u);
+  std::ifstream log(window->main_form().LogPath());
+  std::string text((std::istreambuf_iterator<char>(log)), std::istreambuf_iterator<char>());
+  EXPECT_NE(text.find("Conversion paused by User (Quit button) ~ continued\r\n"
+                      "Property table conversion complete: 5 records\r\n"),
+            std::string::npos);
+}
+
+TEST_F(WindowTest, PickersRefuseMissingFilesWithTheirMessage) {
+  EXPECT_FALSE(window->main_form().cmdSource_Picked(dir.path() + "/nowhere/property.dbf"));
+  EXPECT_FALSE(window->main_form().cmdTarget_Picked("   "));
+  ASSERT_EQ(messages.size(), 2u);
+  EXPECT_EQ(messages[0], "File does not exist.  Please try Again");
+  EXPECT_EQ(messages[1], "Invalid Filename.  Please try Again");
+  EXPECT_TRUE(window->main_form().cmdTarget_Picked(target + "/office.mdb"));
+  EXPECT_EQ(Get<QLineEdit>("txtZulPath")->text().toStdString(), target + "/");
+}
+
+}  // namespace
+}  // namespace qorvane::gui
