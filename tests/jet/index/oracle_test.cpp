@@ -3,10 +3,12 @@
 // each tree from its entries gives a tree that the verifier accepts and that reads back the same.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 
 #include "common/error.h"
 #include "jet/index/fixture_reader.h"
+#include "jet/index/format.h"
 #include "jet/index/key.h"
 #include "jet/index/tree.h"
 #include "test_support/temp_dir.h"
@@ -28,8 +30,7 @@ std::string Hex(std::span<const uint8_t> bytes) {
   return out;
 }
 
-// Files whose indexes were written by Access. testUnicodeCompV2003.mdb is left out: its text
-// index was written by another library (see the fixtures' SOURCES.md); testV1997.mdb is Jet 3.
+// Files whose indexes were written by Access (testV1997.mdb is Jet 3, and so not here).
 const char* const kOracleFiles[] = {
     "northwind-V2000.mdb",      "fixedTextTestV2000.mdb", "testIndexPropertiesV2000.mdb",
     "compIndexTestV2000.mdb",   "indexTestV2000.mdb",     "bigIndexTestV2000.mdb",
@@ -37,13 +38,17 @@ const char* const kOracleFiles[] = {
     "delTestV2000.mdb",         "delColTestV2000.mdb",    "fixedNumericTestV2000.mdb",
     "queryTestV2000.mdb",       "empty.mdb",              "emptyJet4.mdb",
     "adox_jet4.mdb",            "DateTestDatabase.mdb",   "V2000_with-password.mdb",
+    "testUnicodeCompV2003.mdb",
 };
 
 class OracleTest : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(OracleTest, ComputedKeysEqualStoredKeysAndTreesVerify) {
   FixtureFile file(test::FixturePath(std::string("mdb/") + GetParam()));
-  size_t checked = 0;
+  // testUnicodeCompV2003.mdb holds Cyrillic/Greek/CJK text (no weights in our table) and a long
+  // value whose key another library wrote; only its other entries count.
+  const bool partial = std::string(GetParam()) == "testUnicodeCompV2003.mdb";
+  size_t checked = 0, skipped = 0;
   std::vector<std::string> mismatches;
   for (const FixtureTable& table : file.Tables()) {
     for (size_t number = 0; number < table.indexes.size(); ++number) {
@@ -60,8 +65,15 @@ TEST_P(OracleTest, ComputedKeysEqualStoredKeysAndTreesVerify) {
         for (auto [id, order] : index.columns) {
           values.push_back(file.Value(table, table.Column(id), entry.data_page, entry.data_row));
         }
-        auto key = MakeKey(columns, values,
-                           index.flags & 0x02 ? NullKeys::Ignore : NullKeys::Store);
+        std::optional<std::vector<uint8_t>> key;
+        try {
+          key = MakeKey(columns, values, index.flags & 0x02 ? NullKeys::Ignore : NullKeys::Store);
+        } catch (const Error& error) {
+          // Characters outside the weight table, or keys Jet would truncate: not built by us.
+          if (!partial) throw;
+          ++skipped;
+          continue;
+        }
         ++checked;
         if (!key || *key != entry.key) {
           std::string shown;
@@ -77,7 +89,12 @@ TEST_P(OracleTest, ComputedKeysEqualStoredKeysAndTreesVerify) {
       // Access's own tree passes the verifier.
       EXPECT_NO_THROW(VerifyTree(index.root, table.tdef_page, file.Source(), stored)) << where;
 
-      // Rebuilt into fresh pages, the tree verifies and reads back the same entries.
+      // Rebuilt into fresh pages, the tree verifies and reads back the same entries (keys longer
+      // than we write are left to the file that has them).
+      if (std::any_of(stored.begin(), stored.end(),
+                      [](const Entry& entry) { return entry.key.size() > format::kMaxKeySize; })) {
+        continue;
+      }
       std::map<uint32_t, std::vector<uint8_t>> pages;
       uint32_t next_page = 1000;
       PageSink sink{[&] { return next_page++; },
@@ -97,7 +114,7 @@ TEST_P(OracleTest, ComputedKeysEqualStoredKeysAndTreesVerify) {
   for (size_t i = 0; i < mismatches.size() && i < 20; ++i) ADD_FAILURE() << mismatches[i];
   EXPECT_TRUE(mismatches.empty()) << mismatches.size() << " of " << checked << " keys differ";
   RecordProperty("entries_checked", static_cast<int>(checked));
-  std::printf("%s: %zu index entries checked\n", GetParam(), checked);
+  std::printf("%s: %zu index entries checked, %zu skipped\n", GetParam(), checked, skipped);
 }
 
 INSTANTIATE_TEST_SUITE_P(Fixtures, OracleTest, ::testing::ValuesIn(kOracleFiles),
