@@ -12,6 +12,11 @@
 #include "app/main_form.h"
 #include "cli/choices.h"
 #include "cli/terminal_view.h"
+#include "jet/export.h"
+#if __has_include("foxpro/export.h")
+#include "foxpro/export.h"
+#define QORVANE_HAVE_DBF_EXPORT 1
+#endif
 
 namespace {
 
@@ -76,6 +81,31 @@ int RunConvert(const ConvertOptions& options) {
   view.FinishProgress();
   if (!main_form.LogPath().empty()) std::cout << main_form.LogPath() << "\n";
   return status;
+}
+
+bool EndsWithNoCase(const std::string& text, const std::string& suffix) {
+  if (text.size() < suffix.size()) return false;
+  for (std::size_t i = 0; i < suffix.size(); ++i) {
+    if (std::tolower(static_cast<unsigned char>(text[text.size() - suffix.size() + i])) != suffix[i]) {
+      return false;
+    }
+  }
+  return true;
+}
+
+int RunExport(ExportOptions options) {
+  if (EndsWithNoCase(options.file, ".mdb")) return ExportMdb(options, std::cout, std::cerr);
+  if (EndsWithNoCase(options.file, ".dbf")) {
+#ifdef QORVANE_HAVE_DBF_EXPORT
+    return ExportDbf(options, std::cout, std::cerr);
+#else
+    std::cerr << "qorvane: exporting a .dbf is not available yet in this version.\n";
+    return kExitUsage;
+#endif
+  }
+  std::cerr << "qorvane: " << options.file << ": not a .dbf table or a .mdb database (the name "
+            << "must end in .dbf or .mdb)\n";
+  return kExitUsage;
 }
 
 int NotAvailableYet(const std::string& command) {
@@ -153,6 +183,13 @@ int main(int argc, char** argv) {
   if (init_command->parsed()) return NotAvailableYet("init-target");
   if (check_command->parsed()) return NotAvailableYet("check");
   if (sample_command->parsed()) return NotAvailableYet("sample");
-  if (export_command->parsed()) return NotAvailableYet("export");
+  if (export_command->parsed()) {
+    ExportOptions options;
+    options.file = export_file;
+    if (!export_table.empty()) options.table = export_table;
+    options.format = export_format == "json" ? ExportFormat::Json : ExportFormat::Csv;
+    options.source_codepage = export_codepage;
+    return RunExport(options);
+  }
   return kExitUsage;
 }

@@ -95,6 +95,17 @@ TEST_F(CommandLineTest, BadUseExitsTwo) {
   EXPECT_EQ(RunQorvane("--version").status, 0);
 }
 
+TEST(Export, ListsTheTablesOfADatabaseAndRefusesOtherFiles) {
+  std::string northwind = test::FixturePath("mdb/northwind-V2000.mdb");
+  Result tables = RunQorvane("export " + northwind);
+  EXPECT_EQ(tables.status, 0);
+  EXPECT_NE(tables.out.find("Shippers,3\n"), std::string::npos);
+  Result shippers = RunQorvane("export " + northwind + " Shippers");
+  EXPECT_NE(shippers.out.find("2,United Package,(503) 555-3199\n"), std::string::npos);
+  EXPECT_EQ(RunQorvane("export " + test::FixturePath("mdb/testV1997.mdb")).status, 3);
+  EXPECT_EQ(RunQorvane("export /etc/hostname").status, 2);
+}
+
 TEST(ApplyChoices, WordsSetTheirCheckBoxes) {
   app::FormModel form;
   ConvertChoices choices;
