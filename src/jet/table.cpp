@@ -124,7 +124,36 @@ std::optional<std::size_t> Table::FindColumn(std::string_view name) const {
   return std::nullopt;
 }
 
-std::size_t Table::row_count() { return RowIds().size(); }
+std::size_t Table::row_count() {
+  LoadRows();
+  return rows_.size() - deleted_.size();
+}
+
+bool Table::IsLive(RowId row) {
+  LoadRows();
+  return deleted_.count(row) == 0 && std::binary_search(rows_.begin(), rows_.end(), row);
+}
+
+std::optional<RowId> Table::FirstRow() { return NextRow(0); }
+
+std::optional<RowId> Table::NextRow(RowId row) {
+  LoadRows();
+  for (auto it = std::upper_bound(rows_.begin(), rows_.end(), row); it != rows_.end(); ++it) {
+    if (deleted_.count(*it) == 0) return *it;
+  }
+  return std::nullopt;
+}
+
+std::optional<RowId> Table::LastRow() { return PreviousRow(0xFFFFFFFFu); }
+
+std::optional<RowId> Table::PreviousRow(RowId row) {
+  LoadRows();
+  for (auto it = std::lower_bound(rows_.begin(), rows_.end(), row); it != rows_.begin();) {
+    --it;
+    if (deleted_.count(*it) == 0) return *it;
+  }
+  return std::nullopt;
+}
 
 void Table::LoadRows() {
   if (rows_loaded_) return;
