@@ -421,8 +421,8 @@ std::vector<RowId> Table::FindEqual(const std::vector<std::size_t>& columns, con
 }
 
 void Table::CheckUnique(const std::vector<Value>& values, std::optional<RowId> self) {
-  for (const auto& logical : definition_.logical_indexes) {
-    const RealIndexDefinition& real = definition_.real_indexes[logical.real_index];
+  for (std::size_t r = 0; r < definition_.real_indexes.size(); ++r) {
+    const RealIndexDefinition& real = definition_.real_indexes[r];
     if ((real.flags & kIndexFlagUnique) == 0) continue;
     std::vector<std::size_t> columns;
     std::vector<Value> key;
@@ -438,9 +438,17 @@ void Table::CheckUnique(const std::vector<Value>& values, std::optional<RowId> s
     if (any_null || columns.empty()) continue;
     for (RowId other : FindEqual(columns, key)) {
       if (self && other == *self) continue;
+      // Name the index as Access shows it: the primary key, else a plain index, else any.
+      std::string name;
+      int best = 3;
+      for (const auto& logical : definition_.logical_indexes) {
+        if (logical.real_index != r) continue;
+        int rank = logical.index_type == kLogicalIndexTypePrimary ? 0 : (logical.index_type == kLogicalIndexTypeForeign ? 2 : 1);
+        if (rank < best) best = rank, name = logical.name;
+      }
       std::string shown;
       for (const auto& value : key) shown += (shown.empty() ? "" : ", ") + ("'" + value.AsText() + "'");
-      throw Error(ErrorKind::Constraint, store_.file_name() + ": table " + name_ + ": index " + logical.name +
+      throw Error(ErrorKind::Constraint, store_.file_name() + ": table " + name_ + ": index " + name +
                                              " is unique and already holds " + shown);
     }
   }
