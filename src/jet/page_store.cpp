@@ -1,0 +1,299 @@
+// Page cache, header checks, work-copy commit and page allocation through the global map.
+#include "jet/page_store.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "common/error.h"
+#include "jet/data_page.h"
+#include "jet/usage_map.h"
+
+namespace qorvane::jet {
+namespace {
+
+using namespace format;
+
+// Changed pages kept in memory before they are written to the work file (64 MB).
+constexpr std::size_t kCacheLimitPages = 16384;
+
+// The RC4 keystream of the key C7 DA 39 6B that masks header bytes 0x18..0x97.
+std::array<std::uint8_t, kHeaderMaskedLength> HeaderMask() {
+  static constexpr std::uint8_t kKey[4] = {0xC7, 0xDA, 0x39, 0x6B};
+  std::array<std::uint8_t, 256> state{};
+  for (int i = 0; i < 256; ++i) state[i] = static_cast<std::uint8_t>(i);
+  for (int i = 0, j = 0; i < 256; ++i) {
+    j = (j + state[i] + kKey[i % 4]) & 0xFF;
+    std::swap(state[i], state[j]);
+  }
+  std::array<std::uint8_t, kHeaderMaskedLength> mask{};
+  for (std::size_t k = 0, i = 0, j = 0; k < mask.size(); ++k) {
+    i = (i + 1) & 0xFF;
+    j = (j + state[i]) & 0xFF;
+    std::swap(state[i], state[j]);
+    mask[k] = state[(state[i] + state[j]) & 0xFF];
+  }
+  return mask;
+}
+
+std::string DirectoryOf(const std::string& path) {
+  std::size_t slash = path.find_last_of('/');
+  return slash == std::string::npos ? "." : (slash == 0 ? "/" : path.substr(0, slash));
+}
+
+std::string LockPathFor(const std::string& path) {
+  std::size_t dot = path.find_last_of('.');
+  std::size_t slash = path.find_last_of('/');
+  if (dot != std::string::npos && (slash == std::string::npos || dot > slash)) {
+    return path.substr(0, dot) + ".ldb";
+  }
+  return path + ".ldb";
+}
+
+}  // namespace
+
+void CheckDatabaseHeader(Bytes start, std::uint64_t file_size, const std::string& file_name) {
+  auto refuse = [&](ErrorKind kind, const std::string& why) {
+    throw Error(kind, file_name + ": " + why);
+  };
+  if (file_size < kPageSize || start.size() < kPageSize) {
+    refuse(ErrorKind::Corrupt, "not an Access database (the file is too short: " +
+                                   std::to_string(file_size) + " bytes)");
+  }
+  std::string format_id(reinterpret_cast<const char*>(start.data()) + kHeaderFormatIdOffset,
+                        kHeaderFormatIdLength);
+  bool magic = Get32(start, kHeaderMagicOffset) == 0x100;
+  if (!magic || (format_id != "Standard Jet DB" && format_id != "Standard ACE DB")) {
+    refuse(ErrorKind::Corrupt, "not an Access database (no Jet header on page 0)");
+  }
+  std::uint8_t version = Get8(start, kHeaderVersionOffset);
+  if (format_id == "Standard ACE DB" || version >= 0x02) {
+    refuse(ErrorKind::NotSupported,
+           "an Access 2007 or later database (.accdb, ACE version byte " + std::to_string(version) +
+               "); only Access 2000-2003 (Jet 4) .mdb files are supported");
+  }
+  if (version == kVersionJet3) {
+    refuse(ErrorKind::NotSupported,
+           "an Access 97 (Jet 3) database; only Access 2000-2003 (Jet 4) .mdb files are supported");
+  }
+  if (file_size % kPageSize != 0) {
+    refuse(ErrorKind::Corrupt, "damaged: its size (" + std::to_string(file_size) +
+                                   " bytes) is not a whole number of 4096-byte pages");
+  }
+  auto mask = HeaderMask();
+  std::array<std::uint8_t, kHeaderMaskedLength> clear{};
+  for (std::size_t i = 0; i < clear.size(); ++i) {
+    clear[i] = Get8(start, kHeaderMaskedOffset + i) ^ mask[i];
+  }
+  Bytes header(reinterpret_cast<const std::byte*>(clear.data()), clear.size());
+  auto at = [](std::size_t absolute) { return absolute - kHeaderMaskedOffset; };
+  if (Get32(header, at(kHeaderDatabaseKeyOffset)) != 0) {
+    refuse(ErrorKind::NotSupported, "an encrypted database; decrypt it in Access first");
+  }
+  double created = 0;
+  std::uint64_t raw_date = Get64(header, at(kHeaderCreationDateOffset));
+  std::memcpy(&created, &raw_date, sizeof created);
+  std::uint32_t date_mask = std::isfinite(created) && std::fabs(created) < 2e9
+                                ? static_cast<std::uint32_t>(static_cast<std::int32_t>(created))
+                                : 0;
+  for (std::size_t i = 0; i < kHeaderPasswordLength; ++i) {
+    std::uint8_t byte = Get8(header, at(kHeaderPasswordOffset) + i) ^
+                        static_cast<std::uint8_t>(date_mask >> (8 * (i % 4)));
+    if (byte != 0) {
+      refuse(ErrorKind::NotSupported,
+             "a password-protected database; remove the password in Access first");
+    }
+  }
+}
+
+std::unique_ptr<PageStore> PageStore::OpenFile(const std::string& path, AccessMode mode) {
+  std::unique_ptr<PageStore> store(new PageStore());
+  store->path_ = path;
+  store->file_name_ = path;
+  store->mode_ = mode;
+  store->work_path_ = path + ".qorvane-work";
+  if (mode == AccessMode::ReadWrite) {
+    store->lock_path_ = LockPathFor(path);
+    if (os::IsRegularFile(store->lock_path_)) {
+      store->lock_file_ = os::File::Open(store->lock_path_, os::OpenMode::ReadWrite);
+    } else {
+      store->lock_file_ = os::File::Open(store->lock_path_, os::OpenMode::CreateTruncate);
+      store->created_lock_file_ = true;
+    }
+    if (!store->lock_file_.TryLockExclusive()) {
+      store->lock_file_.Close();
+      throw Error(ErrorKind::Locked, path + ": the database is open in another program (its lock file " +
+                                         store->lock_path_ + " is in use); close it there and try again");
+    }
+  }
+  try {
+    store->file_ = os::File::Open(path, os::OpenMode::ReadOnly);
+    std::uint64_t size = store->file_.Size();
+    std::array<std::byte, kPageSize> first{};
+    std::size_t got = store->file_.ReadAt(0, first);
+    CheckDatabaseHeader(Bytes(first.data(), got), size, path);
+    store->page_count_ = static_cast<std::uint32_t>(size / kPageSize);
+    store->work_is_original_ = true;
+  } catch (...) {
+    store->ReleaseLock();
+    throw;
+  }
+  return store;
+}
+
+std::unique_ptr<PageStore> PageStore::OpenBuffer(std::vector<std::byte> bytes, const std::string& name) {
+  CheckDatabaseHeader(bytes, bytes.size(), name);
+  std::unique_ptr<PageStore> store(new PageStore());
+  store->file_name_ = name;
+  store->from_buffer_ = true;
+  store->buffer_ = std::move(bytes);
+  store->page_count_ = static_cast<std::uint32_t>(store->buffer_.size() / kPageSize);
+  return store;
+}
+
+PageStore::~PageStore() {
+  try {
+    if (mode_ == AccessMode::ReadWrite && !work_is_original_) Discard();
+  } catch (...) {
+    // The work file may stay behind; the original is untouched either way.
+  }
+  ReleaseLock();
+}
+
+void PageStore::ReleaseLock() {
+  if (!lock_file_.is_open()) return;
+  try {
+    if (created_lock_file_) os::RemoveFile(lock_path_);
+    lock_file_.Close();
+  } catch (...) {
+  }
+}
+
+PageStore::CachedPage& PageStore::Load(std::uint32_t page) {
+  auto found = cache_.find(page);
+  if (found != cache_.end()) return *found->second;
+  if (page >= page_count_) {
+    throw Error(ErrorKind::Corrupt, file_name_ + ": page " + std::to_string(page) +
+                                        " lies past the end of the file (" +
+                                        std::to_string(page_count_) + " pages)");
+  }
+  auto cached = std::make_unique<CachedPage>();
+  cached->bytes.fill(std::byte{0});
+  std::uint64_t offset = static_cast<std::uint64_t>(page) * kPageSize;
+  if (from_buffer_) {
+    std::size_t n = std::min<std::size_t>(kPageSize, buffer_.size() - offset);
+    std::memcpy(cached->bytes.data(), buffer_.data() + offset, n);
+  } else {
+    file_.ReadAt(offset, cached->bytes);
+  }
+  CachedPage& result = *cached;
+  cache_.emplace(page, std::move(cached));
+  return result;
+}
+
+Bytes PageStore::Read(std::uint32_t page) { return Load(page).bytes; }
+
+MutableBytes PageStore::Write(std::uint32_t page) {
+  if (mode_ != AccessMode::ReadWrite) {
+    throw Error(ErrorKind::InvalidArgument, file_name_ + ": the database was opened read-only");
+  }
+  EnsureWorkCopy();
+  CachedPage& cached = Load(page);
+  cached.dirty = true;
+  return cached.bytes;
+}
+
+void PageStore::EnsureWorkCopy() {
+  if (!work_is_original_) return;
+  os::CopyFile(path_, work_path_);
+  try {
+    file_ = os::File::Open(work_path_, os::OpenMode::ReadWrite);
+  } catch (...) {
+    os::RemoveFile(work_path_);
+    throw;
+  }
+  work_is_original_ = false;
+}
+
+std::uint32_t PageStore::Allocate() {
+  EnsureWorkCopy();
+  if (!global_map_) {
+    global_map_ = std::make_unique<UsageMap>(
+        UsageMap::Load(*this, RowPointer{kGlobalUsageMapPage, 0}, "global free-page map"));
+  }
+  std::uint32_t page;
+  if (!reusable_pages_.empty()) {
+    page = reusable_pages_.back();
+    reusable_pages_.pop_back();
+  } else {
+    page = page_count_++;
+  }
+  if (global_map_->InRange(page)) global_map_->Set(page, false);
+  auto cached = std::make_unique<CachedPage>();
+  cached->bytes.fill(std::byte{0});
+  cached->dirty = true;
+  cache_[page] = std::move(cached);
+  return page;
+}
+
+void PageStore::Free(std::uint32_t page) {
+  EnsureWorkCopy();
+  if (!global_map_) {
+    global_map_ = std::make_unique<UsageMap>(
+        UsageMap::Load(*this, RowPointer{kGlobalUsageMapPage, 0}, "global free-page map"));
+  }
+  if (global_map_->InRange(page)) global_map_->Set(page, true);
+  reusable_pages_.push_back(page);
+}
+
+void PageStore::TrimCache() {
+  if (cache_.size() < kCacheLimitPages) return;
+  FlushDirty();
+  cache_.clear();
+}
+
+void PageStore::FlushDirty() {
+  if (from_buffer_ || mode_ != AccessMode::ReadWrite) return;
+  std::vector<std::uint32_t> dirty;
+  for (auto& [number, cached] : cache_) {
+    if (cached->dirty) dirty.push_back(number);
+  }
+  if (dirty.empty()) return;
+  EnsureWorkCopy();
+  std::sort(dirty.begin(), dirty.end());
+  for (std::uint32_t number : dirty) {
+    file_.WriteAt(static_cast<std::uint64_t>(number) * kPageSize, cache_[number]->bytes);
+    cache_[number]->dirty = false;
+  }
+}
+
+void PageStore::Commit() {
+  if (mode_ != AccessMode::ReadWrite) return;
+  if (global_map_) global_map_->Store(*this);
+  bool any_dirty = std::any_of(cache_.begin(), cache_.end(), [](auto& entry) { return entry.second->dirty; });
+  if (work_is_original_ && !any_dirty) return;
+  FlushDirty();
+  // Pages allocated but never written still count: the file must end on a whole page.
+  std::uint64_t size = static_cast<std::uint64_t>(page_count_) * kPageSize;
+  if (file_.Size() < size) file_.Truncate(size);
+  file_.Sync();
+  os::Rename(work_path_, path_);
+  os::SyncDirectory(DirectoryOf(path_));
+  work_is_original_ = true;
+  reusable_pages_.clear();
+}
+
+void PageStore::Discard() {
+  if (mode_ != AccessMode::ReadWrite) return;
+  cache_.clear();
+  global_map_.reset();
+  reusable_pages_.clear();
+  if (!work_is_original_) {
+    file_ = os::File::Open(path_, os::OpenMode::ReadOnly);
+    os::RemoveFile(work_path_);
+    work_is_original_ = true;
+  }
+  page_count_ = static_cast<std::uint32_t>(file_.Size() / kPageSize);
+}
+
+}  // namespace qorvane::jet

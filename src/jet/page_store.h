@@ -1,0 +1,90 @@
+// The page layer of the engine: reads 4096-byte pages of a database, keeps changed pages in a
+// cache and, for a writable database, works on a copy of the file in the same folder that is
+// put in place atomically (write, fsync, rename) by Commit. The original file is never written
+// until the rename, so a killed process or a full disk leaves it as it was. Internal header.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "common/os.h"
+#include "jet/bytes.h"
+#include "jet/format.h"
+
+namespace qorvane::jet {
+
+class UsageMap;
+
+enum class AccessMode { ReadOnly, ReadWrite };
+
+// Checks page 0 and throws NotSupported/Corrupt with a message naming the file when it is not
+// a plain Jet 4 database: Jet 3, ACE (.accdb), encrypted, password-protected, not a database.
+void CheckDatabaseHeader(Bytes file_start, std::uint64_t file_size, const std::string& file_name);
+
+class PageStore {
+ public:
+  // Opens a database file. ReadWrite refuses a file whose .ldb lock is held by another program,
+  // takes that lock itself, and copies the file to a work file beside it.
+  static std::unique_ptr<PageStore> OpenFile(const std::string& path, AccessMode mode);
+  // A read-only store over bytes in memory (fuzzing, tests).
+  static std::unique_ptr<PageStore> OpenBuffer(std::vector<std::byte> bytes, const std::string& name);
+  ~PageStore();
+
+  const std::string& file_name() const { return file_name_; }
+  bool writable() const { return mode_ == AccessMode::ReadWrite; }
+  std::uint32_t page_count() const { return page_count_; }
+
+  // The bytes of a page; valid until the next call to TrimCache, Commit or Discard. Throws
+  // Corrupt for a page number past the end of the file.
+  Bytes Read(std::uint32_t page);
+  // The same page for writing; marks it changed.
+  MutableBytes Write(std::uint32_t page);
+  // A fresh page (all zero) taken through the global free-page map.
+  std::uint32_t Allocate();
+  // Gives a page back: its bit in the global map is set again and it may be reused.
+  void Free(std::uint32_t page);
+
+  // Writes changed pages to the work file when the cache holds too many. Callers make sure no
+  // page span is held across this call.
+  void TrimCache();
+  // Flushes everything to the work file, syncs it and renames it over the original. The store
+  // stays usable: the next write starts a new work copy.
+  void Commit();
+  // Drops every change since the last Commit and removes the work file.
+  void Discard();
+
+ private:
+  struct CachedPage {
+    std::array<std::byte, format::kPageSize> bytes;
+    bool dirty = false;
+  };
+  PageStore() = default;
+  CachedPage& Load(std::uint32_t page);
+  void EnsureWorkCopy();
+  void FlushDirty();
+  void ReleaseLock();
+
+  std::string path_;
+  std::string work_path_;
+  std::string lock_path_;
+  std::string file_name_;
+  AccessMode mode_ = AccessMode::ReadOnly;
+  os::File file_;           // the work copy (ReadWrite) or the original (ReadOnly)
+  os::File lock_file_;
+  bool created_lock_file_ = false;
+  bool work_is_original_ = false;  // after a Commit, before the next write
+  std::vector<std::byte> buffer_;  // OpenBuffer
+  bool from_buffer_ = false;
+  std::uint32_t page_count_ = 0;
+  std::unordered_map<std::uint32_t, std::unique_ptr<CachedPage>> cache_;
+  // Global free-page map (page 1, row 0; a set bit means free), loaded on the first Allocate.
+  std::unique_ptr<UsageMap> global_map_;
+  std::vector<std::uint32_t> reusable_pages_;  // freed in this session
+};
+
+}  // namespace qorvane::jet

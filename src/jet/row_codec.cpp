@@ -1,0 +1,431 @@
+// Row layout codec, text compression and value coercion.
+#include "jet/row_codec.h"
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "common/error.h"
+#include "jet/format.h"
+
+namespace qorvane::jet {
+namespace {
+
+using namespace format;
+
+std::size_t FixedSize(const ColumnDefinition& column) {
+  switch (column.type) {
+    case ColumnType::Boolean: return 0;
+    case ColumnType::Byte: return 1;
+    case ColumnType::Integer: return 2;
+    case ColumnType::Long:
+    case ColumnType::Single: return 4;
+    case ColumnType::Currency:
+    case ColumnType::Double:
+    case ColumnType::DateTime: return 8;
+    case ColumnType::Guid: return 16;
+    case ColumnType::Numeric: return 17;
+    case ColumnType::Text:
+    case ColumnType::Binary: return column.length;  // fixed-length forms
+    default: return 0;
+  }
+}
+
+struct RowFrame {
+  std::size_t column_count = 0;
+  std::size_t mask_start = 0;
+  std::size_t variable_count = 0;
+  std::size_t offsets_start = 0;  // position of var_off[0]
+  std::size_t end_of_data = 0;
+};
+
+[[noreturn]] void DamagedRow(const std::string& context, const std::string& why) {
+  throw Error(ErrorKind::Corrupt, context + ": damaged row: " + why);
+}
+
+RowFrame ReadFrame(const TableDefinition& definition, Bytes row, const std::string& context) {
+  RowFrame frame;
+  if (row.size() < 2) DamagedRow(context, "shorter than 2 bytes");
+  frame.column_count = Get16(row, 0);
+  std::size_t mask_size = (frame.column_count + 7) / 8;
+  if (mask_size + 2 > row.size()) DamagedRow(context, "null mask larger than the row");
+  frame.mask_start = row.size() - mask_size;
+  if (definition.variable_columns > 0) {
+    if (frame.mask_start < 4) DamagedRow(context, "no room for the variable-column table");
+    frame.variable_count = Get16(row, frame.mask_start - 2);
+    std::size_t table_size = 2 * frame.variable_count + 4;
+    if (table_size + 2 > frame.mask_start) DamagedRow(context, "variable-column table larger than the row");
+    frame.offsets_start = frame.mask_start - 4;
+    frame.end_of_data = Get16(row, frame.mask_start - 4 - 2 * frame.variable_count);
+    if (frame.end_of_data > frame.mask_start) DamagedRow(context, "variable data runs past the row");
+  }
+  return frame;
+}
+
+bool Present(Bytes row, const RowFrame& frame, std::uint16_t id) {
+  if (id >= frame.column_count) return false;
+  return (Get8(row, frame.mask_start + id / 8) >> (id % 8)) & 1;
+}
+
+Value DecodeFixed(const ColumnDefinition& column, Bytes data) {
+  switch (column.type) {
+    case ColumnType::Byte: return Value::Int(Get8(data, 0));
+    case ColumnType::Integer: return Value::Int(static_cast<std::int16_t>(Get16(data, 0)));
+    case ColumnType::Long: return Value::Int(static_cast<std::int32_t>(Get32(data, 0)));
+    case ColumnType::Currency: return Value::Money(static_cast<std::int64_t>(Get64(data, 0)));
+    case ColumnType::Single: {
+      float value;
+      std::uint32_t raw = Get32(data, 0);
+      std::memcpy(&value, &raw, 4);
+      return Value::Float(value);
+    }
+    case ColumnType::Double:
+    case ColumnType::DateTime: {
+      double value;
+      std::uint64_t raw = Get64(data, 0);
+      std::memcpy(&value, &raw, 8);
+      return column.type == ColumnType::Double ? Value::Real(value) : Value::Date(value);
+    }
+    case ColumnType::Text: return Value::String(DecodeText(data));
+    default:
+      return Value::Bytes(std::string(reinterpret_cast<const char*>(data.data()), data.size()));
+  }
+}
+
+Value DecodeVariable(const ColumnDefinition& column, Bytes data, const LongValueReader& long_values) {
+  switch (column.type) {
+    case ColumnType::Text: return Value::String(DecodeText(data));
+    case ColumnType::Memo: {
+      std::vector<std::byte> bytes = long_values(data, column);
+      return Value::String(DecodeText(bytes));
+    }
+    case ColumnType::Ole: {
+      std::vector<std::byte> bytes = long_values(data, column);
+      return Value::Bytes(std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+    }
+    default:
+      return Value::Bytes(std::string(reinterpret_cast<const char*>(data.data()), data.size()));
+  }
+}
+
+Value DecodeOne(const ColumnDefinition& column, Bytes row, const RowFrame& frame,
+                const LongValueReader& long_values, const std::string& context) {
+  bool present = Present(row, frame, column.id);
+  if (column.type == ColumnType::Boolean) return Value::Bool(present);
+  if (!present) return Value::Null();
+  if (column.is_fixed()) {
+    std::size_t size = FixedSize(column);
+    std::size_t start = 2 + column.fixed_offset;
+    if (start + size > frame.mask_start) {
+      DamagedRow(context + ", column " + column.name, "fixed value lies outside the row");
+    }
+    return DecodeFixed(column, row.subspan(start, size));
+  }
+  if (column.variable_slot >= frame.variable_count) return Value::Null();
+  std::size_t start = Get16(row, frame.offsets_start - 2 * column.variable_slot);
+  std::size_t end = column.variable_slot + 1u < frame.variable_count
+                        ? Get16(row, frame.offsets_start - 2 * (column.variable_slot + 1))
+                        : frame.end_of_data;
+  if (start > end || end > frame.end_of_data) {
+    DamagedRow(context + ", column " + column.name,
+               "variable value at " + std::to_string(start) + ".." + std::to_string(end) + " is out of order");
+  }
+  return DecodeVariable(column, row.subspan(start, end - start), long_values);
+}
+
+[[noreturn]] void Refuse(ErrorKind kind, const std::string& context, const ColumnDefinition& column,
+                         const std::string& why) {
+  throw Error(kind, context + ", column " + column.name + ": " + why);
+}
+
+// Parses "YYYY-MM-DD[ HH:MM[:SS]]" or "M/D/YYYY[ HH:MM[:SS]]".
+bool ParseDateText(const std::string& text, double& result) {
+  int a = 0, b = 0, c = 0, hour = 0, minute = 0, second = 0;
+  char separator = 0;
+  int consumed = 0;
+  if (std::sscanf(text.c_str(), "%d%c%d%*c%d%n", &a, &separator, &b, &c, &consumed) < 4) return false;
+  std::sscanf(text.c_str() + consumed, " %d:%d:%d", &hour, &minute, &second);
+  int year, month, day;
+  if (separator == '-') {
+    year = a, month = b, day = c;
+  } else {
+    month = a, day = b, year = c;
+  }
+  if (month < 1 || month > 12 || day < 1 || day > 31) return false;
+  result = OleDateFromParts(year, month, day, hour, minute, second);
+  return true;
+}
+
+}  // namespace
+
+std::string DecodeText(Bytes stored) {
+  std::u16string text;
+  if (stored.size() >= 2 && Get8(stored, 0) == kCompressedTextMarker0 && Get8(stored, 1) == kCompressedTextMarker1) {
+    bool one_byte = true;
+    std::size_t segment = 2;
+    for (std::size_t i = 2; i <= stored.size(); ++i) {
+      if (i < stored.size() && Get8(stored, i) != 0) continue;
+      if (one_byte) {
+        for (std::size_t k = segment; k < i; ++k) text.push_back(Get8(stored, k));
+      } else {
+        for (std::size_t k = segment; k + 1 < i; k += 2) text.push_back(Get16(stored, k));
+      }
+      one_byte = !one_byte;
+      segment = i + 1;
+    }
+  } else {
+    text.reserve(stored.size() / 2);
+    for (std::size_t i = 0; i + 1 < stored.size(); i += 2) text.push_back(Get16(stored, i));
+  }
+  return Utf16ToUtf8(text);
+}
+
+std::vector<std::byte> EncodeText(std::u16string_view text, bool compress) {
+  bool can_compress = compress && text.size() > 2 && text.size() <= kMaxCompressedTextCharacters;
+  for (std::size_t i = 0; can_compress && i < text.size(); ++i) {
+    if (text[i] == 0 || text[i] > 0xFF) can_compress = false;
+  }
+  std::vector<std::byte> out;
+  if (can_compress) {
+    out.reserve(text.size() + 2);
+    out.push_back(std::byte{kCompressedTextMarker0});
+    out.push_back(std::byte{kCompressedTextMarker1});
+    for (char16_t c : text) out.push_back(static_cast<std::byte>(c));
+    return out;
+  }
+  out.resize(text.size() * 2);
+  for (std::size_t i = 0; i < text.size(); ++i) Put16(out, 2 * i, text[i]);
+  return out;
+}
+
+std::vector<Value> DecodeRow(const TableDefinition& definition, Bytes row, const LongValueReader& long_values,
+                             const std::string& context) {
+  RowFrame frame = ReadFrame(definition, row, context);
+  std::vector<Value> values;
+  values.reserve(definition.columns.size());
+  for (const auto& column : definition.columns) {
+    values.push_back(DecodeOne(column, row, frame, long_values, context));
+  }
+  return values;
+}
+
+Value DecodeColumn(const TableDefinition& definition, std::size_t column, Bytes row,
+                   const LongValueReader& long_values, const std::string& context) {
+  RowFrame frame = ReadFrame(definition, row, context);
+  return DecodeOne(definition.columns[column], row, frame, long_values, context);
+}
+
+std::vector<std::byte> EncodeRow(const TableDefinition& definition, const std::vector<Value>& values,
+                                 const LongValueWriter& long_values, const std::string& context) {
+  std::size_t column_count = definition.max_columns;
+  std::size_t fixed_size = 0;
+  for (const auto& column : definition.columns) {
+    column_count = std::max<std::size_t>(column_count, column.id + 1u);
+    if (column.is_fixed()) fixed_size = std::max(fixed_size, column.fixed_offset + FixedSize(column));
+  }
+  std::size_t variable_count = definition.variable_columns;
+  for (const auto& column : definition.columns) {
+    if (!column.is_fixed()) variable_count = std::max<std::size_t>(variable_count, column.variable_slot + 1u);
+  }
+  std::vector<std::uint8_t> mask((column_count + 7) / 8, 0);
+  std::vector<std::byte> fixed(fixed_size, std::byte{0});
+  std::vector<std::vector<std::byte>> variable(variable_count);
+  // Encoded long values (before storing) so that the row size can be decided first.
+  std::vector<std::pair<std::size_t, std::vector<std::byte>>> pending_long;
+  for (std::size_t i = 0; i < definition.columns.size(); ++i) {
+    const ColumnDefinition& column = definition.columns[i];
+    const Value& value = i < values.size() ? values[i] : Value();
+    if (column.type == ColumnType::Boolean) {
+      if (value.integer) mask[column.id / 8] |= static_cast<std::uint8_t>(1u << (column.id % 8));
+      continue;
+    }
+    if (value.is_null()) continue;
+    mask[column.id / 8] |= static_cast<std::uint8_t>(1u << (column.id % 8));
+    MutableBytes field(fixed.data() + (column.is_fixed() ? column.fixed_offset : 0),
+                       column.is_fixed() ? FixedSize(column) : 0);
+    switch (column.type) {
+      case ColumnType::Byte: Put8(field, 0, static_cast<std::uint8_t>(value.integer)); break;
+      case ColumnType::Integer: Put16(field, 0, static_cast<std::uint16_t>(value.integer)); break;
+      case ColumnType::Long: Put32(field, 0, static_cast<std::uint32_t>(value.integer)); break;
+      case ColumnType::Currency: Put64(field, 0, static_cast<std::uint64_t>(value.integer)); break;
+      case ColumnType::Single: {
+        float number = static_cast<float>(value.number);
+        std::uint32_t raw;
+        std::memcpy(&raw, &number, 4);
+        Put32(field, 0, raw);
+        break;
+      }
+      case ColumnType::Double:
+      case ColumnType::DateTime: {
+        std::uint64_t raw;
+        std::memcpy(&raw, &value.number, 8);
+        Put64(field, 0, raw);
+        break;
+      }
+      case ColumnType::Guid:
+      case ColumnType::Numeric:
+        std::memcpy(field.data(), value.bytes.data(), std::min(field.size(), value.bytes.size()));
+        break;
+      case ColumnType::Text:
+        if (column.is_fixed()) {
+          // Fixed-length text: uncompressed, padded with blanks.
+          std::u16string text = Utf8ToUtf16(value.bytes);
+          for (std::size_t k = 0; k < field.size() / 2; ++k) Put16(field, 2 * k, k < text.size() ? text[k] : u' ');
+        } else {
+          variable[column.variable_slot] = EncodeText(Utf8ToUtf16(value.bytes), column.is_compressed());
+        }
+        break;
+      case ColumnType::Binary:
+        if (column.is_fixed()) {
+          std::memcpy(field.data(), value.bytes.data(), std::min(field.size(), value.bytes.size()));
+          break;
+        }
+        variable[column.variable_slot].assign(reinterpret_cast<const std::byte*>(value.bytes.data()),
+                                              reinterpret_cast<const std::byte*>(value.bytes.data()) + value.bytes.size());
+        break;
+      case ColumnType::Memo: {
+        std::u16string text = Utf8ToUtf16(value.bytes);
+        // Values that go to long-value pages in chains are stored uncompressed, as Access does.
+        bool compress = column.is_compressed() && text.size() * 2 <= kLongValueSinglePageLimit;
+        pending_long.emplace_back(i, EncodeText(text, compress));
+        break;
+      }
+      case ColumnType::Ole:
+        pending_long.emplace_back(i, std::vector<std::byte>(reinterpret_cast<const std::byte*>(value.bytes.data()),
+                                                            reinterpret_cast<const std::byte*>(value.bytes.data()) + value.bytes.size()));
+        break;
+      case ColumnType::Boolean: break;
+    }
+  }
+  // Row size without long values, then decide which long values may stay inline.
+  std::size_t base = 2 + fixed_size + mask.size() + (variable_count > 0 ? 4 + 2 * variable_count : 0);
+  for (const auto& data : variable) base += data.size();
+  std::size_t inline_room = base + kLongValueDescriptorSize * pending_long.size();
+  std::vector<bool> allow_inline(pending_long.size(), false);
+  for (std::size_t k = 0; k < pending_long.size(); ++k) {
+    std::size_t size = pending_long[k].second.size();
+    if (size <= kLongValueInlineLimit && inline_room + size <= kMaxRowSize) {
+      allow_inline[k] = true;
+      inline_room += size;
+    }
+  }
+  for (std::size_t k = 0; k < pending_long.size(); ++k) {
+    const ColumnDefinition& column = definition.columns[pending_long[k].first];
+    variable[column.variable_slot] = long_values(pending_long[k].second, column, allow_inline[k]);
+  }
+  std::vector<std::byte> row;
+  row.reserve(kMaxRowSize);
+  row.resize(2);
+  Put16(row, 0, static_cast<std::uint16_t>(column_count));
+  row.insert(row.end(), fixed.begin(), fixed.end());
+  std::vector<std::uint16_t> offsets(variable_count);
+  for (std::size_t slot = 0; slot < variable_count; ++slot) {
+    offsets[slot] = static_cast<std::uint16_t>(row.size());
+    row.insert(row.end(), variable[slot].begin(), variable[slot].end());
+  }
+  if (variable_count > 0) {
+    std::size_t end_of_data = row.size();
+    std::size_t trailer = row.size();
+    row.resize(trailer + 4 + 2 * variable_count);
+    Put16(row, trailer, static_cast<std::uint16_t>(end_of_data));
+    for (std::size_t slot = 0; slot < variable_count; ++slot) {
+      Put16(row, trailer + 2 + 2 * (variable_count - 1 - slot), offsets[slot]);
+    }
+    Put16(row, trailer + 2 + 2 * variable_count, static_cast<std::uint16_t>(variable_count));
+  }
+  for (std::uint8_t byte : mask) row.push_back(static_cast<std::byte>(byte));
+  if (row.size() > kMaxRowSize) {
+    throw Error(ErrorKind::Constraint, context + ": the row needs " + std::to_string(row.size()) +
+                                           " bytes, more than the " + std::to_string(kMaxRowSize) +
+                                           " a Jet row may hold");
+  }
+  return row;
+}
+
+Value CoerceToColumn(const ColumnDefinition& column, const Value& value, const std::string& context) {
+  using Kind = Value::Kind;
+  if (column.type == ColumnType::Boolean) return Value::Bool(!value.is_null() && value.AsBool());
+  if (value.is_null()) return Value::Null();
+  bool empty_text = value.kind == Kind::Text && value.bytes.find_first_not_of(' ') == std::string::npos;
+  auto number = [&]() {
+    if (value.kind == Kind::Text) {
+      char* end = nullptr;
+      double parsed = std::strtod(value.bytes.c_str(), &end);
+      while (end && *end == ' ') ++end;
+      if (end == value.bytes.c_str() || (end && *end != 0)) {
+        Refuse(ErrorKind::InvalidArgument, context, column, "'" + value.bytes + "' is not a number");
+      }
+      return parsed;
+    }
+    if (value.kind == Kind::Binary) Refuse(ErrorKind::InvalidArgument, context, column, "binary data is not a number");
+    return value.AsDouble();
+  };
+  auto whole = [&](double low, double high) {
+    double rounded = std::nearbyint(number());
+    if (!(rounded >= low && rounded <= high)) {
+      Refuse(ErrorKind::Constraint, context, column, value.AsText() + " is out of range for " + ColumnTypeName(column.type));
+    }
+    return Value::Int(static_cast<std::int64_t>(rounded));
+  };
+  switch (column.type) {
+    case ColumnType::Byte: return empty_text ? Value::Null() : whole(0, 255);
+    case ColumnType::Integer: return empty_text ? Value::Null() : whole(-32768, 32767);
+    case ColumnType::Long: return empty_text ? Value::Null() : whole(-2147483648.0, 2147483647.0);
+    case ColumnType::Currency: {
+      if (empty_text) return Value::Null();
+      if (value.kind == Kind::Currency) return value;
+      double scaled = std::nearbyint(number() * 10000.0);
+      if (!(std::fabs(scaled) < 9.2e18)) Refuse(ErrorKind::Constraint, context, column, "out of range for Currency");
+      return Value::Money(static_cast<std::int64_t>(scaled));
+    }
+    case ColumnType::Single: {
+      if (empty_text) return Value::Null();
+      double n = number();
+      if (std::isfinite(n) && std::fabs(n) > std::numeric_limits<float>::max()) {
+        Refuse(ErrorKind::Constraint, context, column, value.AsText() + " is out of range for Single");
+      }
+      return Value::Float(static_cast<float>(n));
+    }
+    case ColumnType::Double: return empty_text ? Value::Null() : Value::Real(number());
+    case ColumnType::DateTime: {
+      if (empty_text) return Value::Null();
+      if (value.kind == Kind::Text) {
+        double parsed = 0;
+        if (!ParseDateText(value.bytes, parsed)) {
+          Refuse(ErrorKind::InvalidArgument, context, column, "'" + value.bytes + "' is not a date");
+        }
+        return Value::Date(parsed);
+      }
+      return Value::Date(value.AsDouble());
+    }
+    case ColumnType::Text:
+    case ColumnType::Memo: {
+      Value text = Value::String(value.kind == Kind::Boolean ? (value.integer ? "True" : "False") : value.AsText());
+      if (column.type == ColumnType::Text) {
+        std::size_t characters = Utf8ToUtf16(text.bytes).size();
+        if (characters > static_cast<std::size_t>(column.length / 2)) {
+          Refuse(ErrorKind::Constraint, context, column,
+                 "text of " + std::to_string(characters) + " characters does not fit the column (" +
+                     std::to_string(column.length / 2) + " characters)");
+        }
+      }
+      return text;
+    }
+    case ColumnType::Binary:
+    case ColumnType::Ole:
+    case ColumnType::Guid:
+    case ColumnType::Numeric: {
+      if (value.kind != Kind::Binary) {
+        Refuse(ErrorKind::InvalidArgument, context, column, "needs binary data");
+      }
+      if (column.type == ColumnType::Binary && value.bytes.size() > column.length) {
+        Refuse(ErrorKind::Constraint, context, column, "binary value longer than the column");
+      }
+      return value;
+    }
+    case ColumnType::Boolean: break;
+  }
+  return value;
+}
+
+}  // namespace qorvane::jet

@@ -1,0 +1,558 @@
+// Table rows: scanning through the owned-page map, reading rows (following relocated rows and
+// long values), inserting into the tail page, updating in place or by relocation, deleting,
+// AutoNumber, unique checks and the hash tables behind equality look-ups.
+#include "jet/table.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+
+#include "common/error.h"
+#include "jet/data_page.h"
+#include "jet/format.h"
+#include "jet/index_rebuild.h"
+#include "jet/page_store.h"
+#include "jet/row_codec.h"
+
+namespace qorvane::jet {
+
+using namespace format;
+
+// Row ids by a hash of their (case-folded) key values; candidates are checked against the row.
+class HashIndex {
+ public:
+  explicit HashIndex(std::vector<std::size_t> columns) : columns_(std::move(columns)) {}
+  const std::vector<std::size_t>& columns() const { return columns_; }
+  void Add(std::uint64_t hash, RowId row) { rows_.emplace(hash, row); }
+  void Remove(std::uint64_t hash, RowId row) {
+    auto [first, last] = rows_.equal_range(hash);
+    for (auto it = first; it != last; ++it) {
+      if (it->second == row) {
+        rows_.erase(it);
+        return;
+      }
+    }
+  }
+  std::vector<RowId> Candidates(std::uint64_t hash) const {
+    std::vector<RowId> found;
+    auto [first, last] = rows_.equal_range(hash);
+    for (auto it = first; it != last; ++it) found.push_back(it->second);
+    std::sort(found.begin(), found.end());
+    return found;
+  }
+  void Reserve(std::size_t count) { rows_.reserve(count); }
+
+ private:
+  std::vector<std::size_t> columns_;
+  std::unordered_multimap<std::uint64_t, RowId> rows_;
+};
+
+namespace {
+
+// The comparable form of a value in a column: text folded, numbers by value, null apart.
+// Nullopt when the value cannot equal anything in the column (text that is not a number).
+std::optional<std::string> KeyOf(const ColumnDefinition& column, const Value& value) {
+  if (value.is_null()) return std::string("Z");
+  if (IsTextType(column.type)) {
+    return "T" + FoldForComparison(value.kind == Value::Kind::Text ? value.bytes : value.AsText());
+  }
+  if (value.kind == Value::Kind::Binary || column.type == ColumnType::Binary || column.type == ColumnType::Ole ||
+      column.type == ColumnType::Guid || column.type == ColumnType::Numeric) {
+    return "B" + value.bytes;
+  }
+  double number;
+  if (value.kind == Value::Kind::Text) {
+    char* end = nullptr;
+    number = std::strtod(value.bytes.c_str(), &end);
+    if (end == value.bytes.c_str()) return std::nullopt;
+  } else {
+    number = value.AsDouble();
+  }
+  if (column.type == ColumnType::Boolean) number = number != 0 ? -1 : 0;
+  if (column.type == ColumnType::Single) number = static_cast<float>(number);
+  if (number == 0) number = 0;  // -0 equals 0
+  std::string key(1 + sizeof number, 'N');
+  std::memcpy(key.data() + 1, &number, sizeof number);
+  return key;
+}
+
+std::uint64_t HashKeys(const std::vector<std::string>& keys) {
+  std::uint64_t hash = 1469598103934665603ull;
+  for (const auto& key : keys) {
+    hash ^= std::hash<std::string>{}(key);
+    hash *= 1099511628211ull;
+  }
+  return hash;
+}
+
+}  // namespace
+
+Table::Table(PageStore& store, std::string name, std::uint32_t definition_page)
+    : store_(store), name_(std::move(name)), definition_(TableDefinition::Load(store, definition_page, name_)) {}
+
+Table::~Table() = default;
+
+std::string Table::Context(RowId row) const {
+  return store_.file_name() + ": table " + name_ + ", row at page " + std::to_string(row >> 8) + " slot " +
+         std::to_string(row & 0xFF);
+}
+
+std::vector<IndexInfo> Table::indexes() const {
+  std::vector<IndexInfo> result;
+  for (const auto& logical : definition_.logical_indexes) {
+    const RealIndexDefinition& real = definition_.real_indexes[logical.real_index];
+    IndexInfo info;
+    info.name = logical.name;
+    info.unique = (real.flags & kIndexFlagUnique) != 0;
+    info.ignore_nulls = (real.flags & kIndexFlagIgnoreNulls) != 0;
+    info.primary_key = logical.index_type == kLogicalIndexTypePrimary;
+    for (const auto& key : real.columns) {
+      for (const auto& column : definition_.columns) {
+        if (column.id == key.column_id) info.columns.push_back(column.name);
+      }
+    }
+    result.push_back(std::move(info));
+  }
+  return result;
+}
+
+std::optional<std::size_t> Table::FindColumn(std::string_view name) const {
+  std::string wanted = FoldForComparison(name);
+  for (std::size_t i = 0; i < definition_.columns.size(); ++i) {
+    if (FoldForComparison(definition_.columns[i].name) == wanted) return i;
+  }
+  return std::nullopt;
+}
+
+std::size_t Table::row_count() {
+  LoadRows();
+  return rows_.size() - deleted_.size();
+}
+
+bool Table::IsLive(RowId row) {
+  LoadRows();
+  return deleted_.count(row) == 0 && std::binary_search(rows_.begin(), rows_.end(), row);
+}
+
+std::optional<RowId> Table::FirstRow() { return NextRow(0); }
+
+std::optional<RowId> Table::NextRow(RowId row) {
+  LoadRows();
+  for (auto it = std::upper_bound(rows_.begin(), rows_.end(), row); it != rows_.end(); ++it) {
+    if (deleted_.count(*it) == 0) return *it;
+  }
+  return std::nullopt;
+}
+
+std::optional<RowId> Table::LastRow() { return PreviousRow(0xFFFFFFFFu); }
+
+std::optional<RowId> Table::PreviousRow(RowId row) {
+  LoadRows();
+  for (auto it = std::lower_bound(rows_.begin(), rows_.end(), row); it != rows_.begin();) {
+    --it;
+    if (deleted_.count(*it) == 0) return *it;
+  }
+  return std::nullopt;
+}
+
+void Table::LoadRows() {
+  if (rows_loaded_) return;
+  UsageMap& owned = Map(definition_.owned_map, "owned pages");
+  for (std::uint32_t page : owned.Pages()) {
+    if (page >= store_.page_count()) continue;
+    Bytes bytes = store_.Read(page);
+    if (Get8(bytes, 0) != kPageTypeData || Get32(bytes, kDataOwnerOffset) != definition_.page) continue;
+    std::uint16_t slots = RowSlotCount(bytes);
+    for (std::uint16_t slot = 0; slot < slots && slot < kMaxRowsPerPage; ++slot) {
+      std::uint16_t word = Get16(bytes, kDataSlotsOffset + 2u * slot);
+      if (word & kSlotDeleted) continue;
+      rows_.push_back((page << 8) | slot);
+    }
+  }
+  rows_loaded_ = true;
+}
+
+const std::vector<RowId>& Table::RowIds() {
+  LoadRows();
+  if (!deleted_.empty()) {
+    std::erase_if(rows_, [this](RowId row) { return deleted_.count(row) != 0; });
+    deleted_.clear();
+  }
+  return rows_;
+}
+
+Table::Location Table::Resolve(RowId row, std::uint16_t* header_flags) {
+  Location location{row >> 8, static_cast<std::uint16_t>(row & 0xFF)};
+  for (int hop = 0; hop < 4; ++hop) {
+    if (location.page >= store_.page_count()) {
+      throw Error(ErrorKind::Corrupt, Context(row) + ": points past the end of the file");
+    }
+    Bytes page = store_.Read(location.page);
+    auto extent = FindRow(page, location.slot);
+    if (Get8(page, 0) != kPageTypeData || Get32(page, kDataOwnerOffset) != definition_.page || !extent) {
+      throw Error(ErrorKind::Corrupt, Context(row) + ": no such row on page " + std::to_string(location.page));
+    }
+    if (hop == 0) {
+      if (header_flags) *header_flags = extent->flags;
+      if ((extent->flags & kSlotDeleted) != 0) {
+        throw Error(ErrorKind::InvalidArgument, Context(row) + ": the row was deleted");
+      }
+    }
+    if ((extent->flags & kSlotOverflow) == 0 || hop > 0) return location;
+    if (extent->end - extent->start < 4) throw Error(ErrorKind::Corrupt, Context(row) + ": short overflow pointer");
+    RowPointer target = RowPointer::Decode(Get32(page, extent->start));
+    location = {target.page, target.row};
+  }
+  return location;
+}
+
+std::vector<std::byte> Table::ReadRowBytes(RowId row) {
+  Location location = Resolve(row);
+  Bytes page = store_.Read(location.page);
+  auto extent = FindRow(page, location.slot);
+  if (!extent) throw Error(ErrorKind::Corrupt, Context(row) + ": relocated row is missing");
+  return std::vector<std::byte>(page.begin() + extent->start, page.begin() + extent->end);
+}
+
+std::vector<Value> Table::ReadRow(RowId row) {
+  std::vector<std::byte> bytes = ReadRowBytes(row);
+  return DecodeRow(definition_, bytes,
+                   [this](Bytes descriptor, const ColumnDefinition& column) { return ReadLongValue(descriptor, column); },
+                   Context(row));
+}
+
+Value Table::ReadValue(RowId row, std::size_t column) {
+  std::vector<std::byte> bytes = ReadRowBytes(row);
+  return DecodeColumn(definition_, column, bytes,
+                      [this](Bytes descriptor, const ColumnDefinition& c) { return ReadLongValue(descriptor, c); },
+                      Context(row));
+}
+
+std::vector<std::byte> Table::ReadLongValue(Bytes descriptor, const ColumnDefinition& column) {
+  std::string where = store_.file_name() + ": table " + name_ + ", column " + column.name;
+  if (descriptor.size() < kLongValueDescriptorSize) {
+    throw Error(ErrorKind::Corrupt, where + ": long-value descriptor of " + std::to_string(descriptor.size()) + " bytes");
+  }
+  std::uint32_t head = Get32(descriptor, 0);
+  std::size_t length = head & kLongValueLengthMask;
+  std::uint8_t form = static_cast<std::uint8_t>(head >> 24) & 0xC0;
+  RowPointer pointer = RowPointer::Decode(Get32(descriptor, 4));
+  std::vector<std::byte> data;
+  if (form == kLongValueInline) {
+    std::size_t available = descriptor.size() - kLongValueDescriptorSize;
+    data.assign(descriptor.begin() + kLongValueDescriptorSize,
+                descriptor.begin() + kLongValueDescriptorSize + std::min(length, available));
+    return data;
+  }
+  auto read_piece = [&](RowPointer at) -> Bytes {
+    if (at.page == 0 || at.page >= store_.page_count()) {
+      throw Error(ErrorKind::Corrupt, where + ": long value points to page " + std::to_string(at.page));
+    }
+    Bytes page = store_.Read(at.page);
+    auto extent = FindRow(page, at.row);
+    if (Get8(page, 0) != kPageTypeData || !extent) {
+      throw Error(ErrorKind::Corrupt, where + ": long value row " + std::to_string(at.row) + " of page " +
+                                          std::to_string(at.page) + " is missing");
+    }
+    return page.subspan(extent->start, extent->end - extent->start);
+  };
+  if (form == kLongValueSinglePage) {
+    Bytes piece = read_piece(pointer);
+    data.assign(piece.begin(), piece.begin() + std::min(length, piece.size()));
+    return data;
+  }
+  if (form != kLongValueChained) throw Error(ErrorKind::Corrupt, where + ": unknown long-value form");
+  data.reserve(std::min<std::size_t>(length, 64u << 20));
+  std::size_t pieces = 0;
+  while (data.size() < length) {
+    if (++pieces > store_.page_count() * 255u) throw Error(ErrorKind::Corrupt, where + ": long-value chain loops");
+    Bytes piece = read_piece(pointer);
+    if (piece.size() < 4) throw Error(ErrorKind::Corrupt, where + ": long-value piece too short");
+    std::size_t take = std::min(piece.size() - 4, length - data.size());
+    data.insert(data.end(), piece.begin() + 4, piece.begin() + 4 + take);
+    RowPointer next = RowPointer::Decode(Get32(piece, 0));
+    if (next.page == 0) break;
+    pointer = next;
+  }
+  return data;
+}
+
+UsageMap& Table::Map(RowPointer where, const std::string& what) {
+  auto& slot = maps_[where.Encode()];
+  if (!slot) slot = std::make_unique<UsageMap>(UsageMap::Load(store_, where, "table " + name_ + " " + what));
+  return *slot;
+}
+
+std::uint32_t Table::NewDataPage() {
+  std::uint32_t page = store_.Allocate();
+  InitDataPage(store_.Write(page), definition_.page);
+  Map(definition_.owned_map, "owned pages").Set(page, true);
+  UsageMap& free = Map(definition_.free_map, "free-space pages");
+  if (data_tail_ != 0) free.Set(data_tail_, false);
+  free.Set(page, true);
+  data_tail_ = page;
+  return page;
+}
+
+Table::Location Table::PlaceRow(Bytes row, std::uint16_t flags) {
+  if (data_tail_ == 0) {
+    // Continue on the last page Access marked as having room, when it is one of ours.
+    auto last = Map(definition_.free_map, "free-space pages").LastSet();
+    if (last && *last < store_.page_count() && Map(definition_.owned_map, "owned pages").Contains(*last)) {
+      Bytes page = store_.Read(*last);
+      if (Get8(page, 0) == kPageTypeData && Get32(page, kDataOwnerOffset) == definition_.page) data_tail_ = *last;
+    }
+  }
+  if (data_tail_ == 0 || !RowFits(store_.Read(data_tail_), row.size())) NewDataPage();
+  std::uint16_t slot = AppendRow(store_.Write(data_tail_), row, flags);
+  return {data_tail_, slot};
+}
+
+std::uint32_t Table::LongValuePage(const ColumnDefinition& column, std::size_t length) {
+  const LongValueMaps* maps = nullptr;
+  for (const auto& entry : definition_.long_value_maps) {
+    if (entry.column_id == column.id) maps = &entry;
+  }
+  if (!maps) {
+    throw Error(ErrorKind::Corrupt, store_.file_name() + ": table " + name_ + ", column " + column.name +
+                                        ": no long-value page map in the table definition");
+  }
+  UsageMap& owned = Map(maps->owned, "column " + column.name + " long-value pages");
+  UsageMap& free = Map(maps->free, "column " + column.name + " free long-value pages");
+  std::uint32_t& tail = long_value_tails_[column.id];
+  if (tail == 0) {
+    auto last = free.LastSet();
+    if (last && *last < store_.page_count() && owned.Contains(*last)) {
+      Bytes page = store_.Read(*last);
+      if (Get8(page, 0) == kPageTypeData && Get32(page, kDataOwnerOffset) == kLongValueOwner) tail = *last;
+    }
+  }
+  if (tail != 0 && RowFits(store_.Read(tail), length)) return tail;
+  std::uint32_t page = store_.Allocate();
+  InitDataPage(store_.Write(page), kLongValueOwner);
+  owned.Set(page, true);
+  if (tail != 0) free.Set(tail, false);
+  free.Set(page, true);
+  tail = page;
+  return page;
+}
+
+std::vector<std::byte> Table::WriteLongValue(Bytes data, const ColumnDefinition& column, bool inline_allowed) {
+  std::vector<std::byte> descriptor(kLongValueDescriptorSize, std::byte{0});
+  std::uint32_t length = static_cast<std::uint32_t>(data.size());
+  if (inline_allowed) {
+    Put32(descriptor, 0, length | (static_cast<std::uint32_t>(kLongValueInline) << 24));
+    descriptor.insert(descriptor.end(), data.begin(), data.end());
+    return descriptor;
+  }
+  if (data.size() <= kLongValueSinglePageLimit) {
+    std::uint32_t page = LongValuePage(column, data.size());
+    std::uint16_t slot = AppendRow(store_.Write(page), data, 0);
+    Put32(descriptor, 0, length | (static_cast<std::uint32_t>(kLongValueSinglePage) << 24));
+    Put32(descriptor, 4, RowPointer{page, static_cast<std::uint8_t>(slot)}.Encode());
+    return descriptor;
+  }
+  // Chained: write the pieces from the last to the first so each knows its successor. The
+  // chain stamp is left zero in the descriptor and on the pages, which readers accept.
+  std::size_t pieces = (data.size() + kLongValueChainPieceData - 1) / kLongValueChainPieceData;
+  RowPointer next{0, 0};
+  for (std::size_t k = pieces; k-- > 0;) {
+    std::size_t from = k * kLongValueChainPieceData;
+    std::size_t size = std::min(kLongValueChainPieceData, data.size() - from);
+    std::vector<std::byte> piece(4 + size);
+    Put32(piece, 0, next.Encode());
+    std::memcpy(piece.data() + 4, data.data() + from, size);
+    std::uint32_t page = LongValuePage(column, piece.size());
+    std::uint16_t slot = AppendRow(store_.Write(page), piece, 0);
+    next = RowPointer{page, static_cast<std::uint8_t>(slot)};
+  }
+  Put32(descriptor, 0, length | (static_cast<std::uint32_t>(kLongValueChained) << 24));
+  Put32(descriptor, 4, next.Encode());
+  return descriptor;
+}
+
+HashIndex& Table::Hash(const std::vector<std::size_t>& columns) {
+  for (auto& hash : hashes_) {
+    if (hash->columns() == columns) return *hash;
+  }
+  auto hash = std::make_unique<HashIndex>(columns);
+  const auto& rows = RowIds();
+  hash->Reserve(rows.size());
+  for (RowId row : rows) {
+    std::vector<Value> values = ReadRow(row);
+    std::vector<std::string> keys;
+    for (std::size_t column : columns) keys.push_back(KeyOf(definition_.columns[column], values[column]).value_or(""));
+    hash->Add(HashKeys(keys), row);
+  }
+  hashes_.push_back(std::move(hash));
+  return *hashes_.back();
+}
+
+void Table::IndexRow(RowId row, const std::vector<Value>& values, bool add) {
+  for (auto& hash : hashes_) {
+    std::vector<std::string> keys;
+    for (std::size_t column : hash->columns()) keys.push_back(KeyOf(definition_.columns[column], values[column]).value_or(""));
+    if (add) {
+      hash->Add(HashKeys(keys), row);
+    } else {
+      hash->Remove(HashKeys(keys), row);
+    }
+  }
+}
+
+std::vector<RowId> Table::FindEqual(const std::vector<std::size_t>& columns, const std::vector<Value>& values) {
+  std::vector<std::string> wanted;
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    auto key = KeyOf(definition_.columns[columns[i]], values[i]);
+    if (!key) return {};
+    wanted.push_back(*key);
+  }
+  HashIndex& hash = Hash(columns);
+  std::vector<RowId> found;
+  for (RowId row : hash.Candidates(HashKeys(wanted))) {
+    std::vector<Value> stored = ReadRow(row);
+    bool equal = true;
+    for (std::size_t i = 0; i < columns.size() && equal; ++i) {
+      equal = KeyOf(definition_.columns[columns[i]], stored[columns[i]]) == wanted[i];
+    }
+    if (equal) found.push_back(row);
+  }
+  return found;
+}
+
+void Table::CheckUnique(const std::vector<Value>& values, std::optional<RowId> self) {
+  for (const auto& logical : definition_.logical_indexes) {
+    const RealIndexDefinition& real = definition_.real_indexes[logical.real_index];
+    if ((real.flags & kIndexFlagUnique) == 0) continue;
+    std::vector<std::size_t> columns;
+    std::vector<Value> key;
+    bool any_null = false;
+    for (const auto& part : real.columns) {
+      for (std::size_t i = 0; i < definition_.columns.size(); ++i) {
+        if (definition_.columns[i].id != part.column_id) continue;
+        columns.push_back(i);
+        key.push_back(values[i]);
+        any_null = any_null || values[i].is_null();
+      }
+    }
+    if (any_null || columns.empty()) continue;
+    for (RowId other : FindEqual(columns, key)) {
+      if (self && other == *self) continue;
+      std::string shown;
+      for (const auto& value : key) shown += (shown.empty() ? "" : ", ") + ("'" + value.AsText() + "'");
+      throw Error(ErrorKind::Constraint, store_.file_name() + ": table " + name_ + ": index " + logical.name +
+                                             " is unique and already holds " + shown);
+    }
+  }
+}
+
+std::vector<std::byte> Table::Encode(std::vector<Value>& values, RowId row) {
+  return EncodeRow(definition_, values,
+                   [this](Bytes data, const ColumnDefinition& column, bool inline_allowed) {
+                     return WriteLongValue(data, column, inline_allowed);
+                   },
+                   row ? Context(row) : store_.file_name() + ": table " + name_ + ", new row");
+}
+
+RowId Table::Insert(std::vector<Value> values) {
+  store_.TrimCache();
+  LoadRows();
+  std::string context = store_.file_name() + ": table " + name_ + ", new row";
+  values.resize(definition_.columns.size());
+  std::uint32_t auto_number = definition_.auto_number;
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const ColumnDefinition& column = definition_.columns[i];
+    values[i] = CoerceToColumn(column, values[i], context);
+    if (column.is_auto_number()) {
+      if (values[i].is_null()) {
+        auto_number = static_cast<std::uint32_t>(auto_number + definition_.auto_increment);
+        values[i] = Value::Int(static_cast<std::int32_t>(auto_number));
+      } else if (values[i].integer > static_cast<std::int32_t>(auto_number)) {
+        auto_number = static_cast<std::uint32_t>(values[i].integer);
+      }
+    }
+  }
+  CheckUnique(values, std::nullopt);
+  std::vector<std::byte> bytes = Encode(values, 0);
+  Location location = PlaceRow(bytes, 0);
+  RowId row = (location.page << 8) | location.slot;
+  deleted_.erase(row);
+  if (rows_.empty() || row > rows_.back()) {
+    rows_.push_back(row);
+  } else {
+    rows_.insert(std::upper_bound(rows_.begin(), rows_.end(), row), row);
+  }
+  IndexRow(row, values, true);
+  definition_.auto_number = auto_number;
+  ++definition_.row_count;
+  changed_ = true;
+  return row;
+}
+
+void Table::Update(RowId row, std::vector<Value> values) {
+  store_.TrimCache();
+  std::string context = Context(row);
+  std::vector<Value> old_values = ReadRow(row);
+  values.resize(definition_.columns.size());
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    values[i] = CoerceToColumn(definition_.columns[i], values[i], context);
+    if (definition_.columns[i].is_auto_number() && values[i].integer > static_cast<std::int32_t>(definition_.auto_number)) {
+      definition_.auto_number = static_cast<std::uint32_t>(values[i].integer);
+    }
+  }
+  CheckUnique(values, row);
+  std::vector<std::byte> bytes = Encode(values, row);
+  std::uint16_t header_flags = 0;
+  Location location = Resolve(row, &header_flags);
+  MutableBytes page = store_.Write(location.page);
+  auto extent = FindRow(page, location.slot);
+  std::size_t old_size = extent->end - extent->start;
+  if (bytes.size() <= old_size) {
+    // In place, padded with zeros before the trailer so the trailer still ends the row.
+    std::size_t mask = (Get16(bytes, 0) + 7u) / 8u;
+    std::size_t trailer = mask + (definition_.variable_columns > 0 ? 4 + 2u * Get16(bytes, bytes.size() - mask - 2) : 0);
+    bytes.insert(bytes.end() - static_cast<std::ptrdiff_t>(trailer), old_size - bytes.size(), std::byte{0});
+    std::memcpy(page.data() + extent->start, bytes.data(), bytes.size());
+  } else if (ReplaceRow(page, location.slot, bytes)) {
+    // Grown in place; the other rows of the page moved but kept their slots.
+  } else {
+    // Relocate: the new row goes elsewhere, hidden from scans; the header row points to it.
+    Location target = PlaceRow(bytes, kSlotDeleted);
+    Location header{row >> 8, static_cast<std::uint16_t>(row & 0xFF)};
+    if (header_flags & kSlotOverflow) SetSlotFlags(store_.Write(location.page), location.slot, kSlotDeleted | kSlotOverflow);
+    MutableBytes header_page = store_.Write(header.page);
+    auto header_extent = FindRow(header_page, header.slot);
+    Put32(header_page, header_extent->start, RowPointer{target.page, static_cast<std::uint8_t>(target.slot)}.Encode());
+    SetSlotFlags(header_page, header.slot, kSlotOverflow);
+  }
+  IndexRow(row, old_values, false);
+  IndexRow(row, values, true);
+  changed_ = true;
+}
+
+void Table::Delete(RowId row) {
+  store_.TrimCache();
+  LoadRows();
+  std::vector<Value> old_values = ReadRow(row);
+  std::uint16_t header_flags = 0;
+  Location location = Resolve(row, &header_flags);
+  if (header_flags & kSlotOverflow) SetSlotFlags(store_.Write(location.page), location.slot, kSlotDeleted | kSlotOverflow);
+  SetSlotFlags(store_.Write(row >> 8), static_cast<std::uint16_t>(row & 0xFF), kSlotDeleted | kSlotOverflow);
+  deleted_.insert(row);
+  IndexRow(row, old_values, false);
+  if (definition_.row_count > 0) --definition_.row_count;
+  changed_ = true;
+}
+
+void Table::StoreChanges() {
+  if (!changed_) return;
+  std::vector<std::uint32_t> distinct_keys;
+  if (index_maintenance_ == IndexMaintenance::Rebuild) distinct_keys = IndexRebuild::Run(*this);
+  for (auto& [where, map] : maps_) map->Store(store_);
+  definition_.StoreCounters(store_, distinct_keys);
+  data_tail_ = 0;
+  long_value_tails_.clear();
+  changed_ = false;
+}
+
+}  // namespace qorvane::jet

@@ -1,0 +1,120 @@
+// One table of an open database: its columns and indexes, and its rows, read and written by
+// row id. Rows are kept in table order (ascending row id). Equality look-ups go through hash
+// tables built on first use and kept current as rows change, so they cost O(1) whatever the
+// table size. Unique indexes are checked before anything of a row is written.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "jet/table_definition.h"
+#include "jet/usage_map.h"
+#include "jet/value.h"
+
+namespace qorvane::jet {
+
+class PageStore;
+class HashIndex;
+
+// A row's place: page << 8 | slot of its first (header) row.
+using RowId = std::uint32_t;
+
+// What a commit does with the indexes of a changed table: rebuild them from the rows (the
+// normal case), or leave them as they were (only for tools that rebuild them some other way).
+enum class IndexMaintenance { Rebuild, Skip };
+
+struct IndexInfo {
+  std::string name;
+  std::vector<std::string> columns;
+  bool unique = false;
+  bool primary_key = false;
+  bool ignore_nulls = false;
+};
+
+class Table {
+ public:
+  Table(PageStore& store, std::string name, std::uint32_t definition_page);
+  ~Table();
+  Table(const Table&) = delete;
+  Table& operator=(const Table&) = delete;
+
+  const std::string& name() const { return name_; }
+  std::uint32_t definition_page() const { return definition_.page; }
+  const std::vector<ColumnDefinition>& columns() const { return definition_.columns; }
+  std::vector<IndexInfo> indexes() const;
+  // The column's position, names compared without regard to case; nullopt when absent.
+  std::optional<std::size_t> FindColumn(std::string_view name) const;
+  // The row count stored in the definition (what Access and mdb-count report).
+  std::uint32_t stored_row_count() const { return definition_.row_count; }
+  // Live rows, counted by scanning.
+  std::size_t row_count();
+
+  // Every live row id, in table order. Valid until the next change to the table.
+  const std::vector<RowId>& RowIds();
+  // Walking the live rows without copying them: first, last, the one after or before ROW (which
+  // may have been deleted meanwhile). Each O(log n).
+  std::optional<RowId> FirstRow();
+  std::optional<RowId> LastRow();
+  std::optional<RowId> NextRow(RowId row);
+  std::optional<RowId> PreviousRow(RowId row);
+  bool IsLive(RowId row);
+  std::vector<Value> ReadRow(RowId row);
+  Value ReadValue(RowId row, std::size_t column);
+  // Rows whose COLUMNS equal VALUES (text case-blind, trailing blanks ignored), in table order.
+  std::vector<RowId> FindEqual(const std::vector<std::size_t>& columns, const std::vector<Value>& values);
+
+  // Adds a row (one value per column, column order; nulls where nothing is set). A null
+  // AutoNumber gets the next number. Returns the new row id. Throws Constraint naming the
+  // table, the column or index and the value when the row breaks a rule; nothing is written then.
+  RowId Insert(std::vector<Value> values);
+  void Update(RowId row, std::vector<Value> values);
+  void Delete(RowId row);
+
+  // Whether rows changed since the last commit. StoreChanges rebuilds the table's indexes (one
+  // call for the whole table), then writes its usage maps and counters back.
+  bool changed() const { return changed_; }
+  void StoreChanges();
+  void set_index_maintenance(IndexMaintenance maintenance) { index_maintenance_ = maintenance; }
+
+ private:
+  friend class IndexRebuild;
+  struct Location {
+    std::uint32_t page = 0;
+    std::uint16_t slot = 0;
+  };
+  std::string Context(RowId row) const;
+  void LoadRows();
+  Location Resolve(RowId row, std::uint16_t* header_flags = nullptr);
+  std::vector<std::byte> ReadRowBytes(RowId row);
+  std::vector<std::byte> ReadLongValue(Bytes descriptor, const ColumnDefinition& column);
+  std::vector<std::byte> WriteLongValue(Bytes data, const ColumnDefinition& column, bool inline_allowed);
+  std::vector<std::byte> Encode(std::vector<Value>& values, RowId row);
+  Location PlaceRow(Bytes row, std::uint16_t flags);
+  std::uint32_t NewDataPage();
+  std::uint32_t LongValuePage(const ColumnDefinition& column, std::size_t length);
+  UsageMap& Map(RowPointer where, const std::string& what);
+  HashIndex& Hash(const std::vector<std::size_t>& columns);
+  void CheckUnique(const std::vector<Value>& values, std::optional<RowId> self);
+  void IndexRow(RowId row, const std::vector<Value>& values, bool add);
+
+  PageStore& store_;
+  std::string name_;
+  TableDefinition definition_;
+  bool rows_loaded_ = false;
+  std::vector<RowId> rows_;
+  std::unordered_set<RowId> deleted_;  // still in rows_ until the next RowIds()
+  std::uint32_t data_tail_ = 0;
+  std::unordered_map<std::uint16_t, std::uint32_t> long_value_tails_;
+  std::unordered_map<std::uint32_t, std::unique_ptr<UsageMap>> maps_;  // by encoded pointer
+  std::vector<std::unique_ptr<HashIndex>> hashes_;
+  bool changed_ = false;
+  IndexMaintenance index_maintenance_ = IndexMaintenance::Rebuild;
+};
+
+}  // namespace qorvane::jet

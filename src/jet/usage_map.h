@@ -1,0 +1,52 @@
+// Usage maps: the bitmaps that say which pages a table, an index or a long-value column owns
+// (and, on page 1, which pages of the file are free). A map is a row on a holder page, either
+// inline (type 0: start page + bitmap) or a reference (type 1: up to 17 bitmap pages of 32736
+// pages each). Loaded into memory, changed, and written back in place, grown on its holder
+// page, or converted to the reference form when it no longer fits. Internal header.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "jet/bytes.h"
+
+namespace qorvane::jet {
+
+class PageStore;
+
+class UsageMap {
+ public:
+  // Reads the map row WHERE; CONTEXT names it in error messages ("table Client owned pages").
+  static UsageMap Load(PageStore& store, RowPointer where, const std::string& context);
+
+  bool Contains(std::uint32_t page) const;
+  // Whether SET can be represented without growing (always true for reference maps in range).
+  bool InRange(std::uint32_t page) const;
+  void Set(std::uint32_t page, bool on);
+  // Every page whose bit is set, ascending.
+  std::vector<std::uint32_t> Pages() const;
+  // The lowest set page in [from, limit), if any.
+  std::optional<std::uint32_t> FirstSet(std::uint32_t from, std::uint32_t limit) const;
+  std::optional<std::uint32_t> LastSet() const;
+  bool dirty() const { return dirty_; }
+
+  // Writes the map back when it changed. May allocate bitmap pages through STORE.
+  void Store(PageStore& store);
+
+ private:
+  void StoreInline(PageStore& store);
+  void StoreReference(PageStore& store);
+
+  RowPointer where_;
+  std::string context_;
+  std::uint8_t type_ = 0;
+  std::uint32_t start_ = 0;                 // first page of bit 0
+  std::size_t row_bitmap_bytes_ = 0;        // inline: bitmap bytes in the row as read
+  std::vector<std::uint8_t> bits_;          // bit k = page start_ + k
+  std::vector<std::uint32_t> bitmap_pages_; // reference: the 17 bitmap page numbers
+  bool dirty_ = false;
+};
+
+}  // namespace qorvane::jet

@@ -1,0 +1,298 @@
+// Value conversions: text forms, OLE dates, UTF-8/UTF-16 and Jet's case-blind comparison.
+#include "jet/value.h"
+
+#include "jet/format.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+namespace qorvane::jet {
+namespace {
+
+// Days since 1970-01-01 to a civil date (proleptic Gregorian).
+void CivilFromDays(std::int64_t days, int& year, int& month, int& day) {
+  days += 719468;
+  std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
+  std::int64_t day_of_era = days - era * 146097;
+  std::int64_t year_of_era = (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
+  std::int64_t y = year_of_era + era * 400;
+  std::int64_t day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
+  std::int64_t mp = (5 * day_of_year + 2) / 153;
+  day = static_cast<int>(day_of_year - (153 * mp + 2) / 5 + 1);
+  month = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
+  year = static_cast<int>(y + (month <= 2 ? 1 : 0));
+}
+
+std::int64_t DaysFromCivil(int year, int month, int day) {
+  year -= month <= 2 ? 1 : 0;
+  std::int64_t era = (year >= 0 ? year : year - 399) / 400;
+  std::int64_t year_of_era = year - era * 400;
+  std::int64_t day_of_year = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
+  std::int64_t day_of_era = year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year;
+  return era * 146097 + day_of_era - 719468;
+}
+
+std::string FormatDouble(double value) {
+  char buffer[64];
+  auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+  return std::string(buffer, result.ptr);
+}
+
+std::string FormatFloat(float value) {
+  char buffer[64];
+  auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+  return std::string(buffer, result.ptr);
+}
+
+char16_t FoldCharacter(char16_t c) {
+  if (c >= u'a' && c <= u'z') return static_cast<char16_t>(c - 32);
+  // Latin-1 lower-case letters (except the division sign and y with diaeresis).
+  if (c >= 0xE0 && c <= 0xFE && c != 0xF7) return static_cast<char16_t>(c - 32);
+  if (c == 0xFF) return 0x178;
+  return c;
+}
+
+}  // namespace
+
+const char* ColumnTypeName(ColumnType type) {
+  switch (type) {
+    case ColumnType::Boolean: return "Boolean";
+    case ColumnType::Byte: return "Byte";
+    case ColumnType::Integer: return "Integer";
+    case ColumnType::Long: return "Long";
+    case ColumnType::Currency: return "Currency";
+    case ColumnType::Single: return "Single";
+    case ColumnType::Double: return "Double";
+    case ColumnType::DateTime: return "DateTime";
+    case ColumnType::Binary: return "Binary";
+    case ColumnType::Text: return "Text";
+    case ColumnType::Ole: return "OLE";
+    case ColumnType::Memo: return "Memo";
+    case ColumnType::Guid: return "GUID";
+    case ColumnType::Numeric: return "Numeric";
+  }
+  return "unknown";
+}
+
+bool IsKnownColumnType(std::uint8_t code) {
+  return (code >= 0x01 && code <= 0x0C) || code == 0x0F || code == 0x10;
+}
+
+bool IsVariableType(ColumnType type) {
+  return type == ColumnType::Text || type == ColumnType::Binary || type == ColumnType::Memo ||
+         type == ColumnType::Ole;
+}
+
+bool IsLongValueType(ColumnType type) { return type == ColumnType::Memo || type == ColumnType::Ole; }
+
+bool IsTextType(ColumnType type) { return type == ColumnType::Text || type == ColumnType::Memo; }
+
+double Value::AsDouble() const {
+  switch (kind) {
+    case Kind::Null: return 0;
+    case Kind::Boolean: return integer ? -1 : 0;
+    case Kind::Integer: return static_cast<double>(integer);
+    case Kind::Currency: return static_cast<double>(integer) / 10000.0;
+    case Kind::Single:
+    case Kind::Double:
+    case Kind::DateTime: return number;
+    case Kind::Text: return std::strtod(bytes.c_str(), nullptr);
+    case Kind::Binary: return 0;
+  }
+  return 0;
+}
+
+bool Value::AsBool() const {
+  if (kind == Kind::Text) return !bytes.empty() && AsDouble() != 0;
+  return AsDouble() != 0;
+}
+
+std::string Value::AsText() const {
+  switch (kind) {
+    case Kind::Null: return "";
+    case Kind::Boolean: return integer ? "1" : "0";
+    case Kind::Integer: return std::to_string(integer);
+    case Kind::Currency: {
+      std::int64_t whole = integer / 10000;
+      std::int64_t fraction = std::llabs(integer % 10000);
+      std::string text = (integer < 0 && whole == 0 ? "-" : "") + std::to_string(whole);
+      if (fraction != 0) {
+        char buffer[8];
+        std::snprintf(buffer, sizeof buffer, "%04lld", static_cast<long long>(fraction));
+        std::string digits = buffer;
+        while (!digits.empty() && digits.back() == '0') digits.pop_back();
+        text += "." + digits;
+      }
+      return text;
+    }
+    case Kind::Single: return FormatFloat(static_cast<float>(number));
+    case Kind::Double: return FormatDouble(number);
+    case Kind::DateTime: return FormatOleDate(number);
+    case Kind::Text: return bytes;
+    case Kind::Binary: {
+      static constexpr char kHex[] = "0123456789abcdef";
+      std::string text;
+      for (unsigned char c : bytes) {
+        text += kHex[c >> 4];
+        text += kHex[c & 15];
+      }
+      return text;
+    }
+  }
+  return "";
+}
+
+bool operator==(const Value& a, const Value& b) {
+  return a.kind == b.kind && a.integer == b.integer && a.bytes == b.bytes &&
+         (a.number == b.number || (std::isnan(a.number) && std::isnan(b.number)));
+}
+
+double OleDateFromParts(int year, int month, int day, int hour, int minute, int second) {
+  double days = static_cast<double>(DaysFromCivil(year, month, day)) + format::kDaysFrom1899To1970;
+  double time = (hour * 3600.0 + minute * 60.0 + second) / 86400.0;
+  // Before 1899-12-30 the day part is negative but the time still counts forward.
+  return days < 0 ? days - time : days + time;
+}
+
+std::string FormatOleDate(double ole_days) {
+  if (!std::isfinite(ole_days) || std::fabs(ole_days) > 3e6) return "";
+  double whole = std::trunc(ole_days);
+  double fraction = std::fabs(ole_days - whole);
+  std::int64_t seconds = std::llround(fraction * 86400.0);
+  std::int64_t day_number = static_cast<std::int64_t>(whole);
+  if (seconds >= 86400) {
+    seconds -= 86400;
+    day_number += 1;
+  }
+  int year = 0, month = 0, day = 0;
+  CivilFromDays(day_number - static_cast<std::int64_t>(format::kDaysFrom1899To1970), year, month, day);
+  char buffer[48];
+  std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02d %02d:%02d:%02d", year, month, day,
+                static_cast<int>(seconds / 3600), static_cast<int>(seconds / 60 % 60),
+                static_cast<int>(seconds % 60));
+  return buffer;
+}
+
+std::u16string Utf8ToUtf16(std::string_view utf8) {
+  std::u16string out;
+  out.reserve(utf8.size());
+  std::size_t i = 0;
+  while (i < utf8.size()) {
+    unsigned char c = static_cast<unsigned char>(utf8[i]);
+    char32_t code = 0xFFFD;
+    std::size_t length = 1;
+    if (c < 0x80) {
+      code = c;
+    } else if ((c & 0xE0) == 0xC0) {
+      length = 2;
+    } else if ((c & 0xF0) == 0xE0) {
+      length = 3;
+    } else if ((c & 0xF8) == 0xF0) {
+      length = 4;
+    }
+    if (length > 1) {
+      if (i + length > utf8.size()) {
+        length = 1;
+      } else {
+        code = c & (0x7F >> length);
+        for (std::size_t k = 1; k < length; ++k) {
+          unsigned char next = static_cast<unsigned char>(utf8[i + k]);
+          if ((next & 0xC0) != 0x80) {
+            code = 0xFFFD;
+            length = k;
+            break;
+          }
+          code = (code << 6) | (next & 0x3F);
+        }
+      }
+    }
+    i += length;
+    if (code >= 0x10000) {
+      code -= 0x10000;
+      out.push_back(static_cast<char16_t>(0xD800 + (code >> 10)));
+      out.push_back(static_cast<char16_t>(0xDC00 + (code & 0x3FF)));
+    } else {
+      out.push_back(static_cast<char16_t>(code));
+    }
+  }
+  return out;
+}
+
+std::string Utf16ToUtf8(std::u16string_view utf16) {
+  std::string out;
+  out.reserve(utf16.size());
+  for (std::size_t i = 0; i < utf16.size(); ++i) {
+    char32_t code = utf16[i];
+    if (code >= 0xD800 && code < 0xDC00 && i + 1 < utf16.size() && utf16[i + 1] >= 0xDC00 &&
+        utf16[i + 1] < 0xE000) {
+      code = 0x10000 + ((code - 0xD800) << 10) + (utf16[i + 1] - 0xDC00);
+      ++i;
+    } else if (code >= 0xD800 && code < 0xE000) {
+      code = 0xFFFD;
+    }
+    if (code < 0x80) {
+      out.push_back(static_cast<char>(code));
+    } else if (code < 0x800) {
+      out.push_back(static_cast<char>(0xC0 | (code >> 6)));
+      out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
+    } else if (code < 0x10000) {
+      out.push_back(static_cast<char>(0xE0 | (code >> 12)));
+      out.push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
+      out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
+    } else {
+      out.push_back(static_cast<char>(0xF0 | (code >> 18)));
+      out.push_back(static_cast<char>(0x80 | ((code >> 12) & 0x3F)));
+      out.push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
+      out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
+    }
+  }
+  return out;
+}
+
+std::u16string FoldForComparison(std::u16string_view text) {
+  std::size_t end = text.size();
+  while (end > 0 && text[end - 1] == u' ') --end;
+  std::u16string out(text.substr(0, end));
+  for (char16_t& c : out) c = FoldCharacter(c);
+  return out;
+}
+
+std::string FoldForComparison(std::string_view utf8) {
+  // ASCII fast path: most keys are plain ASCII.
+  bool ascii = true;
+  for (char c : utf8) {
+    if (static_cast<unsigned char>(c) >= 0x80) {
+      ascii = false;
+      break;
+    }
+  }
+  if (!ascii) return Utf16ToUtf8(FoldForComparison(Utf8ToUtf16(utf8)));
+  std::size_t end = utf8.size();
+  while (end > 0 && utf8[end - 1] == ' ') --end;
+  std::string out(utf8.substr(0, end));
+  for (char& c : out) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
+  }
+  return out;
+}
+
+int CompareValues(const Value& a, const Value& b) {
+  if (a.is_null() || b.is_null()) return (a.is_null() ? 0 : 1) - (b.is_null() ? 0 : 1);
+  bool a_text = a.kind == Value::Kind::Text;
+  bool b_text = b.kind == Value::Kind::Text;
+  if (a_text && b_text) {
+    std::u16string x = FoldForComparison(Utf8ToUtf16(a.bytes));
+    std::u16string y = FoldForComparison(Utf8ToUtf16(b.bytes));
+    return x < y ? -1 : (x == y ? 0 : 1);
+  }
+  if (a.kind == Value::Kind::Binary || b.kind == Value::Kind::Binary) {
+    return a.bytes < b.bytes ? -1 : (a.bytes == b.bytes ? 0 : 1);
+  }
+  double x = a.AsDouble();
+  double y = b.AsDouble();
+  return x < y ? -1 : (x == y ? 0 : 1);
+}
+
+}  // namespace qorvane::jet

@@ -1,0 +1,83 @@
+// The values a Jet table holds: column types, a small tagged value (null, boolean, integer,
+// floating point, currency, date, text, binary) and the conversions between them that the
+// record sets and the export need (text as UTF-8, dates as OLE day numbers).
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace qorvane::jet {
+
+enum class ColumnType : std::uint8_t {
+  Boolean = 0x01,
+  Byte = 0x02,
+  Integer = 0x03,
+  Long = 0x04,
+  Currency = 0x05,
+  Single = 0x06,
+  Double = 0x07,
+  DateTime = 0x08,
+  Binary = 0x09,
+  Text = 0x0A,
+  Ole = 0x0B,
+  Memo = 0x0C,
+  Guid = 0x0F,
+  Numeric = 0x10,
+};
+
+const char* ColumnTypeName(ColumnType type);
+bool IsKnownColumnType(std::uint8_t code);
+// Fixed columns live in the fixed region of a row; Text, Binary, Memo and Ole are variable.
+bool IsVariableType(ColumnType type);
+bool IsLongValueType(ColumnType type);  // Memo, Ole
+bool IsTextType(ColumnType type);       // Text, Memo
+
+// One value of one column. Integer holds Byte/Integer/Long; Currency holds the value x 10000;
+// DateTime holds the OLE day number (days since 1899-12-30, fraction = time of day); Text is
+// UTF-8; Binary holds raw bytes (Binary, Ole, Guid, Numeric).
+struct Value {
+  enum class Kind : std::uint8_t { Null, Boolean, Integer, Single, Double, Currency, DateTime, Text, Binary };
+  Kind kind = Kind::Null;
+  std::int64_t integer = 0;  // Boolean (0/1), Integer, Currency
+  double number = 0;         // Single (a float widened), Double, DateTime
+  std::string bytes;         // Text (UTF-8) or Binary
+
+  static Value Null() { return {}; }
+  static Value Bool(bool value) { return {Kind::Boolean, value ? 1 : 0, 0, {}}; }
+  static Value Int(std::int64_t value) { return {Kind::Integer, value, 0, {}}; }
+  static Value Real(double value) { return {Kind::Double, 0, value, {}}; }
+  static Value Float(float value) { return {Kind::Single, 0, value, {}}; }
+  static Value Money(std::int64_t ten_thousandths) { return {Kind::Currency, ten_thousandths, 0, {}}; }
+  static Value Date(double ole_days) { return {Kind::DateTime, 0, ole_days, {}}; }
+  static Value String(std::string utf8) { return {Kind::Text, 0, 0, std::move(utf8)}; }
+  static Value Bytes(std::string raw) { return {Kind::Binary, 0, 0, std::move(raw)}; }
+
+  bool is_null() const { return kind == Kind::Null; }
+  // The value as a number (text is parsed; null and unparsable text give 0).
+  double AsDouble() const;
+  // The value as text, as the export prints it: numbers in plain decimal, booleans 1/0 (or
+  // Access's -1 when asked), dates "YYYY-MM-DD HH:MM:SS", binary as hex; null is empty.
+  std::string AsText() const;
+  bool AsBool() const;
+};
+
+bool operator==(const Value& a, const Value& b);
+
+// OLE day number <-> calendar date and time (whole seconds, as Access keeps them).
+double OleDateFromParts(int year, int month, int day, int hour, int minute, int second);
+std::string FormatOleDate(double ole_days);
+
+// UTF-8 <-> UTF-16 (UCS-2 as Jet stores it). Invalid UTF-8 bytes become U+FFFD.
+std::u16string Utf8ToUtf16(std::string_view utf8);
+std::string Utf16ToUtf8(std::u16string_view utf16);
+
+// Case folding as Jet compares text in the General sort order: letters of Latin-1 compare
+// without regard to case; trailing blanks do not count.
+std::u16string FoldForComparison(std::u16string_view text);
+std::string FoldForComparison(std::string_view utf8);
+// Compares two values as Jet's '=' and ORDER BY do: text case-blind, numbers by value, null
+// first. Returns <0, 0, >0.
+int CompareValues(const Value& a, const Value& b);
+
+}  // namespace qorvane::jet
