@@ -13,8 +13,8 @@ namespace {
 
 using namespace format;
 
-std::size_t FixedSize(ColumnType type) {
-  switch (type) {
+std::size_t FixedSize(const ColumnDefinition& column) {
+  switch (column.type) {
     case ColumnType::Boolean: return 0;
     case ColumnType::Byte: return 1;
     case ColumnType::Integer: return 2;
@@ -25,6 +25,8 @@ std::size_t FixedSize(ColumnType type) {
     case ColumnType::DateTime: return 8;
     case ColumnType::Guid: return 16;
     case ColumnType::Numeric: return 17;
+    case ColumnType::Text:
+    case ColumnType::Binary: return column.length;  // fixed-length forms
     default: return 0;
   }
 }
@@ -84,6 +86,7 @@ Value DecodeFixed(const ColumnDefinition& column, Bytes data) {
       std::memcpy(&value, &raw, 8);
       return column.type == ColumnType::Double ? Value::Real(value) : Value::Date(value);
     }
+    case ColumnType::Text: return Value::String(DecodeText(data));
     default:
       return Value::Bytes(std::string(reinterpret_cast<const char*>(data.data()), data.size()));
   }
@@ -111,7 +114,7 @@ Value DecodeOne(const ColumnDefinition& column, Bytes row, const RowFrame& frame
   if (column.type == ColumnType::Boolean) return Value::Bool(present);
   if (!present) return Value::Null();
   if (column.is_fixed()) {
-    std::size_t size = FixedSize(column.type);
+    std::size_t size = FixedSize(column);
     std::size_t start = 2 + column.fixed_offset;
     if (start + size > frame.mask_start) {
       DamagedRow(context + ", column " + column.name, "fixed value lies outside the row");
@@ -218,7 +221,7 @@ std::vector<std::byte> EncodeRow(const TableDefinition& definition, const std::v
   std::size_t fixed_size = 0;
   for (const auto& column : definition.columns) {
     column_count = std::max<std::size_t>(column_count, column.id + 1u);
-    if (column.is_fixed()) fixed_size = std::max(fixed_size, column.fixed_offset + FixedSize(column.type));
+    if (column.is_fixed()) fixed_size = std::max(fixed_size, column.fixed_offset + FixedSize(column));
   }
   std::size_t variable_count = definition.variable_columns;
   for (const auto& column : definition.columns) {
@@ -239,7 +242,7 @@ std::vector<std::byte> EncodeRow(const TableDefinition& definition, const std::v
     if (value.is_null()) continue;
     mask[column.id / 8] |= static_cast<std::uint8_t>(1u << (column.id % 8));
     MutableBytes field(fixed.data() + (column.is_fixed() ? column.fixed_offset : 0),
-                       column.is_fixed() ? FixedSize(column.type) : 0);
+                       column.is_fixed() ? FixedSize(column) : 0);
     switch (column.type) {
       case ColumnType::Byte: Put8(field, 0, static_cast<std::uint8_t>(value.integer)); break;
       case ColumnType::Integer: Put16(field, 0, static_cast<std::uint16_t>(value.integer)); break;
@@ -264,9 +267,19 @@ std::vector<std::byte> EncodeRow(const TableDefinition& definition, const std::v
         std::memcpy(field.data(), value.bytes.data(), std::min(field.size(), value.bytes.size()));
         break;
       case ColumnType::Text:
-        variable[column.variable_slot] = EncodeText(Utf8ToUtf16(value.bytes), column.is_compressed());
+        if (column.is_fixed()) {
+          // Fixed-length text: uncompressed, padded with blanks.
+          std::u16string text = Utf8ToUtf16(value.bytes);
+          for (std::size_t k = 0; k < field.size() / 2; ++k) Put16(field, 2 * k, k < text.size() ? text[k] : u' ');
+        } else {
+          variable[column.variable_slot] = EncodeText(Utf8ToUtf16(value.bytes), column.is_compressed());
+        }
         break;
       case ColumnType::Binary:
+        if (column.is_fixed()) {
+          std::memcpy(field.data(), value.bytes.data(), std::min(field.size(), value.bytes.size()));
+          break;
+        }
         variable[column.variable_slot].assign(reinterpret_cast<const std::byte*>(value.bytes.data()),
                                               reinterpret_cast<const std::byte*>(value.bytes.data()) + value.bytes.size());
         break;

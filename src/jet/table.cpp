@@ -124,7 +124,36 @@ std::optional<std::size_t> Table::FindColumn(std::string_view name) const {
   return std::nullopt;
 }
 
-std::size_t Table::row_count() { return RowIds().size(); }
+std::size_t Table::row_count() {
+  LoadRows();
+  return rows_.size() - deleted_.size();
+}
+
+bool Table::IsLive(RowId row) {
+  LoadRows();
+  return deleted_.count(row) == 0 && std::binary_search(rows_.begin(), rows_.end(), row);
+}
+
+std::optional<RowId> Table::FirstRow() { return NextRow(0); }
+
+std::optional<RowId> Table::NextRow(RowId row) {
+  LoadRows();
+  for (auto it = std::upper_bound(rows_.begin(), rows_.end(), row); it != rows_.end(); ++it) {
+    if (deleted_.count(*it) == 0) return *it;
+  }
+  return std::nullopt;
+}
+
+std::optional<RowId> Table::LastRow() { return PreviousRow(0xFFFFFFFFu); }
+
+std::optional<RowId> Table::PreviousRow(RowId row) {
+  LoadRows();
+  for (auto it = std::lower_bound(rows_.begin(), rows_.end(), row); it != rows_.begin();) {
+    --it;
+    if (deleted_.count(*it) == 0) return *it;
+  }
+  return std::nullopt;
+}
 
 void Table::LoadRows() {
   if (rows_loaded_) return;
@@ -392,8 +421,8 @@ std::vector<RowId> Table::FindEqual(const std::vector<std::size_t>& columns, con
 }
 
 void Table::CheckUnique(const std::vector<Value>& values, std::optional<RowId> self) {
-  for (const auto& logical : definition_.logical_indexes) {
-    const RealIndexDefinition& real = definition_.real_indexes[logical.real_index];
+  for (std::size_t r = 0; r < definition_.real_indexes.size(); ++r) {
+    const RealIndexDefinition& real = definition_.real_indexes[r];
     if ((real.flags & kIndexFlagUnique) == 0) continue;
     std::vector<std::size_t> columns;
     std::vector<Value> key;
@@ -409,9 +438,17 @@ void Table::CheckUnique(const std::vector<Value>& values, std::optional<RowId> s
     if (any_null || columns.empty()) continue;
     for (RowId other : FindEqual(columns, key)) {
       if (self && other == *self) continue;
+      // Name the index as Access shows it: the primary key, else a plain index, else any.
+      std::string name;
+      int best = 3;
+      for (const auto& logical : definition_.logical_indexes) {
+        if (logical.real_index != r) continue;
+        int rank = logical.index_type == kLogicalIndexTypePrimary ? 0 : (logical.index_type == kLogicalIndexTypeForeign ? 2 : 1);
+        if (rank < best) best = rank, name = logical.name;
+      }
       std::string shown;
       for (const auto& value : key) shown += (shown.empty() ? "" : ", ") + ("'" + value.AsText() + "'");
-      throw Error(ErrorKind::Constraint, store_.file_name() + ": table " + name_ + ": index " + logical.name +
+      throw Error(ErrorKind::Constraint, store_.file_name() + ": table " + name_ + ": index " + name +
                                              " is unique and already holds " + shown);
     }
   }

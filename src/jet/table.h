@@ -57,6 +57,13 @@ class Table {
 
   // Every live row id, in table order. Valid until the next change to the table.
   const std::vector<RowId>& RowIds();
+  // Walking the live rows without copying them: first, last, the one after or before ROW (which
+  // may have been deleted meanwhile). Each O(log n).
+  std::optional<RowId> FirstRow();
+  std::optional<RowId> LastRow();
+  std::optional<RowId> NextRow(RowId row);
+  std::optional<RowId> PreviousRow(RowId row);
+  bool IsLive(RowId row);
   std::vector<Value> ReadRow(RowId row);
   Value ReadValue(RowId row, std::size_t column);
   // Rows whose COLUMNS equal VALUES (text case-blind, trailing blanks ignored), in table order.

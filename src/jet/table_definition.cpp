@@ -32,7 +32,10 @@ std::pair<std::uint32_t, std::size_t> Locate(const std::vector<std::uint32_t>& p
 
 }  // namespace
 
-bool ColumnDefinition::is_fixed() const { return !IsVariableType(type); }
+bool ColumnDefinition::is_fixed() const {
+  // Text and Binary are variable unless flagged fixed-length (a rare Access option).
+  return !IsVariableType(type) || (!IsLongValueType(type) && (flags & kColumnFlagFixed) != 0);
+}
 bool ColumnDefinition::is_auto_number() const {
   return type == ColumnType::Long && (flags & kColumnFlagAutoNumber) != 0;
 }

@@ -2,7 +2,7 @@
 //   node dump-table.mjs FILE          -> {"tables":[{"name","rowCount","scanned"}...]}
 //   node dump-table.mjs FILE TABLE    -> {"rowCount","columns":[{name,type,size}],"rows":[[cell...]...]}
 // Cells are strings in the export's forms (dates "YYYY-MM-DD HH:MM:SS", booleans 1/0, binary
-// as hex) or null.
+// as hex, numbers as JavaScript prints them) or null.
 import { readFileSync } from "fs";
 import { createRequire } from "module";
 
@@ -12,8 +12,10 @@ const [file, tableName] = process.argv.slice(2);
 const reader = new MDBReader(readFileSync(file));
 
 const pad = (n, w = 2) => String(n).padStart(w, "0");
-function cell(value) {
+const numeric = new Set(["byte", "integer", "long", "currency", "float", "double", "numeric", "bigint"]);
+function cell(value, type) {
   if (value === null || value === undefined) return null;
+  if (numeric.has(type)) return String(Number(value));
   if (typeof value === "boolean") return value ? "1" : "0";
   if (typeof value === "bigint") return value.toString();
   if (value instanceof Date) {
@@ -34,6 +36,6 @@ if (!tableName) {
 } else {
   const table = reader.getTable(tableName);
   const columns = table.getColumns().map((c) => ({ name: c.name, type: c.type, size: c.size }));
-  const rows = table.getData().map((row) => columns.map((c) => cell(row[c.name])));
+  const rows = table.getData().map((row) => columns.map((c) => cell(row[c.name], c.type)));
   console.log(JSON.stringify({ rowCount: table.rowCount, columns, rows }));
 }

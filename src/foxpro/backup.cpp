@@ -1,0 +1,41 @@
+// Backup copies before write-back.
+#include "foxpro/backup.h"
+
+#include <cstdio>
+
+#include "common/os.h"
+
+namespace qorvane::foxpro {
+
+BackupSession::BackupSession(const std::tm& start_time, Reporter* reporter) : reporter_(reporter) {
+  char buffer[64];
+  std::snprintf(buffer, sizeof buffer, "qorvane-backup-%02d%02d%02d-%d%d%d", start_time.tm_year % 100,
+                start_time.tm_mon + 1, start_time.tm_mday, start_time.tm_hour, start_time.tm_min, start_time.tm_sec);
+  folder_name_ = buffer;
+}
+
+void BackupSession::EnsureBackedUp(const std::vector<std::string>& paths) {
+  for (const std::string& path : paths) {
+    if (path.empty() || done_.count(path) || !os::IsRegularFile(path)) continue;
+    auto slash = path.rfind('/');
+    std::string directory = slash == std::string::npos ? "." : path.substr(0, slash);
+    std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    std::string& folder = folders_[directory];
+    if (folder.empty()) {
+      std::string candidate = os::JoinPath(directory, folder_name_);
+      for (int suffix = 2; os::IsDirectory(candidate) || os::IsRegularFile(candidate); ++suffix) {
+        candidate = os::JoinPath(directory, folder_name_ + "-" + std::to_string(suffix));
+      }
+      os::MakeDirectory(candidate);
+      os::SyncDirectory(directory);
+      folder = candidate;
+    }
+    std::string target = os::JoinPath(folder, name);
+    os::CopyFile(path, target);
+    os::SyncDirectory(folder);
+    done_.insert(path);
+    if (reporter_) reporter_->Report("backed up " + path + " to " + target);
+  }
+}
+
+}  // namespace qorvane::foxpro

@@ -1,0 +1,37 @@
+// The copy of source files taken before a run first writes into them: one folder per run,
+// qorvane-backup-YYMMDD-HMS beside the tables (hour, minute and second without leading zeros,
+// as the conversion log is named), each file copied once and synced before any write.
+#pragma once
+
+#include <ctime>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "common/reporter.h"
+
+namespace qorvane::foxpro {
+
+class BackupSession {
+ public:
+  // start_time: the run's start (local time); reporter receives "backed up X to Y" lines.
+  BackupSession(const std::tm& start_time, Reporter* reporter);
+
+  // The backup folder name for this run ("qorvane-backup-261115-957"). When a folder of that
+  // name is already there (two runs in one second), "-2", "-3"... is appended, so an earlier
+  // backup is never overwritten.
+  const std::string& folder_name() const { return folder_name_; }
+  // Copies each existing file of paths into the backup folder beside it, unless this session
+  // already did. Throws qorvane::Error when a copy cannot be made; the caller must then not
+  // write. Files that do not exist are skipped.
+  void EnsureBackedUp(const std::vector<std::string>& paths);
+
+ private:
+  std::string folder_name_;
+  Reporter* reporter_;
+  std::set<std::string> done_;
+  std::map<std::string, std::string> folders_;  // table folder -> its backup folder
+};
+
+}  // namespace qorvane::foxpro

@@ -1,0 +1,381 @@
+// Record sets: query evaluation (hash look-up for equality terms, scan otherwise, ORDER BY),
+// cursor movement, Find, the edit buffer, and Execute for DELETE statements.
+#include "jet/recordset.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+#include "common/error.h"
+#include "jet/sql.h"
+
+namespace qorvane::jet {
+namespace {
+
+bool HasColumnReference(const Expression& expression) {
+  if (expression.kind == Expression::Kind::Column) return true;
+  for (const auto& operand : expression.operands) {
+    if (HasColumnReference(*operand)) return true;
+  }
+  return false;
+}
+
+// The rows of TABLE matching WHERE (all when null), in table order.
+std::vector<RowId> SelectRows(Table& table, const Expression* where) {
+  if (!where) return table.RowIds();
+  if (!HasColumnReference(*where)) {
+    return IsTrue(*where, {}) ? table.RowIds() : std::vector<RowId>{};
+  }
+  std::vector<RowId> candidates;
+  if (auto term = FindEqualityTerm(*where)) {
+    candidates = table.FindEqual({term->first}, {term->second});
+  } else {
+    candidates = table.RowIds();
+  }
+  std::vector<RowId> rows;
+  for (RowId row : candidates) {
+    if (IsTrue(*where, table.ReadRow(row))) rows.push_back(row);
+  }
+  return rows;
+}
+
+}  // namespace
+
+int AdoTypeOf(ColumnType type) {
+  switch (type) {
+    case ColumnType::Boolean: return 11;
+    case ColumnType::Byte: return 17;
+    case ColumnType::Integer: return 2;
+    case ColumnType::Long: return 3;
+    case ColumnType::Currency: return 6;
+    case ColumnType::Single: return 4;
+    case ColumnType::Double: return 5;
+    case ColumnType::DateTime: return 7;
+    case ColumnType::Binary: return 204;
+    case ColumnType::Text: return 202;
+    case ColumnType::Ole: return 205;
+    case ColumnType::Memo: return 203;
+    case ColumnType::Guid: return 72;
+    case ColumnType::Numeric: return 131;
+  }
+  return 0;
+}
+
+Recordset::Recordset(Database& database, std::string sql)
+    : database_(database), sql_(std::move(sql)), statement_(std::make_unique<Statement>(ParseStatement(sql_))) {
+  if (statement_->kind != Statement::Kind::Select) {
+    throw Error(ErrorKind::InvalidArgument, "SQL \"" + sql_ + "\": a record set needs a SELECT statement");
+  }
+  if (!database_.HasTable(statement_->table)) {
+    throw Error(ErrorKind::InvalidArgument, database_.file_name() + ": SQL \"" + sql_ + "\": there is no table " +
+                                                statement_->table);
+  }
+  table_ = &database_.GetTable(statement_->table);
+  if (statement_->where) Bind(*statement_->where, *table_, sql_);
+  auto add_field = [&](std::size_t column) {
+    const ColumnDefinition& definition = table_->columns()[column];
+    fields_.push_back({definition.name, definition.type, definition.defined_size(), AdoTypeOf(definition.type), column});
+  };
+  if (statement_->columns.empty()) {
+    for (std::size_t i = 0; i < table_->columns().size(); ++i) add_field(i);
+  } else {
+    for (const auto& name : statement_->columns) {
+      auto column = table_->FindColumn(name);
+      if (!column) {
+        throw Error(ErrorKind::InvalidArgument, "SQL \"" + sql_ + "\": table " + table_->name() + " has no column " + name);
+      }
+      add_field(*column);
+    }
+  }
+  for (const auto& term : statement_->order_by) {
+    if (!table_->FindColumn(term.column)) {
+      throw Error(ErrorKind::InvalidArgument, "SQL \"" + sql_ + "\": table " + table_->name() + " has no column " +
+                                                  term.column);
+    }
+  }
+  whole_table_ = !statement_->where && statement_->order_by.empty();
+  Refresh();
+}
+
+Recordset::~Recordset() = default;
+
+void Recordset::Refresh() {
+  edit_mode_ = EditMode::None;
+  edit_buffer_.clear();
+  cached_row_.reset();
+  current_deleted_ = false;
+  after_first_ = false;
+  if (whole_table_) {
+    rows_.clear();
+    current_ = table_->FirstRow();
+    return;
+  }
+  Materialize();
+}
+
+void Recordset::Materialize() {
+  rows_ = SelectRows(*table_, statement_->where.get());
+  if (!statement_->order_by.empty()) {
+    std::vector<std::pair<std::size_t, bool>> keys;
+    for (const auto& term : statement_->order_by) keys.emplace_back(*table_->FindColumn(term.column), term.descending);
+    std::vector<std::pair<std::vector<Value>, RowId>> sortable;
+    sortable.reserve(rows_.size());
+    for (RowId row : rows_) {
+      std::vector<Value> values = table_->ReadRow(row);
+      std::vector<Value> key;
+      for (const auto& [column, descending] : keys) key.push_back(std::move(values[column]));
+      sortable.emplace_back(std::move(key), row);
+    }
+    std::stable_sort(sortable.begin(), sortable.end(), [&](const auto& a, const auto& b) {
+      for (std::size_t k = 0; k < keys.size(); ++k) {
+        int order = CompareValues(a.first[k], b.first[k]);
+        if (order != 0) return keys[k].second ? order > 0 : order < 0;
+      }
+      return false;
+    });
+    for (std::size_t i = 0; i < sortable.size(); ++i) rows_[i] = sortable[i].second;
+  }
+  position_ = 0;
+  current_ = rows_.empty() ? std::nullopt : std::optional<RowId>(rows_[0]);
+}
+
+std::optional<std::size_t> Recordset::PositionOf(RowId row) {
+  if (statement_->order_by.empty()) {
+    auto found = std::lower_bound(rows_.begin(), rows_.end(), row);
+    if (found != rows_.end() && *found == row) return static_cast<std::size_t>(found - rows_.begin());
+    return std::nullopt;
+  }
+  auto found = std::find(rows_.begin(), rows_.end(), row);
+  if (found == rows_.end()) return std::nullopt;
+  return static_cast<std::size_t>(found - rows_.begin());
+}
+
+void Recordset::SetCurrent(std::optional<RowId> row) {
+  current_ = row;
+  current_deleted_ = false;
+  if (!row) after_first_ = false;
+}
+
+std::size_t Recordset::RecordCount() {
+  if (whole_table_) return table_->row_count();
+  std::size_t count = 0;
+  for (RowId row : rows_) count += table_->IsLive(row) ? 1 : 0;
+  return count;
+}
+
+void Recordset::FinishEdit() {
+  if (edit_mode_ != EditMode::None) Update();
+}
+
+void Recordset::MoveFirst() {
+  FinishEdit();
+  if (whole_table_) {
+    SetCurrent(table_->FirstRow());
+    return;
+  }
+  for (position_ = 0; position_ < rows_.size() && !table_->IsLive(rows_[position_]); ++position_) {
+  }
+  SetCurrent(position_ < rows_.size() ? std::optional<RowId>(rows_[position_]) : std::nullopt);
+}
+
+void Recordset::MoveLast() {
+  FinishEdit();
+  if (whole_table_) {
+    SetCurrent(table_->LastRow());
+    return;
+  }
+  position_ = rows_.size();
+  while (position_ > 0 && !table_->IsLive(rows_[position_ - 1])) --position_;
+  if (position_ == 0) {
+    SetCurrent(std::nullopt);
+    return;
+  }
+  --position_;
+  SetCurrent(rows_[position_]);
+}
+
+void Recordset::MoveNext() {
+  FinishEdit();
+  if (!current_) {
+    if (after_first_) {
+      after_first_ = false;
+      MoveFirst();
+      return;
+    }
+    throw Error(ErrorKind::InvalidArgument, table_->name() + ": MoveNext past the end of the record set");
+  }
+  if (whole_table_) {
+    SetCurrent(table_->NextRow(*current_));
+    return;
+  }
+  do {
+    ++position_;
+  } while (position_ < rows_.size() && !table_->IsLive(rows_[position_]));
+  SetCurrent(position_ < rows_.size() ? std::optional<RowId>(rows_[position_]) : std::nullopt);
+}
+
+void Recordset::MovePrevious() {
+  FinishEdit();
+  if (!current_) {
+    if (after_first_) throw Error(ErrorKind::InvalidArgument, table_->name() + ": MovePrevious before the start");
+    MoveLast();
+    return;
+  }
+  std::optional<RowId> previous;
+  if (whole_table_) {
+    previous = table_->PreviousRow(*current_);
+  } else {
+    while (position_ > 0) {
+      --position_;
+      if (table_->IsLive(rows_[position_])) {
+        previous = rows_[position_];
+        break;
+      }
+    }
+  }
+  SetCurrent(previous);
+  if (!previous) after_first_ = true;
+}
+
+bool Recordset::Find(const std::string& criteria) {
+  FinishEdit();
+  auto filter = ParseFilter(criteria);
+  Bind(*filter, *table_, criteria);
+  if (!current_) return false;
+  RowId start = *current_;
+  std::optional<RowId> found;
+  auto equality = FindEqualityTerm(*filter);
+  if (equality) {
+    std::size_t start_position = whole_table_ ? 0 : position_;
+    std::optional<std::size_t> best;
+    for (RowId row : table_->FindEqual({equality->first}, {equality->second})) {
+      if (!table_->IsLive(row) || !IsTrue(*filter, table_->ReadRow(row))) continue;
+      if (whole_table_) {
+        if (row >= start) {
+          found = row;
+          break;
+        }
+        continue;
+      }
+      auto position = PositionOf(row);
+      if (position && *position >= start_position && (!best || *position < *best)) best = position;
+    }
+    if (best) {
+      position_ = *best;
+      found = rows_[*best];
+    }
+  } else if (whole_table_) {
+    for (std::optional<RowId> row = table_->IsLive(start) ? std::optional<RowId>(start) : table_->NextRow(start); row;
+         row = table_->NextRow(*row)) {
+      if (IsTrue(*filter, table_->ReadRow(*row))) {
+        found = row;
+        break;
+      }
+    }
+  } else {
+    for (std::size_t position = position_; position < rows_.size(); ++position) {
+      if (table_->IsLive(rows_[position]) && IsTrue(*filter, table_->ReadRow(rows_[position]))) {
+        position_ = position;
+        found = rows_[position];
+        break;
+      }
+    }
+  }
+  if (!found && !whole_table_) position_ = rows_.size();
+  SetCurrent(found);
+  return found.has_value();
+}
+
+const FieldInfo& Recordset::Field(std::string_view name) const {
+  std::string wanted = FoldForComparison(name);
+  for (const auto& field : fields_) {
+    if (FoldForComparison(field.name) == wanted) return field;
+  }
+  throw Error(ErrorKind::InvalidArgument, database_.file_name() + ": table " + table_->name() + ": no field " +
+                                              std::string(name) + " in \"" + sql_ + "\"");
+}
+
+const std::vector<Value>& Recordset::CurrentValues() {
+  if (!current_ || current_deleted_) {
+    throw Error(ErrorKind::InvalidArgument, database_.file_name() + ": table " + table_->name() +
+                                                ": there is no current record (EOF, BOF or deleted)");
+  }
+  if (cached_row_ != current_) {
+    cached_values_ = table_->ReadRow(*current_);
+    cached_row_ = current_;
+  }
+  return cached_values_;
+}
+
+Value Recordset::Get(std::string_view field) {
+  const FieldInfo& info = Field(field);
+  if (edit_mode_ != EditMode::None) return edit_buffer_[info.column];
+  return CurrentValues()[info.column];
+}
+
+void Recordset::Set(std::string_view field, Value value) {
+  const FieldInfo& info = Field(field);
+  if (edit_mode_ == EditMode::None) {
+    edit_buffer_ = CurrentValues();
+    edit_mode_ = EditMode::InProgress;
+  }
+  edit_buffer_[info.column] = std::move(value);
+}
+
+void Recordset::AddNew() {
+  FinishEdit();
+  edit_buffer_.assign(table_->columns().size(), Value());
+  edit_mode_ = EditMode::Add;
+}
+
+void Recordset::Update() {
+  if (edit_mode_ == EditMode::None) return;
+  EditMode mode = edit_mode_;
+  std::vector<Value> buffer = std::move(edit_buffer_);
+  edit_mode_ = EditMode::None;
+  edit_buffer_.clear();
+  cached_row_.reset();
+  if (mode == EditMode::Add) {
+    RowId row = table_->Insert(std::move(buffer));
+    if (!whole_table_) {
+      rows_.push_back(row);
+      position_ = rows_.size() - 1;
+    }
+    SetCurrent(row);
+  } else {
+    table_->Update(*current_, std::move(buffer));
+  }
+}
+
+void Recordset::CancelUpdate() {
+  edit_mode_ = EditMode::None;
+  edit_buffer_.clear();
+}
+
+void Recordset::Delete() {
+  CancelUpdate();
+  if (!current_ || current_deleted_) {
+    throw Error(ErrorKind::InvalidArgument, database_.file_name() + ": table " + table_->name() +
+                                                ": Delete without a current record");
+  }
+  table_->Delete(*current_);
+  current_deleted_ = true;
+  cached_row_.reset();
+}
+
+std::size_t Execute(Database& database, const std::string& sql) {
+  Statement statement = ParseStatement(sql);
+  if (statement.kind != Statement::Kind::Delete) {
+    throw Error(ErrorKind::InvalidArgument, "SQL \"" + sql + "\": only DELETE statements can be executed");
+  }
+  if (!database.HasTable(statement.table)) {
+    throw Error(ErrorKind::InvalidArgument, database.file_name() + ": SQL \"" + sql + "\": there is no table " +
+                                                statement.table);
+  }
+  Table& table = database.GetTable(statement.table);
+  if (statement.where) Bind(*statement.where, table, sql);
+  std::vector<RowId> rows = SelectRows(table, statement.where.get());
+  for (RowId row : rows) table.Delete(row);
+  return rows.size();
+}
+
+}  // namespace qorvane::jet
