@@ -317,7 +317,9 @@ MessageResult MainForm::MsgBox(const std::string& text, MessageButtons buttons,
 
 int MainForm::ReportError(int number, const std::string& description) {
   std::string where = Trim(session_.Routine());
-  AddtoLogFile("Error #" + Str(number) + " in module " + where + ": " + description);
+  std::string notice = "Error #" + Str(number) + " in module " + where + ": " + description;
+  AddtoLogFile(notice);
+  view_.Notify(notice);
   if (number == error_number::kCouldNotUpdateLocked) {
     MsgBox("The databases may be corrupt (Error #" + Str(number) + " in module " + where +
            ": " + description + "). Please run the rebuild programs, then restart Qorvane.");

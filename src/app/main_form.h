@@ -94,6 +94,8 @@ class MainForm {
   // The conversion run (the Convert button).
   void cmdNEWConvert();
   RunOutcome outcome() const { return outcome_; }
+  // When the current (or last) run started.
+  const Timestamp& RunStart() const { return run_start_; }
   const std::string& LogPath() const { return log_path_; }
 
   // The conversion log.
@@ -143,6 +145,7 @@ class MainForm {
   std::uint64_t log_offset_ = 0;
   std::string log_path_;
   RunOutcome outcome_ = RunOutcome::NotRun;
+  Timestamp run_start_;
 };
 
 template <typename Body>

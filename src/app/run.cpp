@@ -129,6 +129,7 @@ bool MainForm::AbortTest() {
 void MainForm::RunConversion() {
   bool view_log = form_.Checked("ckbViewLog");
   Timestamp start = clock_.Now();
+  run_start_ = start;
 
   std::string log_dir = form_.txtZulPath;
   CkRSlash(log_dir);

@@ -25,6 +25,10 @@ class View {
   virtual UserRequest PollUserRequest() = 0;
   virtual MessageResult MessageBox(const std::string& text, MessageButtons buttons,
                                    const std::string& title) = 0;
+  // A notice that needs no answer and shows no box: a failure the reporter passes on without a
+  // box, so that the user still reads what went wrong (a line on standard error, the status
+  // line of the window).
+  virtual void Notify(const std::string& text) = 0;
   // The modal Continue/Stop prompt (frmEscape).
   virtual EscapeChoice PromptEscape() = 0;
   // Opens the conversion log for the user to read (the view-log choice).

@@ -10,13 +10,13 @@
 #include <string>
 
 #include "app/main_form.h"
+#include "common/os.h"
 #include "cli/choices.h"
 #include "cli/terminal_view.h"
-#include "jet/export.h"
-#if __has_include("foxpro/export.h")
+#include "data/connections.h"
 #include "foxpro/export.h"
-#define QORVANE_HAVE_DBF_EXPORT 1
-#endif
+#include "jet/create/init_target.h"
+#include "jet/export.h"
 
 namespace {
 
@@ -62,6 +62,8 @@ int RunConvert(const ConvertOptions& options) {
   cli::TerminalView view({.assume_yes = options.yes, .quiet = options.quiet}, std::cerr);
   app::SystemClock clock;
   app::MainForm main_form(view, app::Settings::FormInit(options.settings), clock);
+  data::Connections connections(main_form, {.default_code_page = options.source_codepage});
+  connections.Register();
   int status = kExitFileError;
   try {
     main_form.FormLoad({AbsoluteDirectory(options.source), AbsoluteDirectory(options.target)});
@@ -79,7 +81,9 @@ int RunConvert(const ConvertOptions& options) {
     status = end.exit_status();
   }
   view.FinishProgress();
-  if (!main_form.LogPath().empty()) std::cout << main_form.LogPath() << "\n";
+  if (!main_form.LogPath().empty() && os::IsRegularFile(main_form.LogPath())) {
+    std::cout << main_form.LogPath() << "\n";
+  }
   return status;
 }
 
@@ -95,14 +99,7 @@ bool EndsWithNoCase(const std::string& text, const std::string& suffix) {
 
 int RunExport(ExportOptions options) {
   if (EndsWithNoCase(options.file, ".mdb")) return ExportMdb(options, std::cout, std::cerr);
-  if (EndsWithNoCase(options.file, ".dbf")) {
-#ifdef QORVANE_HAVE_DBF_EXPORT
-    return ExportDbf(options, std::cout, std::cerr);
-#else
-    std::cerr << "qorvane: exporting a .dbf is not available yet in this version.\n";
-    return kExitUsage;
-#endif
-  }
+  if (EndsWithNoCase(options.file, ".dbf")) return foxpro::ExportDbf(options, std::cout, std::cerr);
   std::cerr << "qorvane: " << options.file << ": not a .dbf table or a .mdb database (the name "
             << "must end in .dbf or .mdb)\n";
   return kExitUsage;
@@ -180,7 +177,12 @@ int main(int argc, char** argv) {
   }
 
   if (convert_command->parsed()) return RunConvert(convert);
-  if (init_command->parsed()) return NotAvailableYet("init-target");
+  if (init_command->parsed()) {
+    std::error_code ignored;
+    std::filesystem::create_directories(init_dir, ignored);
+    int status = jet::create::InitTarget(init_dir, std::cout, std::cerr);
+    return status == 0 ? kExitCompleted : kExitRefused;
+  }
   if (check_command->parsed()) return NotAvailableYet("check");
   if (sample_command->parsed()) return NotAvailableYet("sample");
   if (export_command->parsed()) {

@@ -176,6 +176,11 @@ app::MessageResult TerminalView::MessageBox(const std::string& text, app::Messag
   std::string answer;
   switch (buttons) {
     case app::MessageButtons::Ok:
+      // Start-up and the run check the same things; a terminal says each thing once.
+      for (const std::string& shown : shown_messages_) {
+        if (shown == text) return app::MessageResult::Ok;
+      }
+      shown_messages_.push_back(text);
       FinishProgress();
       err_ << heading << text << "\n" << std::flush;
       return app::MessageResult::Ok;
@@ -198,6 +203,11 @@ app::MessageResult TerminalView::MessageBox(const std::string& text, app::Messag
       return app::MessageResult::Abort;
   }
   return app::MessageResult::Ok;
+}
+
+void TerminalView::Notify(const std::string& text) {
+  FinishProgress();
+  err_ << "qorvane: " << text << "\n" << std::flush;
 }
 
 app::EscapeChoice TerminalView::PromptEscape() {

@@ -5,6 +5,7 @@
 
 #include <iosfwd>
 #include <string>
+#include <vector>
 
 #include "app/view.h"
 
@@ -24,6 +25,7 @@ class TerminalView : public app::View {
   app::UserRequest PollUserRequest() override;
   app::MessageResult MessageBox(const std::string& text, app::MessageButtons buttons,
                                 const std::string& title) override;
+  void Notify(const std::string& text) override;
   app::EscapeChoice PromptEscape() override;
   void OpenLog(const std::string& path) override;
 
@@ -45,6 +47,7 @@ class TerminalView : public app::View {
   std::ostream& err_;
   bool interactive_ = false;  // standard input is a terminal
   bool err_is_terminal_ = false;
+  std::vector<std::string> shown_messages_;  // information boxes already printed
   std::string current_step_;
   std::string last_progress_;
   bool progress_line_open_ = false;

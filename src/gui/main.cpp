@@ -4,6 +4,7 @@
 
 #include <optional>
 
+#include "data/connections.h"
 #include "gui/main_window.h"
 
 int main(int argc, char** argv) {
@@ -19,6 +20,8 @@ int main(int argc, char** argv) {
 
   qorvane::app::SystemClock clock;
   qorvane::gui::MainWindow window(qorvane::app::Settings::FormInit(settings), clock);
+  qorvane::data::Connections connections(window.main_form(), {});
+  connections.Register();
   window.show();
   window.main_form().FormLoad();
   window.Refresh();

@@ -18,6 +18,7 @@
 #include <QProcess>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QStatusBar>
 #include <QUrl>
 #include <QVBoxLayout>
 
@@ -336,6 +337,10 @@ app::MessageResult MainWindow::MessageBox(const std::string& text, app::MessageB
     }
   }
   return app::MessageResult::Ok;
+}
+
+void MainWindow::Notify(const std::string& text) {
+  statusBar()->showMessage(Q(text));
 }
 
 app::EscapeChoice MainWindow::PromptEscape() {

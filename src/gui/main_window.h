@@ -35,6 +35,7 @@ class MainWindow : public QMainWindow, public app::View {
   app::UserRequest PollUserRequest() override;
   app::MessageResult MessageBox(const std::string& text, app::MessageButtons buttons,
                                 const std::string& title) override;
+  void Notify(const std::string& text) override;
   app::EscapeChoice PromptEscape() override;
   void OpenLog(const std::string& path) override;
 

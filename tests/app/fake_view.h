@@ -27,6 +27,7 @@ class FakeView : public app::View {
     if (buttons == app::MessageButtons::AbortRetryIgnore) return error_answer;
     return app::MessageResult::Ok;
   }
+  void Notify(const std::string& text) override { notices.push_back(text); }
   app::EscapeChoice PromptEscape() override {
     ++prompts;
     app::EscapeChoice choice = escape_answers.empty() ? app::EscapeChoice::Continue : escape_answers.front();
@@ -41,6 +42,7 @@ class FakeView : public app::View {
   std::deque<app::EscapeChoice> escape_answers;
   std::vector<std::string> messages;
   std::vector<std::string> titles;
+  std::vector<std::string> notices;
   std::vector<std::string> opened_logs;
   int prompts = 0;
   int shows = 0;

@@ -300,6 +300,9 @@ TEST_F(RunTest, ALogThatCannotBeOpenedEndsTheRunCleanly) {
   main_form.form().txtZulPath = dir.path() + "/no/such/folder";
   main_form.cmdNEWConvert();
   EXPECT_EQ(main_form.outcome(), RunOutcome::Failed);
+  ASSERT_EQ(view.notices.size(), 1u);
+  EXPECT_EQ(view.notices[0].rfind("Error # 53 in module cmdNEWConvert: cannot open: " + dir.path() +
+                                  "/no/such/folder/ConvLog-", 0), 0u) << view.notices[0];
   EXPECT_FALSE(main_form.session().InConversion);
   EXPECT_TRUE(main_form.form().ButtonsEnabled);
 }

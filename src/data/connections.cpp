@@ -1,0 +1,237 @@
+// Binding the source tables and the target record sources (see connections.h).
+#include "data/connections.h"
+
+#include <ctime>
+
+#include "app/paths.h"
+
+namespace qorvane::data {
+namespace {
+
+// Source files in the order they are bound, the table name each control is given, the
+// controls, and the name the success line writes (the appraiser table's line has always said
+// "appraiser.dbf").
+struct SourceBinding {
+  const char* file;
+  const char* table;
+  std::vector<const char*> controls;
+  const char* log_name;
+};
+
+const std::vector<SourceBinding>& SourceBindings() {
+  static const std::vector<SourceBinding> bindings = {
+      {"assign.dbf", "ASSIGN", {"datAssign"}, "assign.dbf"},
+      {"applied.dbf", "APPLIED", {"datapplied"}, "applied.dbf"},
+      {"appraisr.dbf", "APPRAISR", {"datappraisr", "datappraisrtable"}, "appraiser.dbf"},
+      {"apprexp.dbf", "APPREXP", {"datapprexp"}, "apprexp.dbf"},
+      {"apprfee.dbf", "APPRFEE", {"datapprfee"}, "apprfee.dbf"},
+      {"client.dbf", "CLIENT", {"datClient", "datclienttable"}, "client.dbf"},
+      {"cliexp.dbf", "CLIEXP", {"datcliexp"}, "cliexp.dbf"},
+      {"clifee.dbf", "CLIFEE", {"datclifee"}, "clifee.dbf"},
+      {"payfee.dbf", "PAYFEE", {"datpayfee"}, "payfee.dbf"},
+      {"property.dbf", "PROPERTY", {"datproperty"}, "property.dbf"},
+      {"property.dbf", "PROPERTY", {"datproperty2"}, "property.dbf"},
+      {"rooms.dbf", "ROOMS", {"datrooms"}, "rooms.dbf"},
+      {"user.dbf", "USER", {"datuser"}, "user.dbf"},
+      {"invoice.dbf", "INVOICE", {"datinvoice"}, "invoice.dbf"},
+  };
+  return bindings;
+}
+
+const std::vector<std::string> kSourceControls = {
+    "datAssign", "datapplied", "datappraisr", "datappraisrtable", "datapprexp", "datapprfee",
+    "datClient", "datclienttable", "datcliexp", "datclifee", "datpayfee", "datproperty",
+    "datproperty2", "datrooms", "datuser", "datinvoice", "datforms"};
+
+struct TargetBinding {
+  const char* control;
+  const char* record_source;  // "" for adoquery: its source is set by each query
+};
+
+const TargetBinding kTargetBindings[] = {
+    {"adoappraiser", "Select * from Appraiser"},
+    {"adoappraiserfee", "Select * from AppraiserFee order by DisplayOrder"},
+    {"adoassigned", "Select * from Assigned"},
+    {"adoclient", "Select * from Client"},
+    {"adoclientcontact", "Select * from ClientContact"},
+    {"adoclientfee", "Select * from ClientFee ORDER BY DisplayOrder"},
+    {"adocompany", "Select * from Company"},
+    {"adoformtypes", "Select * from FormTypes"},
+    {"adoinvoice", "Select * from Invoice"},
+    {"adoproperty", nullptr},  // SelectAdoPropertyOrder
+    {"adousers", "Select * from users"},
+    {"adofind", "Select FILENUMBER from INVOICE"},
+    {"adoquery", ""},
+};
+
+std::vector<std::string> TargetControlNames() {
+  std::vector<std::string> names;
+  for (const TargetBinding& binding : kTargetBindings) names.push_back(binding.control);
+  return names;
+}
+
+bool EndsWithDbf(const std::string& name) {
+  if (name.size() < 3) return false;
+  std::string tail = name.substr(name.size() - 3);
+  for (char& c : tail) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return tail == "DBF";
+}
+
+}  // namespace
+
+void LogReporter::Report(const std::string& message) {
+  if (!reported_.insert(message).second) return;
+  if (main_form_.session().LogOpen) {
+    main_form_.AddtoLogFile(message);
+  } else {
+    pending_.push_back(message);
+  }
+}
+
+void LogReporter::FlushPending() {
+  if (!main_form_.session().LogOpen) return;
+  for (const std::string& message : pending_) main_form_.AddtoLogFile(message);
+  pending_.clear();
+}
+
+Connections::Connections(app::MainForm& main_form, SourceOptions options)
+    : main_form_(main_form),
+      reporter_(main_form),
+      source_(kSourceControls, &record_options_),
+      target_(TargetControlNames(), &target_database_) {
+  record_options_.default_code_page = options.default_code_page;
+  record_options_.reporter = &reporter_;
+}
+
+Connections::~Connections() = default;
+
+std::string Connections::ConnectionString(const std::string& target_folder) {
+  std::string folder = target_folder;
+  app::CkRSlash(folder);
+  return "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + folder + "OFFICE.MDB;Persist Security Info=False";
+}
+
+void Connections::Connect2DBF(DataControl& control, const std::string& folder,
+                              const std::string& table_name, int recordset_type) {
+  main_form_.Guard("Connect2DBF", [&] {
+    std::string dir = folder;
+    app::CkRSlash(dir);
+    std::string file = EndsWithDbf(table_name) ? dir + table_name : dir + table_name + ".DBF";
+    if (!app::FileExists(file)) {
+      main_form_.MsgBox("The file " + file + " was not found.  Please correct and try again.");
+      throw app::ProgramEnd(3);
+    }
+    control.Connect = "FoxPro 2.6;";
+    std::string database_name = folder;
+    control.DatabaseName = app::StripRChar(database_name);
+    control.RecordSource = table_name;
+    control.RecordsetType = recordset_type;
+    if (recordset_type != 0) control.Refresh();
+  });
+}
+
+void Connections::Connect2Data() {
+  main_form_.Guard("Connect2Data", [&] {
+    for (const SourceBinding& binding : SourceBindings()) {
+      std::string dir = main_form_.form().txtPyxPath;
+      app::CkRSlash(dir);
+      dir = app::Trim(dir);
+      if (app::FilePathExists(dir + binding.file)) {
+        for (const char* name : binding.controls) {
+          std::string folder = main_form_.form().txtPyxPath;
+          app::RemoveRSlash(folder);
+          Connect2DBF(source_[name], folder, binding.table, 1);
+        }
+        main_form_.session().SetRoutine("Connect2Data");
+        main_form_.AddtoLogFile("Connected to " + dir + binding.log_name);
+      } else {
+        std::string warning = "Warning.  The file " + dir + binding.file + " is missing.";
+        for (const char* name : binding.controls) source_[name].Unbind();
+        main_form_.MsgBox(warning);
+        main_form_.AddtoLogFile(warning);
+      }
+    }
+  });
+}
+
+void Connections::SelectPropertyOrder() {
+  main_form_.Guard("SelectPropertyOrder", [&] {
+    DataControl& property = source_["datproperty"];
+    property.RecordSource = "Select * from Property order by file_num";
+    property.Refresh();
+  });
+}
+
+void Connections::AdoConnect() {
+  main_form_.Guard("AdoConnect", [&] {
+    std::string connection = ConnectionString(main_form_.form().txtZulPath);
+    for (const TargetBinding& binding : kTargetBindings) {
+      AdoControl& control = target_[binding.control];
+      control.ConnectionString = connection;
+      if (binding.record_source == nullptr) {
+        SelectAdoPropertyOrder();
+        main_form_.session().SetRoutine("AdoConnect");
+        continue;
+      }
+      control.RecordSource = binding.record_source;
+      if (!control.RecordSource.empty()) {
+        control.Refresh();
+      } else {
+        control.Unbind();
+      }
+    }
+  });
+}
+
+void Connections::SelectAdoPropertyOrder() {
+  main_form_.Guard("SelectAdoPropertyOrder", [&] {
+    AdoControl& property = target_["adoproperty"];
+    property.RecordSource = "Select * from property order by FileNumber";
+    property.Refresh();
+  });
+}
+
+void Connections::LoadCompanyLabels() {
+  main_form_.Guard("LoadCompanyLabels", [&] {
+    DataControl& users = source_["datuser"];
+    if (!users.bound() || users.Recordset().EndOfFile()) return;
+    auto& form = main_form_.form();
+    form.lblCompany = users.Recordset().GetText("Name");
+    form.lblphone = users.Recordset().GetText("user_PHone");
+    form.lblfax = users.Recordset().GetText("user_fax");
+  });
+}
+
+void Connections::PrepareSource() {
+  main_form_.Guard("PrepareSource", [&] {
+    reporter_.FlushPending();
+    std::time_t start = static_cast<std::time_t>(main_form_.RunStart().epoch_seconds);
+    std::tm local {};
+    localtime_r(&start, &local);
+    backup_ = std::make_unique<foxpro::BackupSession>(local, &reporter_);
+    record_options_.backup = backup_.get();
+    Connect2Data();
+    SelectPropertyOrder();
+  });
+}
+
+void Connections::EndRun() {
+  main_form_.Guard("EndRun", [&] {
+    source_.ForEach([](DataControl& control) {
+      if (control.bound()) control.Recordset().Flush();
+    });
+    target_.ForEach([](AdoControl& control) { control.Unbind(); });
+    target_database_.CommitAndClose();
+  });
+}
+
+void Connections::Register() {
+  app::RunRoutines& routines = main_form_.routines();
+  routines.Connect2Data = [this] { Connect2Data(); };
+  routines.LoadCompanyLabels = [this] { LoadCompanyLabels(); };
+  routines.PrepareSource = [this] { PrepareSource(); };
+  routines.AdoConnect = [this] { AdoConnect(); };
+  routines.EndRun = [this] { EndRun(); };
+}
+
+}  // namespace qorvane::data

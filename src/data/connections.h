@@ -1,0 +1,78 @@
+// The source and target connections: which source table each data control carries, which SQL
+// each ADO control carries, and the routines that bind them (Connect2DBF, Connect2Data,
+// SelectPropertyOrder, AdoConnect, SelectAdoPropertyOrder). Connections registers them with
+// the run, together with putting office.mdb in place when a run ends.
+#pragma once
+
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "app/main_form.h"
+#include "common/reporter.h"
+#include "data/controls.h"
+#include "foxpro/backup.h"
+
+namespace qorvane::data {
+
+// Passes what the engines report (damage read past, backups taken) into the conversion log;
+// while no log is open the lines wait and go into the next run's log.
+class LogReporter : public Reporter {
+ public:
+  explicit LogReporter(app::MainForm& main_form) : main_form_(main_form) {}
+  void Report(const std::string& message) override;
+  void FlushPending();
+
+ private:
+  app::MainForm& main_form_;
+  std::vector<std::string> pending_;
+  std::set<std::string> reported_;  // a damaged table is opened by several controls: say it once
+};
+
+struct SourceOptions {
+  int default_code_page = 437;  // for source tables whose header names no code page
+};
+
+class Connections {
+ public:
+  Connections(app::MainForm& main_form, SourceOptions options);
+  ~Connections();
+
+  // Sets the run's routines: Connect2Data and the company labels at start-up; the source
+  // preparation, AdoConnect, and putting office.mdb in place when the run ends.
+  void Register();
+
+  ControlSet<DataControl>& source() { return source_; }
+  ControlSet<AdoControl>& target() { return target_; }
+  TargetDatabase& target_database() { return target_database_; }
+  LogReporter& reporter() { return reporter_; }
+
+  void Connect2DBF(DataControl& control, const std::string& folder, const std::string& table_name,
+                   int recordset_type);
+  void Connect2Data();
+  void SelectPropertyOrder();
+  void AdoConnect();
+  void SelectAdoPropertyOrder();
+  // Fills lblCompany, lblphone and lblfax from the current record of the source user table.
+  void LoadCompanyLabels();
+  // At the start of a run: binds the source tables again (the path may have changed since
+  // start-up, and the log now records the bindings) and orders the property table.
+  void PrepareSource();
+  // At the end of a run, completed or stopped: source writes flushed, office.mdb put in place.
+  void EndRun();
+
+  // The connection string of every ADO control for a target folder.
+  static std::string ConnectionString(const std::string& target_folder);
+
+ private:
+  app::MainForm& main_form_;
+  LogReporter reporter_;
+  foxpro::RecordSetOptions record_options_;
+  std::unique_ptr<foxpro::BackupSession> backup_;
+  ControlSet<DataControl> source_;
+  TargetDatabase target_database_;
+  ControlSet<AdoControl> target_;
+};
+
+}  // namespace qorvane::data

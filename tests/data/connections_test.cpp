@@ -1,0 +1,170 @@
+// The connections on real files: a source office of FoxPro tables written by our engine and an
+// office.mdb made as init-target makes it. Checks the log lines of the bindings, the warnings
+// for missing tables, the ordered property table, the company labels, and that rows a run
+// writes through the ADO controls are in office.mdb afterwards, also after Stop.
+#include "data/connections.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "../app/fake_view.h"
+#include "foxpro/table_writer.h"
+#include "jet/create/create.h"
+#include "jet/create/office_schema.h"
+#include "test_support/temp_dir.h"
+
+namespace qorvane::data {
+namespace {
+
+foxpro::Value Text(const std::string& text) {
+  foxpro::Value value;
+  value.kind = foxpro::Value::Kind::Text;
+  value.text = text;
+  return value;
+}
+
+void WriteTable(const std::string& path, std::vector<foxpro::FieldSpec> fields,
+                const std::vector<std::vector<foxpro::Value>>& rows) {
+  foxpro::TableCreator creator(path, std::move(fields), {});
+  for (const auto& row : rows) creator.Append(row);
+  creator.Finish();
+}
+
+std::vector<std::string> LogLines(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::vector<std::string> lines;
+  std::string line;
+  while (std::getline(in, line)) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    lines.push_back(line);
+  }
+  return lines;
+}
+
+std::string Command(const std::string& command) {
+  std::string out;
+  FILE* pipe = popen(command.c_str(), "r");
+  std::array<char, 4096> buffer;
+  while (std::size_t n = fread(buffer.data(), 1, buffer.size(), pipe)) out.append(buffer.data(), n);
+  pclose(pipe);
+  return out;
+}
+
+class ConnectionsTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    setenv("TZ", "UTC", 1);
+    tzset();
+    source = dir.path() + "/pyx";
+    target = dir.path() + "/zul";
+    std::filesystem::create_directories(source);
+    std::filesystem::create_directories(target);
+    // Every source table the connections bind; names spelled as Windows left them.
+    for (const char* name : {"ASSIGN", "APPLIED", "appraisr", "APPREXP", "APPRFEE", "Client",
+                             "CLIEXP", "CLIFEE", "PAYFEE", "ROOMS", "INVOICE"}) {
+      WriteTable(source + "/" + name + ".DBF", {{"FILE_NUM", 'C', 10}}, {});
+    }
+    WriteTable(source + "/Property.dbf", {{"FILE_NUM", 'C', 10}, {"ADDRESS", 'C', 30}},
+               {{Text("300"), Text("3 Elm")}, {Text("100"), Text("1 Oak")}, {Text("200"), Text("2 Ash")}});
+    WriteTable(source + "/user.dbf",
+               {{"NAME", 'C', 30}, {"USER_PHONE", 'C', 15}, {"USER_FAX", 'C', 15}},
+               {{Text("Acme Appraisals"), Text("555-0100"), Text("555-0101")}});
+    auto schema = jet::create::OfficeSchema();
+    jet::create::CreateDatabase(target + "/office.mdb", schema);
+    connections.Register();
+  }
+
+  void Load() {
+    main_form.FormLoad({source, target});
+    for (auto& [name, value] : main_form.form().CheckBoxes) value = 0;
+  }
+
+  test::TempDir dir;
+  std::string source, target;
+  test::FakeView view;
+  test::FakeClock clock{1794733507};
+  app::MainForm main_form{view, app::Settings(dir.path() + "/settings"), clock};
+  Connections connections{main_form, {}};
+};
+
+TEST_F(ConnectionsTest, ARunLogsEveryBindingAndStartUpFillsTheCompanyLabels) {
+  Load();
+  EXPECT_EQ(main_form.form().lblCompany, "Acme Appraisals");
+  EXPECT_EQ(main_form.form().lblphone, "555-0100");
+  EXPECT_EQ(main_form.form().lblfax, "555-0101");
+  EXPECT_TRUE(view.messages.empty());
+  main_form.cmdNEWConvert();
+  ASSERT_EQ(main_form.outcome(), app::RunOutcome::Completed) << view.notices.size();
+  std::vector<std::string> connected;
+  for (const std::string& line : LogLines(main_form.LogPath())) {
+    if (line.rfind("Connected to ", 0) == 0) connected.push_back(line);
+  }
+  ASSERT_EQ(connected.size(), 14u);
+  EXPECT_EQ(connected[0], "Connected to " + source + "/assign.dbf");
+  EXPECT_EQ(connected[2], "Connected to " + source + "/appraiser.dbf");
+  EXPECT_EQ(connected[13], "Connected to " + source + "/invoice.dbf");
+  EXPECT_EQ(LogLines(main_form.LogPath())[0], "Company: Acme Appraisals");
+
+  // The property control walks the table in file-number order; the second one in table order.
+  auto& ordered = connections.source()["datproperty"];
+  EXPECT_EQ(ordered.RecordSource, "Select * from Property order by file_num");
+  EXPECT_EQ(ordered.DatabaseName, source);
+  EXPECT_EQ(ordered.Connect, "FoxPro 2.6;");
+  ordered.Recordset().MoveFirst();
+  EXPECT_EQ(ordered.Recordset().GetText("file_num"), "100");
+  auto& plain = connections.source()["datproperty2"];
+  plain.Recordset().MoveFirst();
+  EXPECT_EQ(plain.Recordset().GetText("FILE_NUM"), "300");
+}
+
+TEST_F(ConnectionsTest, AMissingPropertyTableWarnsOnceForEachOfItsTwoControls) {
+  std::filesystem::remove(source + "/Property.dbf");
+  Load();
+  std::string warning = "Warning.  The file " + source + "/property.dbf is missing.";
+  EXPECT_EQ(std::count(view.messages.begin(), view.messages.end(), warning), 2);
+  EXPECT_FALSE(connections.source()["datproperty"].bound());
+  EXPECT_TRUE(connections.source()["datAssign"].bound());
+}
+
+TEST_F(ConnectionsTest, Connect2DbfTakesATableNameThatAlreadyEndsInDbf) {
+  Load();
+  foxpro::RecordSetOptions options;
+  DataControl bound("datforms", &options);
+  connections.Connect2DBF(bound, source + "/", "ROOMS.dbf", 1);
+  EXPECT_TRUE(bound.bound());
+  EXPECT_EQ(bound.DatabaseName, source);
+  EXPECT_EQ(bound.RecordSource, "ROOMS.dbf");
+  EXPECT_THROW(connections.Connect2DBF(bound, source, "NOSUCH", 1), app::ProgramEnd);
+  EXPECT_EQ(view.messages.back(), "The file " + source + "/NOSUCH.DBF was not found.  Please correct and try again.");
+}
+
+TEST_F(ConnectionsTest, RowsWrittenDuringARunAreInOfficeMdbAfterItEvenAfterStop) {
+  Load();
+  main_form.form().SetCheck("ckbappraiser", true);
+  main_form.form().SetCheck("ckbProperty", true);
+  main_form.routines().Converters["ConvertAppraisrDBF"] = [&] {
+    auto& appraisers = connections.target()["adoappraiser"].Recordset();
+    appraisers.AddNew();
+    appraisers.Set("Appraiser", jet::Value::String("JANE ROE"));
+    appraisers.Set("Active", jet::Value::Bool(true));
+    appraisers.Update();
+    main_form.form().lblRecord = "1";
+    view.requests.push_back(app::UserRequest::Quit);
+  };
+  view.escape_answers.push_back(app::EscapeChoice::Stop);
+  EXPECT_EQ(connections.target()["adoproperty"].bound(), false);
+  main_form.cmdNEWConvert();
+  EXPECT_EQ(main_form.outcome(), app::RunOutcome::Stopped);
+  EXPECT_EQ(connections.target()["adoproperty"].RecordSource, "Select * from property order by FileNumber");
+  EXPECT_FALSE(connections.target_database().is_open());
+  std::string exported = Command("mdb-export " + target + "/office.mdb Appraiser 2>&1");
+  EXPECT_NE(exported.find("\"JANE ROE\""), std::string::npos) << exported;
+}
+
+}  // namespace
+}  // namespace qorvane::data
