@@ -508,7 +508,8 @@ void RecordSet::Update() {
     s.header_dated = true;
   }
   // Keep every built Seek index in step with the new bytes.
-  for (auto& [name, seek] : s.seek_indexes) {
+  for (auto& entry : s.seek_indexes) {
+    SeekIndex* seek = entry.second.get();
     auto& order = seek->order;
     if (seek->listed[record]) {
       auto at = std::lower_bound(order.begin(), order.end(), record, [&](std::uint32_t a, std::uint32_t b) { return seek->Less(a, b); });
