@@ -536,6 +536,10 @@ void RecordSet::Flush() {
   if (!s.pending_sync) return;
   s.writable.Sync();
   if (s.index && !s.pending_fields.empty()) {
+    // Another record set may have written this table and its index since this one opened:
+    // rebuild from what is on disk now.
+    s.table->Invalidate();
+    s.index.emplace(CompoundIndex::Open(s.index_path));
     std::vector<std::byte> rebuilt = RebuildIndex(*s.table, *s.index, s.pending_fields);
     std::string temporary = s.index_path + ".qorvane-new";
     try {

@@ -83,7 +83,9 @@ TEST(CompoundIndex, BuiltIndexRoundTripsAndVerifies) {
       EXPECT_EQ(tag.key_length, 40);
       EXPECT_EQ(index.ReadTag(tag, ' ').size(), 10000u);
     }
-    if (tag.name == "STATE") EXPECT_LT(index.ReadTag(tag, ' ').size(), 100u);
+    if (tag.name == "STATE") {
+      EXPECT_LT(index.ReadTag(tag, ' ').size(), 100u);
+    }
   }
 }
 
