@@ -496,7 +496,7 @@ void RecordSet::Update() {
   if (!s.writable.is_open()) s.writable = os::File::Open(s.dbf_path, os::OpenMode::ReadWrite);
   const std::uint64_t offset = table.header().header_length + std::uint64_t(record) * table.header().record_length;
   s.writable.WriteAt(offset, std::span<const std::byte>(s.edit_buffer.data(), s.edit_buffer.size()));
-  table.Invalidate();
+  table.NoteRecordWritten(record, s.edit_buffer);
   s.pending_fields = all;
   s.pending_sync = true;
   if (!s.header_dated) {
@@ -508,14 +508,23 @@ void RecordSet::Update() {
     s.header_dated = true;
   }
   // Keep every built Seek index in step with the new bytes.
-  for (auto& [name, seek] : s.seek_indexes) {
+  for (auto& entry : s.seek_indexes) {
+    SeekIndex* seek = entry.second.get();
     auto& order = seek->order;
-    if (seek->listed[record]) {
+    bool was_listed = seek->listed[record];
+    std::string old_key(seek->KeyOf(record));
+    s.ComputeKey(*seek, record, s.edit_buffer);
+    if (was_listed == seek->listed[record] && old_key == seek->KeyOf(record)) continue;  // key unchanged
+    std::string new_key(seek->KeyOf(record));
+    bool now_listed = seek->listed[record];
+    std::memcpy(seek->keys.data() + std::size_t(record) * seek->key_length, old_key.data(), seek->key_length);
+    if (was_listed) {
       auto at = std::lower_bound(order.begin(), order.end(), record, [&](std::uint32_t a, std::uint32_t b) { return seek->Less(a, b); });
       if (at != order.end() && *at == record) order.erase(at);
     }
-    s.ComputeKey(*seek, record, s.edit_buffer);
-    if (seek->listed[record]) {
+    std::memcpy(seek->keys.data() + std::size_t(record) * seek->key_length, new_key.data(), seek->key_length);
+    seek->listed[record] = now_listed;
+    if (now_listed) {
       auto at = std::lower_bound(order.begin(), order.end(), record, [&](std::uint32_t a, std::uint32_t b) { return seek->Less(a, b); });
       order.insert(at, record);
     }
@@ -527,6 +536,10 @@ void RecordSet::Flush() {
   if (!s.pending_sync) return;
   s.writable.Sync();
   if (s.index && !s.pending_fields.empty()) {
+    // Another record set may have written this table and its index since this one opened:
+    // rebuild from what is on disk now.
+    s.table->Invalidate();
+    s.index.emplace(CompoundIndex::Open(s.index_path));
     std::vector<std::byte> rebuilt = RebuildIndex(*s.table, *s.index, s.pending_fields);
     std::string temporary = s.index_path + ".qorvane-new";
     try {

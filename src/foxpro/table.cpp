@@ -345,6 +345,16 @@ std::optional<std::size_t> Table::FindField(std::string_view name) const {
 
 void Table::Invalidate() const { window_count_ = 0; }
 
+void Table::NoteRecordWritten(std::uint32_t record, std::span<const std::byte> bytes) const {
+  if (!source_->Memory().empty() || bytes.size() != header_.record_length) {
+    Invalidate();
+    return;
+  }
+  if (record >= window_first_ && record - window_first_ < window_count_) {
+    std::memcpy(window_.data() + std::size_t(record - window_first_) * header_.record_length, bytes.data(), bytes.size());
+  }
+}
+
 std::span<const std::byte> Table::RecordBytes(std::uint32_t record) const {
   if (record >= header_.records) {
     throw Error(ErrorKind::InvalidArgument, name_ + ": record " + std::to_string(record + 1) +

@@ -84,6 +84,9 @@ class Table {
 
   // Forgets the read window, so that bytes written since are read again.
   void Invalidate() const;
+  // Tells the reader that record now holds bytes on disk (after an in-place write), so the
+  // read window stays true without reading the file again.
+  void NoteRecordWritten(std::uint32_t record, std::span<const std::byte> bytes) const;
 
  private:
   Table() = default;

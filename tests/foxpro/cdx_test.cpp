@@ -83,7 +83,9 @@ TEST(CompoundIndex, BuiltIndexRoundTripsAndVerifies) {
       EXPECT_EQ(tag.key_length, 40);
       EXPECT_EQ(index.ReadTag(tag, ' ').size(), 10000u);
     }
-    if (tag.name == "STATE") EXPECT_LT(index.ReadTag(tag, ' ').size(), 100u);
+    if (tag.name == "STATE") {
+      EXPECT_LT(index.ReadTag(tag, ' ').size(), 100u);
+    }
   }
 }
 
@@ -117,6 +119,45 @@ TEST(Expression, EvaluatesTheFunctionsIndexesUse) {
   ExpressionValue minus_one{ExpressionValue::Type::Numeric, "", -1, 0, false};
   EXPECT_EQ(EncodeIndexKey(one, 8), std::string("\xBF\xF0\0\0\0\0\0\0", 8));
   EXPECT_EQ(EncodeIndexKey(minus_one, 8), std::string("\x40\x0F\xFF\xFF\xFF\xFF\xFF\xFF", 8));
+}
+
+}  // namespace
+}  // namespace qorvane::foxpro
+
+namespace qorvane::foxpro {
+namespace {
+
+TEST(CompoundIndex, BrokenTreesAreReportedWithTheirPlace) {
+  TagContent content;
+  content.tag.name = "KEY";
+  content.tag.key_expression = "KEY";
+  content.tag.key_length = 4;
+  for (std::uint32_t i = 1; i <= 300; ++i) {
+    char key[5];
+    std::snprintf(key, sizeof key, "%04u", i);
+    content.entries.push_back({key, i});
+  }
+  auto bytes = BuildCompoundIndex({content});
+  CompoundIndex good(bytes, "good.cdx");
+  ASSERT_EQ(good.ReadTag(good.tags()[0], ' ').size(), 300u);
+  // Make the first leaf its own right sibling.
+  std::uint32_t root = good.tags()[0].root;
+  std::uint32_t first_leaf = 0;
+  for (std::uint32_t page = 0; page < bytes.size(); page += 512) {
+    if (page >= 2048 && page != root && std::to_integer<int>(bytes[page]) == 2 &&
+        std::to_integer<int>(bytes[page + 4]) == 0xFF) first_leaf = page;
+  }
+  ASSERT_NE(first_leaf, 0u);
+  for (int i = 0; i < 4; ++i) bytes[first_leaf + 8 + i] = std::byte((first_leaf >> (8 * i)) & 0xFF);
+  CompoundIndex looping(bytes, "loop.cdx");
+  try {
+    looping.ReadTag(looping.tags()[0], ' ');
+    ADD_FAILURE();
+  } catch (const qorvane::Error& error) {
+    EXPECT_EQ(std::string(error.what()), "loop.cdx: tag KEY: page at byte " + std::to_string(first_leaf) + ": the leaf chain loops");
+  }
+  std::vector<std::byte> truncated(bytes.begin(), bytes.begin() + 1000);
+  EXPECT_THROW(CompoundIndex(truncated, "short.cdx"), qorvane::Error);
 }
 
 }  // namespace

@@ -216,8 +216,12 @@ TEST_F(WriteBackTest, RoomsForTagsStayTrueOnACopy) {
   ExpectIndexVerified(folder_.path() + "/rooms.dbf", folder_.path() + "/rooms.cdx");
   auto after = CompoundIndex::Open(folder_.path() + "/rooms.cdx");
   for (const auto& tag : after.tags()) {
-    if (tag.name == "ROOMNAME") EXPECT_EQ(after.ReadTag(tag, ' '), roomname_keys);
-    if (tag.name == "AUDIO") EXPECT_EQ(tag.for_expression, "TRIM(UPPER(facility))==\"AUDIO\"");
+    if (tag.name == "ROOMNAME") {
+      EXPECT_EQ(after.ReadTag(tag, ' '), roomname_keys);
+    }
+    if (tag.name == "AUDIO") {
+      EXPECT_EQ(tag.for_expression, "TRIM(UPPER(facility))==\"AUDIO\"");
+    }
   }
 }
 
@@ -312,6 +316,28 @@ TEST_F(WriteBackTest, AWriteThatFailsHalfwayLeavesTheTableReadableAndTheBackupWh
   ASSERT_FALSE(folder.empty());
   EXPECT_EQ(Bytes(folder_.path() + "/" + folder + "/Property.DBF"), original);
   set->Flush();  // a retry succeeds
+  ExpectIndexVerified(dbf_, cdx_);
+}
+
+}  // namespace
+}  // namespace qorvane::foxpro
+
+namespace qorvane::foxpro {
+namespace {
+
+TEST_F(WriteBackTest, TwoRecordSetsOnOneTableKeepTheIndexTrue) {
+  // The file-number correction writes through one record set while another stays open.
+  auto first = Open("PROPERTY");
+  auto second = Open("select file_num, inv_num, Cli_Num from property");
+  first->Edit();
+  first->SetText("FILE_NUM", "FIRST");
+  first->Update();
+  first->Flush();
+  second->MoveNext();
+  second->Edit();
+  second->SetText("INV_NUM", "SECOND");
+  second->Update();
+  second->Flush();
   ExpectIndexVerified(dbf_, cdx_);
 }
 
