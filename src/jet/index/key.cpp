@@ -1,0 +1,316 @@
+// Key bytes of index entries: the flag byte of each column, then the value encoded so that an
+// unsigned byte comparison sorts as Jet does. Numbers become big-endian with the sign folded in;
+// text becomes a General-order sort key (primary weights, accents, ignorable characters).
+#include "jet/index/key.h"
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+
+#include "common/error.h"
+#include "jet/index/format.h"
+#include "jet/index/text_weights.h"
+
+namespace qorvane::jet::index {
+namespace {
+
+void Invert(std::vector<uint8_t>& bytes, size_t from) {
+  for (size_t i = from; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>(~bytes[i]);
+}
+
+std::string TypeName(KeyType type) {
+  switch (type) {
+    case KeyType::Boolean: return "Boolean";
+    case KeyType::Byte: return "Byte";
+    case KeyType::Integer: return "Integer";
+    case KeyType::Long: return "Long";
+    case KeyType::Currency: return "Currency";
+    case KeyType::Single: return "Single";
+    case KeyType::Double: return "Double";
+    case KeyType::DateTime: return "DateTime";
+    case KeyType::Binary: return "Binary";
+    case KeyType::Text: return "Text";
+    case KeyType::Memo: return "Memo";
+    case KeyType::Guid: return "GUID";
+  }
+  return "unknown";
+}
+
+[[noreturn]] void WrongValue(KeyType type, const KeyValue& value) {
+  throw Error(ErrorKind::InvalidArgument,
+              "index key: value " + DescribeValue(value) + " does not fit a " + TypeName(type) +
+                  " key column");
+}
+
+template <typename T>
+const T& Expect(KeyType type, const KeyValue& value) {
+  const T* held = std::get_if<T>(&value);
+  if (!held) WrongValue(type, value);
+  return *held;
+}
+
+// Signed integer of SIZE bytes, big-endian with the sign bit flipped.
+void AppendInteger(std::vector<uint8_t>& key, KeyType type, const KeyValue& value, int size,
+                   int64_t minimum, int64_t maximum) {
+  int64_t number = Expect<int64_t>(type, value);
+  if (number < minimum || number > maximum) WrongValue(type, value);
+  uint64_t bits = static_cast<uint64_t>(number);
+  for (int i = size - 1; i >= 0; --i) key.push_back(static_cast<uint8_t>(bits >> (8 * i)));
+  key[key.size() - size] ^= 0x80;
+}
+
+// IEEE value big-endian: positive numbers get the sign bit set, negative ones are inverted.
+void AppendFloatBits(std::vector<uint8_t>& key, uint64_t bits, int size) {
+  size_t start = key.size();
+  for (int i = size - 1; i >= 0; --i) key.push_back(static_cast<uint8_t>(bits >> (8 * i)));
+  if (key[start] & 0x80) {
+    Invert(key, start);
+  } else {
+    key[start] |= 0x80;
+  }
+}
+
+// 8-byte chunks, each followed by 0x09 when more follow or by the count of real bytes in the
+// last one. Descending inverts data and count but keeps the 0x09 markers.
+void AppendBinary(std::vector<uint8_t>& key, std::span<const uint8_t> data, SortOrder order) {
+  const uint8_t mask = order == SortOrder::Descending ? 0xFF : 0x00;
+  size_t offset = 0;
+  do {
+    size_t chunk = std::min(format::kBinaryChunkSize, data.size() - offset);
+    for (size_t i = 0; i < format::kBinaryChunkSize; ++i) {
+      uint8_t byte = i < chunk ? data[offset + i] : 0;
+      key.push_back(byte ^ mask);
+    }
+    offset += chunk;
+    if (offset < data.size()) {
+      key.push_back(format::kBinaryMoreChunks);
+    } else {
+      key.push_back(static_cast<uint8_t>(chunk) ^ mask);
+    }
+  } while (offset < data.size());
+}
+
+std::string CodePointName(char16_t character) {
+  char buffer[16];
+  std::snprintf(buffer, sizeof buffer, "U+%04X", static_cast<unsigned>(character));
+  return buffer;
+}
+
+// The General-order sort key of TEXT, ascending, without the column flag.
+void AppendTextKey(std::vector<uint8_t>& key, const std::u16string& text) {
+  size_t length = std::min(text.size(), format::kMaxTextKeyCharacters);
+  while (length > 0 && text[length - 1] == u' ') --length;
+
+  std::vector<uint8_t> accents;          // one slot per primary weight once any accent occurs
+  std::vector<uint8_t> ignorables;       // 4 bytes per ignorable character
+  uint32_t weights = 0;                  // primary weights emitted so far
+  for (size_t i = 0; i < length; ++i) {
+    CharWeight weight = WeightOf(text[i]);
+    switch (weight.kind) {
+      case WeightKind::Unknown:
+        throw Error(ErrorKind::NotSupported,
+                    "index key: the character " + CodePointName(text[i]) +
+                        " has no known weight in the General sort order");
+      case WeightKind::Simple:
+        key.insert(key.end(), weight.primary, weight.primary + weight.primary_size);
+        ++weights;
+        break;
+      case WeightKind::Expanding:
+        key.insert(key.end(), weight.primary, weight.primary + 2);
+        weights += 2;
+        break;
+      case WeightKind::Accented:
+        key.insert(key.end(), weight.primary, weight.primary + weight.primary_size);
+        accents.resize(weights, format::kTextNoAccent);
+        accents.push_back(weight.accent);
+        ++weights;
+        break;
+      case WeightKind::Ignorable: {
+        uint32_t position = format::kIgnorablePositionBase + format::kIgnorablePositionStep * weights;
+        if (position > 0x7FFF) {
+          throw Error(ErrorKind::NotSupported, "index key: ignorable character too far into the text");
+        }
+        uint16_t field = static_cast<uint16_t>(format::kIgnorablePositionFlag | position);
+        ignorables.push_back(static_cast<uint8_t>(field >> 8));
+        ignorables.push_back(static_cast<uint8_t>(field));
+        ignorables.push_back(format::kIgnorableMarker);
+        ignorables.push_back(weight.accent);
+        break;
+      }
+    }
+  }
+  key.push_back(format::kTextSectionEnd);
+  while (!accents.empty() && accents.back() == format::kTextNoAccent) accents.pop_back();
+  key.insert(key.end(), accents.begin(), accents.end());
+  if (!ignorables.empty()) {
+    key.push_back(format::kTextSectionEnd);
+    key.push_back(format::kTextSectionEnd);
+    key.push_back(format::kTextSectionEnd);
+    key.insert(key.end(), ignorables.begin(), ignorables.end());
+  }
+  key.push_back(format::kTextKeyEnd);
+}
+
+void AppendUtf8(std::string& out, char32_t code) {
+  if (code < 0x80) {
+    out += static_cast<char>(code);
+  } else if (code < 0x800) {
+    out += static_cast<char>(0xC0 | (code >> 6));
+    out += static_cast<char>(0x80 | (code & 0x3F));
+  } else if (code < 0x10000) {
+    out += static_cast<char>(0xE0 | (code >> 12));
+    out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (code & 0x3F));
+  } else {
+    out += static_cast<char>(0xF0 | (code >> 18));
+    out += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
+    out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (code & 0x3F));
+  }
+}
+
+}  // namespace
+
+std::optional<KeyType> KeyTypeFromColumnType(uint8_t column_type) {
+  switch (column_type) {
+    case 0x01: return KeyType::Boolean;
+    case 0x02: return KeyType::Byte;
+    case 0x03: return KeyType::Integer;
+    case 0x04: return KeyType::Long;
+    case 0x05: return KeyType::Currency;
+    case 0x06: return KeyType::Single;
+    case 0x07: return KeyType::Double;
+    case 0x08: return KeyType::DateTime;
+    case 0x09: return KeyType::Binary;
+    case 0x0A: return KeyType::Text;
+    case 0x0C: return KeyType::Memo;
+    case 0x0F: return KeyType::Guid;
+    default: return std::nullopt;
+  }
+}
+
+void AppendKeyColumn(std::vector<uint8_t>& key, KeyType type, SortOrder order,
+                     const KeyValue& value) {
+  const bool descending = order == SortOrder::Descending;
+  if (std::holds_alternative<Null>(value)) {
+    key.push_back(descending ? format::kDescendingNullFlag : format::kAscendingNullFlag);
+    return;
+  }
+  key.push_back(descending ? format::kDescendingValueFlag : format::kAscendingValueFlag);
+  const size_t start = key.size();
+  switch (type) {
+    case KeyType::Boolean:
+      // Yes sorts before No: 0x00 for Yes, 0xFF for No, after the usual flag byte.
+      key.push_back(Expect<bool>(type, value) ? 0x00 : 0xFF);
+      break;
+    case KeyType::Byte: {
+      int64_t number = Expect<int64_t>(type, value);
+      if (number < 0 || number > 255) WrongValue(type, value);
+      key.push_back(static_cast<uint8_t>(number));
+      break;
+    }
+    case KeyType::Integer: AppendInteger(key, type, value, 2, INT16_MIN, INT16_MAX); break;
+    case KeyType::Long: AppendInteger(key, type, value, 4, INT32_MIN, INT32_MAX); break;
+    case KeyType::Currency: AppendInteger(key, type, value, 8, INT64_MIN, INT64_MAX); break;
+    case KeyType::Single:
+      AppendFloatBits(key, std::bit_cast<uint32_t>(static_cast<float>(Expect<double>(type, value))), 4);
+      break;
+    case KeyType::Double:
+    case KeyType::DateTime:
+      AppendFloatBits(key, std::bit_cast<uint64_t>(Expect<double>(type, value)), 8);
+      break;
+    case KeyType::Binary: {
+      const auto& data = Expect<std::vector<uint8_t>>(type, value);
+      AppendBinary(key, data, order);
+      return;  // descending already applied chunk by chunk
+    }
+    case KeyType::Guid: {
+      const auto& data = Expect<std::vector<uint8_t>>(type, value);
+      if (data.size() != 16) WrongValue(type, value);
+      // Keys use the GUID's text order: the first three groups are stored little-endian.
+      const uint8_t canonical[16] = {data[3], data[2], data[1], data[0], data[5], data[4],
+                                     data[7], data[6], data[8], data[9], data[10], data[11],
+                                     data[12], data[13], data[14], data[15]};
+      AppendBinary(key, canonical, order);
+      return;
+    }
+    case KeyType::Text:
+    case KeyType::Memo:
+      AppendTextKey(key, Expect<std::u16string>(type, value));
+      if (descending) {
+        Invert(key, start);
+        key.push_back(format::kTextKeyEnd);
+      }
+      return;
+  }
+  if (descending) Invert(key, start);
+}
+
+std::optional<std::vector<uint8_t>> MakeKey(std::span<const KeyColumn> columns,
+                                            std::span<const KeyValue> values, NullKeys nulls) {
+  if (columns.size() != values.size()) {
+    throw Error(ErrorKind::InvalidArgument, "index key: " + std::to_string(values.size()) +
+                                                " values for " + std::to_string(columns.size()) +
+                                                " key columns");
+  }
+  if (nulls == NullKeys::Ignore) {
+    bool all_null = true;
+    for (const KeyValue& value : values) all_null = all_null && std::holds_alternative<Null>(value);
+    if (all_null) return std::nullopt;
+  }
+  std::vector<uint8_t> key;
+  for (size_t i = 0; i < columns.size(); ++i) {
+    AppendKeyColumn(key, columns[i].type, columns[i].order, values[i]);
+  }
+  if (key.size() > format::kMaxKeySize) {
+    throw Error(ErrorKind::Constraint, "index key: the key is " + std::to_string(key.size()) +
+                                           " bytes long, more than the " +
+                                           std::to_string(format::kMaxKeySize) + " Jet allows");
+  }
+  return key;
+}
+
+bool AnyNull(std::span<const KeyValue> values) {
+  for (const KeyValue& value : values) {
+    if (std::holds_alternative<Null>(value)) return true;
+  }
+  return false;
+}
+
+std::string DescribeValue(const KeyValue& value) {
+  struct Describer {
+    std::string operator()(const Null&) const { return "NULL"; }
+    std::string operator()(bool flag) const { return flag ? "Yes" : "No"; }
+    std::string operator()(int64_t number) const { return std::to_string(number); }
+    std::string operator()(double number) const {
+      char buffer[32];
+      std::snprintf(buffer, sizeof buffer, "%.17g", number);
+      return buffer;
+    }
+    std::string operator()(const std::u16string& text) const {
+      std::string out = "'";
+      for (size_t i = 0; i < text.size(); ++i) {
+        char32_t code = text[i];
+        if (code >= 0xD800 && code < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
+            text[i + 1] < 0xE000) {
+          code = 0x10000 + ((code - 0xD800) << 10) + (text[i + 1] - 0xDC00);
+          ++i;
+        }
+        AppendUtf8(out, code);
+      }
+      return out + "'";
+    }
+    std::string operator()(const std::vector<uint8_t>& bytes) const {
+      static const char kHex[] = "0123456789ABCDEF";
+      std::string out = "0x";
+      for (uint8_t byte : bytes) {
+        out += kHex[byte >> 4];
+        out += kHex[byte & 15];
+      }
+      return out;
+    }
+  };
+  return std::visit(Describer{}, value);
+}
+
+}  // namespace qorvane::jet::index

@@ -1,0 +1,167 @@
+// Trees built from sorted entries: empty, one leaf, several levels; read back and verified; and
+// the verifier's eye for damage (links, counters, node entries, owner, missing rows).
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+
+#include "common/error.h"
+#include "jet/index/format.h"
+#include "jet/index/key.h"
+#include "jet/index/page.h"
+#include "jet/index/tree.h"
+
+namespace qorvane::jet::index {
+namespace {
+
+constexpr uint32_t kOwner = 42;
+
+// Pages kept in memory, handed out from 100 up.
+struct MemoryFile {
+  std::map<uint32_t, std::vector<uint8_t>> pages;
+  uint32_t next = 100;
+  PageSink Sink() {
+    return {[this] { return next++; },
+            [this](uint32_t page, std::span<const uint8_t> bytes) { pages[page].assign(bytes.begin(), bytes.end()); }};
+  }
+  PageSource Source() {
+    return [this](uint32_t page, std::span<uint8_t> out) {
+      auto found = pages.find(page);
+      if (found == pages.end()) throw Error(ErrorKind::Corrupt, "no page " + std::to_string(page));
+      std::copy(found->second.begin(), found->second.end(), out.begin());
+    };
+  }
+};
+
+std::vector<Entry> TextEntries(size_t count) {
+  std::vector<Entry> entries;
+  std::mt19937 random(11);
+  const KeyColumn column[] = {{KeyType::Text, SortOrder::Ascending}};
+  for (size_t i = 0; i < count; ++i) {
+    std::u16string name = u"Customer ";
+    for (int k = 0; k < 20; ++k) name += static_cast<char16_t>(u'a' + random() % 3);  // many repeats
+    const KeyValue value[] = {name};
+    entries.push_back({*MakeKey(column, value, NullKeys::Store), static_cast<uint32_t>(1 + i / 50),
+                       static_cast<uint8_t>(i % 50)});
+  }
+  SortEntries(entries);
+  return entries;
+}
+
+TEST(TreeTest, EmptyIndexIsOneEmptyLeaf) {
+  MemoryFile file;
+  BuiltTree tree = BuildTree({}, kOwner, file.Sink());
+  ASSERT_EQ(tree.pages, std::vector<uint32_t>{100});
+  EXPECT_EQ(tree.root, 100u);
+  EXPECT_EQ(tree.levels, 1u);
+  const auto& page = file.pages.at(100);
+  EXPECT_EQ(page[0], format::kLeafPageType);
+  EXPECT_EQ(page[1], 0x01);
+  EXPECT_EQ(page[2] | page[3] << 8, 3616);
+  EXPECT_EQ(VerifyTree(100, kOwner, file.Source(), {}), std::vector<uint32_t>{100});
+  EXPECT_TRUE(ReadTree(100, file.Source()).empty());
+}
+
+TEST(TreeTest, LargeTreeHasSeveralLevelsAndReadsBack) {
+  MemoryFile file;
+  std::vector<Entry> entries = TextEntries(30000);
+  BuiltTree tree = BuildTree(entries, kOwner, file.Sink());
+  EXPECT_GE(tree.levels, 3u);
+  EXPECT_EQ(tree.pages.size(), file.pages.size());
+  EXPECT_EQ(ReadTree(tree.root, file.Source()), entries);
+  std::vector<uint32_t> reached = VerifyTree(tree.root, kOwner, file.Source(), entries);
+  std::sort(reached.begin(), reached.end());
+  std::vector<uint32_t> written = tree.pages;
+  std::sort(written.begin(), written.end());
+  EXPECT_EQ(reached, written);
+  // Leaves share their common prefix, and are filled: on average well over half a page.
+  size_t leaves = 0, used = 0, compressed = 0;
+  for (const auto& [number, bytes] : file.pages) {
+    DecodedPage page = DecodeIndexPage(bytes, number);
+    if (page.kind != PageKind::Leaf) continue;
+    ++leaves;
+    used += page.data_bytes;
+    compressed += page.prefix_length > 0;
+  }
+  EXPECT_GT(used / leaves, format::kEntryAreaSize * 9 / 10);
+  EXPECT_EQ(compressed, leaves);
+  size_t distinct = 1;
+  for (size_t i = 1; i < entries.size(); ++i) distinct += entries[i].key != entries[i - 1].key;
+  EXPECT_EQ(tree.distinct_keys, distinct);
+  EXPECT_GE(FindDuplicateKey(entries), 1);
+}
+
+TEST(TreeTest, RefusesUnsortedInput) {
+  MemoryFile file;
+  std::vector<Entry> entries = TextEntries(10);
+  std::swap(entries[2], entries[7]);
+  EXPECT_THROW(BuildTree(entries, kOwner, file.Sink()), Error);
+  EXPECT_EQ(FindDuplicateKey(std::vector<Entry>{{{1}, 1, 0}, {{2}, 1, 0}}), -1);
+}
+
+// Each damage below is one the verifier must name; the undamaged tree passes.
+TEST(TreeTest, VerifierFindsDamage) {
+  std::vector<Entry> entries = TextEntries(2000);
+  auto damaged = [&](const std::function<void(MemoryFile&, const BuiltTree&)>& damage,
+                     std::span<const Entry> expected) {
+    MemoryFile file;
+    BuiltTree tree = BuildTree(entries, kOwner, file.Sink());
+    damage(file, tree);
+    try {
+      VerifyTree(tree.root, kOwner, file.Source(), expected);
+      return std::string("no error");
+    } catch (const Error& error) {
+      EXPECT_EQ(error.kind(), ErrorKind::Corrupt);
+      return std::string(error.what());
+    }
+  };
+  auto none = [](MemoryFile&, const BuiltTree&) {};
+  EXPECT_EQ(damaged(none, entries), "no error");
+  // The leaf chain skips a page.
+  EXPECT_NE(damaged([](MemoryFile& f, const BuiltTree& t) { f.pages[t.pages[0]][format::kNextOffset] += 1; }, entries)
+                .find("previous/next"), std::string::npos);
+  // A free-space counter that does not match the entries.
+  EXPECT_NE(damaged([](MemoryFile& f, const BuiltTree& t) { f.pages[t.pages[1]][format::kFreeSpaceOffset] ^= 1; }, entries)
+                .find("free space"), std::string::npos);
+  // A node entry that no longer repeats its child's last entry.
+  EXPECT_NE(damaged([](MemoryFile& f, const BuiltTree& t) { f.pages[t.root][format::kEntryAreaOffset + 3] ^= 0x01; }, entries)
+                .find("does not repeat"), std::string::npos);
+  // Another table's page.
+  EXPECT_NE(damaged([](MemoryFile& f, const BuiltTree& t) { f.pages[t.pages[0]][format::kOwnerOffset] = 7; }, entries)
+                .find("table definition"), std::string::npos);
+  // One row the index should hold is missing from it.
+  std::vector<Entry> more = entries;
+  more.push_back({std::vector<uint8_t>(10, 0xEE), 9, 9});
+  EXPECT_NE(damaged(none, more).find("expected"), std::string::npos);
+  // A leaf that links back to itself is reported when reading, not followed forever.
+  MemoryFile file;
+  BuiltTree tree = BuildTree(entries, kOwner, file.Sink());
+  auto& first = file.pages[tree.pages[0]];
+  first[format::kNextOffset] = static_cast<uint8_t>(tree.pages[0]);
+  first[format::kNextOffset + 1] = static_cast<uint8_t>(tree.pages[0] >> 8);
+  EXPECT_THROW(ReadTree(tree.root, file.Source()), Error);
+}
+
+TEST(TreeTest, GarbagePagesGiveErrorsNotCrashes) {
+  std::mt19937 random(3);
+  std::vector<uint8_t> page(format::kPageSize);
+  int errors = 0;
+  for (int round = 0; round < 300; ++round) {
+    for (auto& byte : page) byte = static_cast<uint8_t>(random());
+    page[0] = round % 2 ? format::kLeafPageType : format::kNodePageType;
+    if (round % 3 == 0) std::fill(page.begin() + 0x1B + 20, page.begin() + 0x1E0, 0);
+    try {
+      DecodedPage decoded = DecodeIndexPage(page, 5);
+      for (const auto& entry : decoded.entries) SplitEntryBytes(entry, decoded.kind, 5);
+    } catch (const Error&) {
+      ++errors;
+    }
+  }
+  EXPECT_GT(errors, 0);
+  page[0] = 0x01;
+  EXPECT_THROW(DecodeIndexPage(page, 5), Error);
+  EXPECT_THROW(DecodeIndexPage(std::span<const uint8_t>(page).first(100), 5), Error);
+}
+
+}  // namespace
+}  // namespace qorvane::jet::index
