@@ -410,10 +410,9 @@ std::vector<RowId> Table::FindEqual(const std::vector<std::size_t>& columns, con
   HashIndex& hash = Hash(columns);
   std::vector<RowId> found;
   for (RowId row : hash.Candidates(HashKeys(wanted))) {
-    std::vector<Value> stored = ReadRow(row);
     bool equal = true;
     for (std::size_t i = 0; i < columns.size() && equal; ++i) {
-      equal = KeyOf(definition_.columns[columns[i]], stored[columns[i]]) == wanted[i];
+      equal = KeyOf(definition_.columns[columns[i]], ReadValue(row, columns[i])) == wanted[i];
     }
     if (equal) found.push_back(row);
   }
