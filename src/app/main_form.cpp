@@ -95,30 +95,26 @@ std::string MainForm::ValidatePickedFile(const std::string& full_name) {
   return "";
 }
 
-bool MainForm::cmdSource_Picked(const std::string& full_name) {
-  return Guard("cmdSource_Click", [&] {
+bool MainForm::TakePickedFile(const std::string& routine, const std::string& full_name,
+                              std::string FormModel::*path) {
+  return Guard(routine, [&] {
     std::string problem = ValidatePickedFile(full_name);
     if (!problem.empty()) {
       MsgBox(problem);
       return false;
     }
-    form_.txtPyxPath = ParseFileName(Trim(full_name)).directory;
+    form_.*path = ParseFileName(Trim(full_name)).directory;
     view_.Show(form_);
     return true;
   });
 }
 
+bool MainForm::cmdSource_Picked(const std::string& full_name) {
+  return TakePickedFile("cmdSource_Click", full_name, &FormModel::txtPyxPath);
+}
+
 bool MainForm::cmdTarget_Picked(const std::string& full_name) {
-  return Guard("cmdTarget_Click", [&] {
-    std::string problem = ValidatePickedFile(full_name);
-    if (!problem.empty()) {
-      MsgBox(problem);
-      return false;
-    }
-    form_.txtZulPath = ParseFileName(Trim(full_name)).directory;
-    view_.Show(form_);
-    return true;
-  });
+  return TakePickedFile("cmdTarget_Click", full_name, &FormModel::txtZulPath);
 }
 
 void MainForm::FormLoad(const StartupPaths& paths) {

@@ -129,6 +129,8 @@ class MainForm {
 
  private:
   bool HandleQuitRequest();  // the prompt; true when the user chose Stop
+  bool TakePickedFile(const std::string& routine, const std::string& full_name,
+                      std::string FormModel::*path);
   void RunConversion();
   void RunSteps();
   void RunMassage();

@@ -16,6 +16,7 @@
 #include "foxpro/table_writer.h"
 #include "jet/create/create.h"
 #include "jet/create/office_schema.h"
+#include "test_support/log_lines.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::data {
@@ -33,17 +34,6 @@ void WriteTable(const std::string& path, std::vector<foxpro::FieldSpec> fields,
   foxpro::TableCreator creator(path, std::move(fields), {});
   for (const auto& row : rows) creator.Append(row);
   creator.Finish();
-}
-
-std::vector<std::string> LogLines(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::vector<std::string> lines;
-  std::string line;
-  while (std::getline(in, line)) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    lines.push_back(line);
-  }
-  return lines;
 }
 
 std::string Command(const std::string& command) {
@@ -101,14 +91,14 @@ TEST_F(ConnectionsTest, ARunLogsEveryBindingAndStartUpFillsTheCompanyLabels) {
   main_form.cmdNEWConvert();
   ASSERT_EQ(main_form.outcome(), app::RunOutcome::Completed) << view.notices.size();
   std::vector<std::string> connected;
-  for (const std::string& line : LogLines(main_form.LogPath())) {
+  for (const std::string& line : test::ReadLogLines(main_form.LogPath())) {
     if (line.rfind("Connected to ", 0) == 0) connected.push_back(line);
   }
   ASSERT_EQ(connected.size(), 14u);
   EXPECT_EQ(connected[0], "Connected to " + source + "/assign.dbf");
   EXPECT_EQ(connected[2], "Connected to " + source + "/appraiser.dbf");
   EXPECT_EQ(connected[13], "Connected to " + source + "/invoice.dbf");
-  EXPECT_EQ(LogLines(main_form.LogPath())[0], "Company: Acme Appraisals");
+  EXPECT_EQ(test::ReadLogLines(main_form.LogPath())[0], "Company: Acme Appraisals");
 
   // The property control walks the table in file-number order; the second one in table order.
   auto& ordered = connections.source()["datproperty"];
