@@ -27,6 +27,8 @@ constexpr size_t kEntryAreaOffset = 0x1E0;    // entries are stored back to back
 constexpr size_t kBitmapSize = kEntryAreaOffset - kBitmapOffset;  // 453 bytes
 // Entry data per page: bounded by the page end and by the bits of the bitmap (3624 > 3616).
 constexpr size_t kEntryAreaSize = kPageSize - kEntryAreaOffset;  // 3616 bytes
+// Bit N of the bitmap marks an entry ending N bytes into the area, so a full page sets bit 3616.
+static_assert(kEntryAreaSize < kBitmapSize * 8, "the end bit of a full page must exist");
 
 // Every entry ends with the row pointer, big-endian: 3-byte data page, then 1-byte row number.
 constexpr size_t kRowPointerSize = 4;

@@ -37,11 +37,13 @@ DecodedPage DecodeIndexPage(std::span<const uint8_t> page, uint32_t page_number)
   decoded.level = page[kLevelOffset];
 
   const std::span<const uint8_t> area = page.subspan(kEntryAreaOffset, kEntryAreaSize);
+  // Bit N marks an entry ending N bytes into the entry area, so the bits run from 0 up to and
+  // including kEntryAreaSize: a page filled to its last byte sets bit 3616 (last bitmap byte).
   size_t start = 0;
-  for (size_t bit = 0; bit < kEntryAreaSize; ++bit) {
+  for (size_t bit = 0; bit <= kEntryAreaSize; ++bit) {
     if (!(page[kBitmapOffset + bit / 8] >> (bit % 8) & 1)) continue;
     const size_t end = bit;
-    if (end <= start && !decoded.entries.empty()) Bad(page_number, "empty entry in the bitmap");
+    if (end <= start) Bad(page_number, "empty entry in the bitmap at bit " + std::to_string(bit));
     std::vector<uint8_t> entry;
     if (decoded.entries.empty()) {
       entry.assign(area.begin(), area.begin() + end);
@@ -59,7 +61,7 @@ DecodedPage DecodeIndexPage(std::span<const uint8_t> page, uint32_t page_number)
     start = end;
   }
   // Bits past the entry area would claim bytes beyond the page end.
-  for (size_t bit = kEntryAreaSize; bit < kBitmapSize * 8; ++bit) {
+  for (size_t bit = kEntryAreaSize + 1; bit < kBitmapSize * 8; ++bit) {
     if (page[kBitmapOffset + bit / 8] >> (bit % 8) & 1) Bad(page_number, "bitmap runs past the page");
   }
   decoded.data_bytes = static_cast<uint32_t>(start);

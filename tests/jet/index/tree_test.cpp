@@ -10,28 +10,14 @@
 #include "jet/index/key.h"
 #include "jet/index/page.h"
 #include "jet/index/tree.h"
+#include "memory_pages.h"
 
 namespace qorvane::jet::index {
 namespace {
 
 constexpr uint32_t kOwner = 42;
 
-// Pages kept in memory, handed out from 100 up.
-struct MemoryFile {
-  std::map<uint32_t, std::vector<uint8_t>> pages;
-  uint32_t next = 100;
-  PageSink Sink() {
-    return {[this] { return next++; },
-            [this](uint32_t page, std::span<const uint8_t> bytes) { pages[page].assign(bytes.begin(), bytes.end()); }};
-  }
-  PageSource Source() {
-    return [this](uint32_t page, std::span<uint8_t> out) {
-      auto found = pages.find(page);
-      if (found == pages.end()) throw Error(ErrorKind::Corrupt, "no page " + std::to_string(page));
-      std::copy(found->second.begin(), found->second.end(), out.begin());
-    };
-  }
-};
+using test::MemoryFile;
 
 std::vector<Entry> TextEntries(size_t count) {
   std::vector<Entry> entries;
@@ -89,6 +75,70 @@ TEST(TreeTest, LargeTreeHasSeveralLevelsAndReadsBack) {
   for (size_t i = 1; i < entries.size(); ++i) distinct += entries[i].key != entries[i - 1].key;
   EXPECT_EQ(tree.distinct_keys, distinct);
   EXPECT_GE(FindDuplicateKey(entries), 1);
+}
+
+// COUNT entries with keys of KEY_SIZE bytes: SHARED bytes common to all, then a byte that tells
+// them apart, then filler. All point at rows of one data page.
+std::vector<Entry> SizedEntries(size_t count, size_t key_size, size_t shared) {
+  std::vector<Entry> entries;
+  for (size_t i = 0; i < count; ++i) {
+    std::vector<uint8_t> key(key_size, 0x41);
+    std::fill(key.begin(), key.begin() + shared, 0x30);
+    key[shared] = static_cast<uint8_t>(0x80 + i);
+    entries.push_back({std::move(key), 1, static_cast<uint8_t>(i)});
+  }
+  return entries;
+}
+
+// Pages whose entry data ends on the last byte of the page: the end of the last entry is then
+// the final bit the entry area can use, which the reader must accept as an entry end.
+TEST(TreeTest, PagesFilledToTheLastByteReadBack) {
+  auto check = [](const std::vector<Entry>& entries, size_t full_page_index, size_t entry_count,
+                  uint16_t prefix) {
+    MemoryFile file;
+    BuiltTree tree = BuildTree(entries, kOwner, file.Sink());
+    const uint32_t number = tree.pages.at(full_page_index);
+    DecodedPage page = DecodeIndexPage(file.pages.at(number), number);
+    EXPECT_EQ(page.data_bytes, format::kEntryAreaSize);
+    EXPECT_EQ(page.free_space, 0);
+    EXPECT_EQ(page.entries.size(), entry_count);
+    EXPECT_EQ(page.prefix_length, prefix);
+    EXPECT_EQ(ReadTree(tree.root, file.Source()), entries);
+    EXPECT_NO_THROW(VerifyTree(tree.root, kOwner, file.Source(), entries));
+    return tree;
+  };
+  {
+    SCOPED_TRACE("first leaf: 8 uncompressed entries of 452 bytes");
+    check(SizedEntries(9, 448, 0), 0, 8, 0);
+  }
+  {
+    SCOPED_TRACE("first leaf: 12 entries of 393 bytes sharing 100");
+    // 12 * 393 - 11 * 100 = 3616; a 13th entry would need 277 more bytes.
+    check(SizedEntries(13, 389, 100), 0, 12, 100);
+  }
+  {
+    SCOPED_TRACE("root node: 8 entries of 452 bytes and a tail");
+    // Leaves of 8 entries of 448 bytes; their last entries plus child pointers fill the root.
+    BuiltTree tree = check(SizedEntries(72, 444, 0), 9, 8, 0);
+    EXPECT_EQ(tree.levels, 2u);
+    EXPECT_EQ(tree.root, tree.pages.at(9));
+  }
+}
+
+// The end bit of an entry that reaches the page end lies in the last bitmap byte; bits beyond
+// it would put an entry end past the page.
+TEST(TreeTest, BitmapBitsBeyondThePageAreRefused) {
+  MemoryFile file;
+  std::vector<Entry> entries = SizedEntries(8, 448, 0);
+  BuiltTree tree = BuildTree(entries, kOwner, file.Sink());
+  std::vector<uint8_t> page = file.pages.at(tree.root);
+  ASSERT_EQ(page[format::kBitmapOffset + format::kBitmapSize - 1], 0x01);
+  EXPECT_EQ(DecodeIndexPage(page, 1).entries.size(), 8u);
+  page[format::kBitmapOffset + format::kBitmapSize - 1] = 0x03;
+  EXPECT_THROW(DecodeIndexPage(page, 1), Error);
+  page[format::kBitmapOffset + format::kBitmapSize - 1] = 0x01;
+  page[format::kBitmapOffset] |= 0x01;  // an entry ending where the entry area starts
+  EXPECT_THROW(DecodeIndexPage(page, 1), Error);
 }
 
 TEST(TreeTest, RefusesUnsortedInput) {
