@@ -86,30 +86,39 @@ std::vector<Value> MakeRow(const PropertyColumns& columns, std::size_t width, in
   std::string person = "Owner " + std::to_string(i % 5003);
   std::string notes(50 + random() % 351, ' ');
   for (std::size_t k = 0; k < notes.size(); ++k) notes[k] = "abcdefgh ijklmnop qrstuv wxyz. "[(i + k * 7) % 31];
-  for (const auto& [position, name] : columns.named) {
-    Value& value = row[position];
-    if (name == "FileNumber") value = Value::String(FileNumber(i));
-    else if (name == "RefNum") value = Value::String("REF" + std::to_string(i * 7 % 1000003));
-    else if (name == "FhaCase") value = Value::String("FHA-" + std::to_string(i % 99991));
-    else if (name == "CensusTrct") value = Value::String(std::to_string(1000 + i % 800) + ".0" + std::to_string(i % 9));
-    else if (name == "Address") value = Value::String(street);
-    else if (name == "City") value = Value::String(city);
-    else if (name == "County") value = Value::String(city + " County");
-    else if (name == "St") value = Value::String("OH");
-    else if (name == "Zip") value = Value::String(std::to_string(43000 + i % 999));
-    else if (name == "Neighborhd") value = Value::String(std::string(kStreets[(i / 3) % 7]) + " district");
-    else if (name == "Owner" || name == "Borrower") value = Value::String(person);
-    else if (name == "OwnerPhone" || name == "BorrowerPhone") value = Value::String("(614) 555-" + std::to_string(1000 + i % 9000));
-    else if (name == "Refinance" || name == "LoanRequested") value = Value::Float(static_cast<float>(50000 + i % 400000));
-    else if (name == "SellingPr" || name == "AppraisedValue") value = Value::Float(static_cast<float>(80000 + (i * 13) % 500000));
-    else if (name == "InvoicePrinted") value = Value::Bool(i % 3 == 0);
-    else if (name == "FormType") value = Value::String(i % 2 ? "URAR" : "2055");
-    else if (name == "Contact") value = Value::String("Loan officer " + std::to_string(i % 211));
-    else if (name == "Client") value = Value::String(kClients[i % 7]);
-    else if (name.starts_with("Date")) value = Value::Date(36526 + (i + name.size()) % 9000);
-    else if (name == "Status") value = Value::String("Inspected, report sent " + std::to_string(i % 28 + 1) + " days ago; awaiting review by the client");
-    else if (name == "GeneralNotes") value = Value::String(notes);
-    else if (name == "ReferenceAddress") value = Value::String(street + ", " + city + ", OH " + std::to_string(43000 + i % 999) + " - comparable sales on file");
+  // Fields in the order of PropertyColumns' list.
+  for (std::size_t field = 0; field < columns.named.size(); ++field) {
+    Value& value = row[columns.named[field].first];
+    switch (field) {
+      case 0: value = Value::String(FileNumber(i)); break;
+      case 1: value = Value::String("REF" + std::to_string(i * 7 % 1000003)); break;
+      case 2: value = Value::String("FHA-" + std::to_string(i % 99991)); break;
+      case 3: value = Value::String(std::to_string(1000 + i % 800) + ".0" + std::to_string(i % 9)); break;
+      case 4: value = Value::String(street); break;
+      case 5: value = Value::String(city); break;
+      case 6: value = Value::String(city + " County"); break;
+      case 7: value = Value::String("OH"); break;
+      case 8: value = Value::String(std::to_string(43000 + i % 999)); break;
+      case 9: value = Value::String(std::string(kStreets[(i / 3) % 7]) + " district"); break;
+      case 10: case 12: value = Value::String(person); break;
+      case 11: case 13: value = Value::String("(614) 555-" + std::to_string(1000 + i % 9000)); break;
+      case 14: case 16: value = Value::Float(static_cast<float>(50000 + i % 400000)); break;
+      case 15: case 17: value = Value::Float(static_cast<float>(80000 + (i * 13) % 500000)); break;
+      case 18: value = Value::Bool(i % 3 == 0); break;
+      case 19: value = Value::String(i % 2 ? "URAR" : "2055"); break;
+      case 20: value = Value::String("Loan officer " + std::to_string(i % 211)); break;
+      case 21: value = Value::String(kClients[i % 7]); break;
+      case 22: case 23: case 24: case 25: case 26: value = Value::Date(36526 + (i + field) % 9000); break;
+      case 27:
+        value = Value::String("Inspected, report sent " + std::to_string(i % 28 + 1) +
+                              " days ago; awaiting review by the client");
+        break;
+      case 28: value = Value::String(notes); break;
+      case 29:
+        value = Value::String(street + ", " + city + ", OH " + std::to_string(43000 + i % 999) +
+                              " - comparable sales on file");
+        break;
+    }
   }
   return row;
 }

@@ -1,6 +1,7 @@
 // Row layout codec, text compression and value coercion.
 #include "jet/row_codec.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -402,7 +403,9 @@ Value CoerceToColumn(const ColumnDefinition& column, const Value& value, const s
     case ColumnType::Memo: {
       Value text = Value::String(value.kind == Kind::Boolean ? (value.integer ? "True" : "False") : value.AsText());
       if (column.type == ColumnType::Text) {
-        std::size_t characters = Utf8ToUtf16(text.bytes).size();
+        bool ascii = std::all_of(text.bytes.begin(), text.bytes.end(),
+                                 [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+        std::size_t characters = ascii ? text.bytes.size() : Utf8ToUtf16(text.bytes).size();
         if (characters > static_cast<std::size_t>(column.length / 2)) {
           Refuse(ErrorKind::Constraint, context, column,
                  "text of " + std::to_string(characters) + " characters does not fit the column (" +
