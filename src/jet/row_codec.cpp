@@ -182,20 +182,22 @@ std::string DecodeText(Bytes stored) {
 }
 
 std::vector<std::byte> EncodeText(std::u16string_view text, bool compress) {
-  bool can_compress = compress && text.size() > 2 && text.size() <= kMaxCompressedTextCharacters;
-  for (std::size_t i = 0; can_compress && i < text.size(); ++i) {
-    if (text[i] == 0 || text[i] > 0xFF) can_compress = false;
-  }
-  std::vector<std::byte> out;
+  bool can_compress = compress && text.size() > 2 && text.size() <= kMaxCompressedTextCharacters &&
+                      std::all_of(text.begin(), text.end(), [](char16_t c) { return c != 0 && c <= 0xFF; });
   if (can_compress) {
-    out.reserve(text.size() + 2);
-    out.push_back(std::byte{kCompressedTextMarker0});
-    out.push_back(std::byte{kCompressedTextMarker1});
-    for (char16_t c : text) out.push_back(static_cast<std::byte>(c));
+    std::vector<std::byte> out(text.size() + 2);
+    out[0] = std::byte{kCompressedTextMarker0};
+    out[1] = std::byte{kCompressedTextMarker1};
+    std::byte* target = out.data() + 2;
+    for (char16_t c : text) *target++ = static_cast<std::byte>(c);
     return out;
   }
-  out.resize(text.size() * 2);
-  for (std::size_t i = 0; i < text.size(); ++i) Put16(out, 2 * i, text[i]);
+  std::vector<std::byte> out(text.size() * 2);
+  std::byte* target = out.data();
+  for (char16_t c : text) {
+    *target++ = static_cast<std::byte>(c & 0xFF);
+    *target++ = static_cast<std::byte>(c >> 8);
+  }
   return out;
 }
 
