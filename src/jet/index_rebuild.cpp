@@ -1,7 +1,8 @@
-// Collects (key, row) for every real index of a table, builds fresh trees through the index
-// module and swaps them in.
+// Collects (key, row) for every real index of a table in one scan that decodes only the key
+// columns, then builds fresh trees through the index module one index at a time and swaps them in.
 #include "jet/index_rebuild.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "common/error.h"
@@ -9,6 +10,7 @@
 #include "jet/index/key.h"
 #include "jet/index/tree.h"
 #include "jet/page_store.h"
+#include "jet/row_codec.h"
 #include "jet/table.h"
 
 namespace qorvane::jet {
@@ -70,26 +72,81 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
     }
   }
 
-  // One pass over the rows: decode each row once, make the keys of every index.
-  std::vector<std::vector<index::Entry>> entries(layouts.size());
-  const std::vector<RowId>& rows = table.RowIds();
-  for (auto& list : entries) list.reserve(rows.size());
+  // One pass over the rows, decoding only the key columns. Keys go into one flat byte arena per
+  // index (offsets apart), which costs far less memory than a vector per key; the page cache is
+  // trimmed as the scan goes so the table's pages do not all stay in memory.
+  struct Keys {
+    std::vector<std::uint8_t> arena;
+    std::vector<std::uint32_t> ends;  // end offset of key k in the arena
+    std::vector<RowId> rows;          // row of key k
+    std::span<const std::uint8_t> Key(std::size_t k) const {
+      std::size_t begin = k == 0 ? 0 : ends[k - 1];
+      return {arena.data() + begin, ends[k] - begin};
+    }
+  };
+  std::vector<Keys> keys(layouts.size());
+  std::vector<RowId> rows = table.RowIds();
+  for (auto& list : keys) {
+    list.ends.reserve(rows.size());
+    list.rows.reserve(rows.size());
+  }
+  std::vector<index::KeyValue> key_values;
+  std::size_t scanned = 0;
   for (RowId row : rows) {
-    std::vector<Value> values = table.ReadRow(row);
+    if (++scanned % 4096 == 0) store.TrimCache();
+    std::vector<std::byte> bytes = table.ReadRowBytes(row);
     for (std::size_t i = 0; i < layouts.size(); ++i) {
-      std::vector<index::KeyValue> key_values;
+      key_values.clear();
       for (std::size_t position : layouts[i].positions) {
-        key_values.push_back(ToKeyValue(definition.columns[position], values[position]));
+        Value value = DecodeColumn(definition, position, bytes,
+                                   [&table](Bytes descriptor, const ColumnDefinition& column) {
+                                     return table.ReadLongValue(descriptor, column);
+                                   },
+                                   where);
+        key_values.push_back(ToKeyValue(definition.columns[position], value));
       }
       auto key = index::MakeKey(layouts[i].columns, key_values, layouts[i].nulls);
       if (!key) continue;
-      entries[i].push_back({std::move(*key), row >> 8, static_cast<std::uint8_t>(row & 0xFF)});
+      Keys& list = keys[i];
+      list.arena.insert(list.arena.end(), key->begin(), key->end());
+      if (list.arena.size() > 0xFFFFFFFFu) {
+        throw Error(ErrorKind::NotSupported, where + ": index keys exceed 4 GB");
+      }
+      list.ends.push_back(static_cast<std::uint32_t>(list.arena.size()));
+      list.rows.push_back(row);
     }
   }
+  std::vector<RowId>().swap(rows);
 
+  // One index at a time: sort the key numbers, build the entries in order, write the tree and
+  // free everything before the next index.
   for (std::size_t i = 0; i < layouts.size(); ++i) {
+    Keys& list = keys[i];
+    std::vector<std::uint32_t> order(list.rows.size());
+    for (std::size_t k = 0; k < order.size(); ++k) order[k] = static_cast<std::uint32_t>(k);
+    std::sort(order.begin(), order.end(), [&list](std::uint32_t a, std::uint32_t b) {
+      auto left = list.Key(a), right = list.Key(b);
+      std::size_t common = std::min(left.size(), right.size());
+      if (common > 0) {
+        int compared = std::memcmp(left.data(), right.data(), common);
+        if (compared != 0) return compared < 0;
+      }
+      if (left.size() == right.size()) return list.rows[a] < list.rows[b];
+      // One key is a prefix of the other: the index module decides from the on-disk bytes.
+      index::Entry x{{left.begin(), left.end()}, list.rows[a] >> 8, static_cast<std::uint8_t>(list.rows[a] & 0xFF)};
+      index::Entry y{{right.begin(), right.end()}, list.rows[b] >> 8, static_cast<std::uint8_t>(list.rows[b] & 0xFF)};
+      return index::EntryLess(x, y);
+    });
+    std::vector<index::Entry> entries;
+    entries.reserve(order.size());
+    for (std::uint32_t k : order) {
+      auto key = list.Key(k);
+      entries.push_back({{key.begin(), key.end()}, list.rows[k] >> 8, static_cast<std::uint8_t>(list.rows[k] & 0xFF)});
+    }
+    list = Keys();
+    std::vector<std::uint32_t>().swap(order);
+
     RealIndexDefinition& real = definition.real_indexes[i];
-    index::SortEntries(entries[i]);
     UsageMap& map = table.Map(real.usage_map, "index " + std::to_string(i) + " pages");
     for (std::uint32_t page : map.Pages()) {
       map.Set(page, false);
@@ -105,10 +162,9 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
       MutableBytes target = store.Write(page);
       std::memcpy(target.data(), bytes.data(), std::min(bytes.size(), target.size()));
     };
-    index::BuiltTree built = index::BuildTree(entries[i], definition.page, sink);
+    index::BuiltTree built = index::BuildTree(entries, definition.page, sink);
     real.root_page = built.root;
     distinct[i] = built.distinct_keys;
-    std::vector<index::Entry>().swap(entries[i]);
   }
   return distinct;
 }

@@ -16,6 +16,8 @@ using namespace format;
 
 // Changed pages kept in memory before they are written to the work file (64 MB).
 constexpr std::size_t kCacheLimitPages = 16384;
+// Consecutive changed pages written in one call at most (4 MB).
+constexpr std::size_t kFlushRunPages = 1024;
 
 // The RC4 keystream of the key C7 DA 39 6B that masks header bytes 0x18..0x97.
 std::array<std::uint8_t, kHeaderMaskedLength> HeaderMask() {
@@ -261,9 +263,20 @@ void PageStore::FlushDirty() {
   if (dirty.empty()) return;
   EnsureWorkCopy();
   std::sort(dirty.begin(), dirty.end());
-  for (std::uint32_t number : dirty) {
-    file_.WriteAt(static_cast<std::uint64_t>(number) * kPageSize, cache_[number]->bytes);
-    cache_[number]->dirty = false;
+  // Runs of consecutive pages go out in one write each (up to kFlushRunPages pages), which
+  // keeps a bulk load to a few large writes instead of one system call per page.
+  std::vector<std::byte> run;
+  for (std::size_t first = 0; first < dirty.size();) {
+    std::size_t last = first + 1;
+    while (last < dirty.size() && dirty[last] == dirty[last - 1] + 1 && last - first < kFlushRunPages) ++last;
+    run.resize((last - first) * kPageSize);
+    for (std::size_t k = first; k < last; ++k) {
+      CachedPage& cached = *cache_[dirty[k]];
+      std::memcpy(run.data() + (k - first) * kPageSize, cached.bytes.data(), kPageSize);
+      cached.dirty = false;
+    }
+    file_.WriteAt(static_cast<std::uint64_t>(dirty[first]) * kPageSize, run);
+    first = last;
   }
 }
 

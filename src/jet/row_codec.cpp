@@ -1,6 +1,7 @@
 // Row layout codec, text compression and value coercion.
 #include "jet/row_codec.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -181,20 +182,22 @@ std::string DecodeText(Bytes stored) {
 }
 
 std::vector<std::byte> EncodeText(std::u16string_view text, bool compress) {
-  bool can_compress = compress && text.size() > 2 && text.size() <= kMaxCompressedTextCharacters;
-  for (std::size_t i = 0; can_compress && i < text.size(); ++i) {
-    if (text[i] == 0 || text[i] > 0xFF) can_compress = false;
-  }
-  std::vector<std::byte> out;
+  bool can_compress = compress && text.size() > 2 && text.size() <= kMaxCompressedTextCharacters &&
+                      std::all_of(text.begin(), text.end(), [](char16_t c) { return c != 0 && c <= 0xFF; });
   if (can_compress) {
-    out.reserve(text.size() + 2);
-    out.push_back(std::byte{kCompressedTextMarker0});
-    out.push_back(std::byte{kCompressedTextMarker1});
-    for (char16_t c : text) out.push_back(static_cast<std::byte>(c));
+    std::vector<std::byte> out(text.size() + 2);
+    out[0] = std::byte{kCompressedTextMarker0};
+    out[1] = std::byte{kCompressedTextMarker1};
+    std::byte* target = out.data() + 2;
+    for (char16_t c : text) *target++ = static_cast<std::byte>(c);
     return out;
   }
-  out.resize(text.size() * 2);
-  for (std::size_t i = 0; i < text.size(); ++i) Put16(out, 2 * i, text[i]);
+  std::vector<std::byte> out(text.size() * 2);
+  std::byte* target = out.data();
+  for (char16_t c : text) {
+    *target++ = static_cast<std::byte>(c & 0xFF);
+    *target++ = static_cast<std::byte>(c >> 8);
+  }
   return out;
 }
 
@@ -402,7 +405,9 @@ Value CoerceToColumn(const ColumnDefinition& column, const Value& value, const s
     case ColumnType::Memo: {
       Value text = Value::String(value.kind == Kind::Boolean ? (value.integer ? "True" : "False") : value.AsText());
       if (column.type == ColumnType::Text) {
-        std::size_t characters = Utf8ToUtf16(text.bytes).size();
+        bool ascii = std::all_of(text.bytes.begin(), text.bytes.end(),
+                                 [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+        std::size_t characters = ascii ? text.bytes.size() : Utf8ToUtf16(text.bytes).size();
         if (characters > static_cast<std::size_t>(column.length / 2)) {
           Refuse(ErrorKind::Constraint, context, column,
                  "text of " + std::to_string(characters) + " characters does not fit the column (" +

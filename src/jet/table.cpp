@@ -378,10 +378,19 @@ HashIndex& Table::Hash(const std::vector<std::size_t>& columns) {
   auto hash = std::make_unique<HashIndex>(columns);
   const auto& rows = RowIds();
   hash->Reserve(rows.size());
+  // Decodes only the hashed columns, and trims the page cache as it goes so that hashing a
+  // large table does not keep all its pages in memory.
+  std::size_t scanned = 0;
   for (RowId row : rows) {
-    std::vector<Value> values = ReadRow(row);
+    if (++scanned % 4096 == 0) store_.TrimCache();
+    std::vector<std::byte> bytes = ReadRowBytes(row);
     std::vector<std::string> keys;
-    for (std::size_t column : columns) keys.push_back(KeyOf(definition_.columns[column], values[column]).value_or(""));
+    for (std::size_t column : columns) {
+      Value value = DecodeColumn(definition_, column, bytes,
+                                 [this](Bytes descriptor, const ColumnDefinition& c) { return ReadLongValue(descriptor, c); },
+                                 Context(row));
+      keys.push_back(KeyOf(definition_.columns[column], value).value_or(""));
+    }
     hash->Add(HashKeys(keys), row);
   }
   hashes_.push_back(std::move(hash));

@@ -3,6 +3,7 @@
 
 #include "jet/format.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -176,6 +177,10 @@ std::string FormatOleDate(double ole_days) {
 }
 
 std::u16string Utf8ToUtf16(std::string_view utf8) {
+  // Plain ASCII (most text) widens byte by byte.
+  if (std::all_of(utf8.begin(), utf8.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
+    return std::u16string(utf8.begin(), utf8.end());
+  }
   std::u16string out;
   out.reserve(utf8.size());
   std::size_t i = 0;
