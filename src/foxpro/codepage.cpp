@@ -1,6 +1,7 @@
 // Code page tables built through glibc iconv, and the mark <-> code page mapping of FoxPro
 // headers (including the dBase language-driver ids other writers leave in the same byte).
 #include "foxpro/codepage.h"
+#include "common/utf8.h"
 
 #include <iconv.h>
 
@@ -44,24 +45,6 @@ std::string IconvName(int code_page) {
 
 bool IsDoubleByte(int code_page) {
   return code_page == 932 || code_page == 936 || code_page == 949 || code_page == 950;
-}
-
-void AppendUtf8(char32_t c, std::string& out) {
-  if (c < 0x80) {
-    out.push_back(static_cast<char>(c));
-  } else if (c < 0x800) {
-    out.push_back(static_cast<char>(0xC0 | (c >> 6)));
-    out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-  } else if (c < 0x10000) {
-    out.push_back(static_cast<char>(0xE0 | (c >> 12)));
-    out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-  } else {
-    out.push_back(static_cast<char>(0xF0 | (c >> 18)));
-    out.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-  }
 }
 
 // Reads one UTF-8 character at text[position]; advances position. Invalid bytes come back as
@@ -181,7 +164,7 @@ CodePage::CodePage(int number) : number_(number), double_byte_(IsDoubleByte(numb
       }
     }
     utf8.clear();
-    AppendUtf8(code_point, utf8);
+    AppendUtf8(utf8, code_point);
     table_[byte].length = static_cast<std::uint8_t>(utf8.size());
     for (std::size_t i = 0; i < utf8.size(); ++i) table_[byte].bytes[i] = utf8[i];
     if (!double_byte_ && !reverse_.count(code_point)) reverse_[code_point] = static_cast<unsigned char>(byte);
@@ -206,7 +189,7 @@ void CodePage::Decode(std::string_view bytes, std::string& out) const {
   if (double_byte_) {
     if (!converters_->to_utf8.Convert(bytes, out)) {
       // A broken double-byte sequence: keep each byte as its Latin-1 character.
-      for (unsigned char c : bytes) AppendUtf8(c, out);
+      for (unsigned char c : bytes) AppendUtf8(out, c);
     }
     return;
   }

@@ -140,12 +140,12 @@ TableCreator::TableCreator(const std::string& dbf_path, std::vector<FieldSpec> s
   s.options = std::move(options);
   s.code_page = std::make_unique<CodePage>(s.options.code_page);
   bool has_memo = false;
-  for (const FieldSpec& spec : specs) {
+  for (const FieldSpec& wanted : specs) {
     Field field;
-    field.name = Upper(spec.name.substr(0, 10));
-    field.type = static_cast<char>(spec.type >= 'a' ? spec.type - 32 : spec.type);
-    field.length = spec.length;
-    field.decimals = spec.decimals;
+    field.name = Upper(wanted.name.substr(0, 10));
+    field.type = static_cast<char>(wanted.type >= 'a' ? wanted.type - 32 : wanted.type);
+    field.length = wanted.length;
+    field.decimals = wanted.decimals;
     if (field.type == 'D') field.length = 8;
     if (field.type == 'L') field.length = 1;
     if (field.type == 'M') field.length = format::kMemoPointerLength, has_memo = true;

@@ -2,6 +2,7 @@
 // unsigned byte comparison sorts as Jet does. Numbers become big-endian with the sign folded in;
 // text becomes a General-order sort key (primary weights, accents, ignorable characters).
 #include "jet/index/key.h"
+#include "common/utf8.h"
 
 #include <bit>
 #include <cmath>
@@ -151,23 +152,6 @@ void AppendTextKey(std::vector<uint8_t>& key, const std::u16string& text) {
   key.push_back(format::kTextKeyEnd);
 }
 
-void AppendUtf8(std::string& out, char32_t code) {
-  if (code < 0x80) {
-    out += static_cast<char>(code);
-  } else if (code < 0x800) {
-    out += static_cast<char>(0xC0 | (code >> 6));
-    out += static_cast<char>(0x80 | (code & 0x3F));
-  } else if (code < 0x10000) {
-    out += static_cast<char>(0xE0 | (code >> 12));
-    out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (code & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (code >> 18));
-    out += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (code & 0x3F));
-  }
-}
 
 }  // namespace
 
