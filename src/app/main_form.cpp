@@ -77,11 +77,12 @@ void MainForm::TagRead() {
 
 void MainForm::SaveSettings() {
   Guard("SaveSettings", [&] {
-    settings_.Write(tags::kLastSourcePath, session_.SourcePath);
-    settings_.Write(tags::kLastTargetPath, session_.TargetPath);
+    std::vector<std::pair<std::string, std::string>> values = {
+        {tags::kLastSourcePath, session_.SourcePath}, {tags::kLastTargetPath, session_.TargetPath}};
     for (const CheckBoxDefault& box : kCheckBoxDefaults) {
-      settings_.Write(OptionTag(box.name, box.value), form_.Checked(box.name) ? "1" : "0");
+      values.emplace_back(OptionTag(box.name, box.value), form_.Checked(box.name) ? "1" : "0");
     }
+    settings_.WriteMany(values);
   });
 }
 
@@ -207,7 +208,6 @@ void MainForm::AddtoLogFile(const std::string& line) {
 
 void MainForm::CloseLog() {
   Guard("CloseLog", [&] {
-    bool was_running = session_.RunActive;
     session_.LogOpen = false;
     session_.InConversion = false;
     session_.RunActive = false;
@@ -220,7 +220,6 @@ void MainForm::CloseLog() {
       log_.Close();
     }
     EnableButtons(true);
-    if (was_running && routines_.EndRun) routines_.EndRun();
   });
 }
 

@@ -45,8 +45,10 @@ struct RunRoutines {
   Routine FixPropertyFileNum;
   std::function<void(const std::string& control, const std::string& field,
                      const std::string& table)> FixDataFileNums;
+  Routine RefreshSource;          // after the preliminary corrections: source re-read
   Routine DeleteEmptyFilenumbers;
-  Routine EndRun;                 // at CloseLog of a run: puts the target database in place
+  Routine EndRun;                 // once a run has returned, however it ended: puts the target
+                                  // database in place
   std::map<std::string, Routine> Converters;  // by routine name: "ConvertPropertyDBF", ...
 };
 
@@ -132,6 +134,7 @@ class MainForm {
   bool TakePickedFile(const std::string& routine, const std::string& full_name,
                       std::string FormModel::*path);
   void RunConversion();
+  void FinishRun();
   void RunSteps();
   void RunMassage();
   bool AbortTest();  // true when the run must end here
@@ -148,6 +151,7 @@ class MainForm {
   std::string log_path_;
   RunOutcome outcome_ = RunOutcome::NotRun;
   Timestamp run_start_;
+  bool end_run_pending_ = false;  // EndRun is owed once the run has returned
 };
 
 template <typename Body>

@@ -112,10 +112,32 @@ void MainForm::cmdNEWConvert() {
   session_.RunActive = true;
   EnableButtons(false);
   session_.AbortRequested = false;
+  end_run_pending_ = true;
   outcome_ = RunOutcome::Failed;
-  Guard("cmdNEWConvert", [&] { RunConversion(); });
+  try {
+    RunConversion();
+  } catch (const ProgramEnd&) {
+    FinishRun();
+    throw;
+  } catch (...) {
+    // A failure that reaches the run itself ends the run: running it again from the start
+    // would repeat the clearing and the corrections, so Retry counts as Ignore here.
+    session_.SetRoutine("cmdNEWConvert");
+    ErrorInfo info = DescribeException(std::current_exception());
+    ReportError(info.number, info.description);
+  }
+  FinishRun();
+}
+
+void MainForm::FinishRun() {
   // A run that failed before its end still leaves the log closed and the buttons enabled.
   if (session_.InConversion) CloseLog();
+  // The target is put in place only now, when no converter is on the stack any more: a Stop
+  // answered inside a converter closes the log at once, but the converter still returns first.
+  if (end_run_pending_) {
+    end_run_pending_ = false;
+    if (routines_.EndRun) routines_.EndRun();
+  }
 }
 
 bool MainForm::AbortTest() {
@@ -184,6 +206,8 @@ void MainForm::RunConversion() {
       if (routines_.FixDataFileNums) routines_.FixDataFileNums(fix.control, fix.field, fix.table);
       if (AbortTest()) return;
     }
+    // The converters read the corrected numbers, in their corrected order.
+    if (routines_.RefreshSource) routines_.RefreshSource();
   }
 
   RunSteps();
@@ -199,7 +223,7 @@ void MainForm::RunConversion() {
   cmdOk_Click();
   MsgBox("Conversion complete:" + ElapsedTimeText(seconds));
   AddtoLogFile("");
-  AddtoLogFile("Qorvane Conversion End = " + DateTimeText(end));
+  AddtoLogFile("Qorvane Conversion End = " + DateTimeText(clock_.Now()));
   AddtoLogFile("Elapsed Time: " + ElapsedTimeText(seconds));
   outcome_ = RunOutcome::Completed;
   CloseLog();

@@ -4,8 +4,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
+#include <map>
+#include <string_view>
 #include <vector>
 
 #include "app/paths.h"
@@ -25,13 +25,19 @@ bool SameNoCase(const std::string& a, const std::string& b) {
   return true;
 }
 
+// The lines of a settings file; a file that is not there has none.
 std::vector<std::string> ReadLines(const std::string& path) {
   std::vector<std::string> lines;
-  std::ifstream in(path, std::ios::binary);
-  std::string line;
-  while (std::getline(in, line)) {
+  if (!os::IsRegularFile(path)) return lines;
+  std::vector<std::byte> bytes = os::ReadWholeFile(path);
+  std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  while (!text.empty()) {
+    std::size_t end = text.find('\n');
+    std::string line(text.substr(0, end));
     if (!line.empty() && line.back() == '\r') line.pop_back();
-    lines.push_back(line);
+    lines.push_back(std::move(line));
+    if (end == std::string_view::npos) break;
+    text.remove_prefix(end + 1);
   }
   return lines;
 }
@@ -78,9 +84,11 @@ std::string ReadProfileString(const std::string& path, const std::string& sectio
   return default_value;
 }
 
-void WriteProfileString(const std::string& path, const std::string& section,
-                        const std::string& key, const std::string& value) {
-  std::vector<std::string> lines = ReadLines(path);
+namespace {
+
+// Sets KEY=VALUE of SECTION in LINES, replacing the key's line or adding the section or key.
+void SetProfileLine(std::vector<std::string>& lines, const std::string& section,
+                    const std::string& key, const std::string& value) {
   std::string new_line = key + "=" + value;
   bool in_section = false;
   bool written = false;
@@ -107,11 +115,29 @@ void WriteProfileString(const std::string& path, const std::string& section,
       lines.push_back(new_line);
     }
   }
+}
+
+void SaveLines(const std::string& path, const std::vector<std::string>& lines) {
   std::string text;
   for (const std::string& line : lines) text += line + "\r\n";
   std::string temporary = path + ".new";
   os::WriteWholeFile(temporary, std::as_bytes(std::span<const char>(text.data(), text.size())));
   os::Rename(temporary, path);
+}
+
+}  // namespace
+
+void WriteProfileString(const std::string& path, const std::string& section,
+                        const std::string& key, const std::string& value) {
+  std::vector<std::string> lines = ReadLines(path);
+  SetProfileLine(lines, section, key, value);
+  SaveLines(path, lines);
+}
+
+void WriteProfileStrings(const std::string& path, const std::vector<ProfileEntry>& entries) {
+  std::vector<std::string> lines = ReadLines(path);
+  for (const ProfileEntry& entry : entries) SetProfileLine(lines, entry.section, entry.key, entry.value);
+  SaveLines(path, lines);
 }
 
 std::optional<SettingTag> SettingTag::Parse(const std::string& tag) {
@@ -179,10 +205,19 @@ std::string Settings::Read(const std::string& tag) const {
 }
 
 void Settings::Write(const std::string& tag, const std::string& value) const {
-  auto parsed = SettingTag::Parse(tag);
-  if (!parsed) return;
+  WriteMany({{tag, value}});
+}
+
+void Settings::WriteMany(const std::vector<std::pair<std::string, std::string>>& tagged_values) const {
+  std::map<std::string, std::vector<ProfileEntry>> by_file;
+  for (const auto& [tag, value] : tagged_values) {
+    auto parsed = SettingTag::Parse(tag);
+    if (!parsed) continue;
+    by_file[FileOf(*parsed)].push_back({parsed->section, parsed->key, value});
+  }
+  if (by_file.empty()) return;
   os::MakeDirectory(directory_);
-  WriteProfileString(FileOf(*parsed), parsed->section, parsed->key, value);
+  for (const auto& [file, entries] : by_file) WriteProfileStrings(file, entries);
 }
 
 std::string InstallDirectory() {

@@ -7,6 +7,8 @@
 
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace qorvane::app {
 
@@ -18,6 +20,14 @@ std::string ReadProfileString(const std::string& path, const std::string& sectio
 // rest of the file stays as it was. The file is replaced atomically.
 void WriteProfileString(const std::string& path, const std::string& section,
                         const std::string& key, const std::string& value);
+
+struct ProfileEntry {
+  std::string section;
+  std::string key;
+  std::string value;
+};
+// Writes several keys into one INI file with one read and one replacement of the file.
+void WriteProfileStrings(const std::string& path, const std::vector<ProfileEntry>& entries);
 
 // A settings tag: directory token, file name, [section], key, "|", default, as in
 // "<WINDIR>ZUL.INI[PROGRAM ALIAS]Brisalo Office Plus|Brisalo Office/Fennick Plus".
@@ -66,6 +76,8 @@ class Settings {
   std::string Read(const std::string& tag) const;
   // Writes the value a tag names (into the file the tag names).
   void Write(const std::string& tag, const std::string& value) const;
+  // Writes several tagged values, each settings file rewritten once.
+  void WriteMany(const std::vector<std::pair<std::string, std::string>>& tagged_values) const;
 
  private:
   std::string FileOf(const SettingTag& tag) const;

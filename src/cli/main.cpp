@@ -64,13 +64,16 @@ int RunConvert(const ConvertOptions& options) {
   app::MainForm main_form(view, app::Settings::FormInit(options.settings), clock);
   data::Connections connections(main_form, {.default_code_page = options.source_codepage});
   connections.Register();
+  // A usage error has no side effects: the words are checked before start-up runs.
+  app::FormModel scratch;
+  if (auto error = cli::ApplyChoices(options.choices, scratch)) {
+    std::cerr << "qorvane: " << *error << "\n";
+    return kExitUsage;
+  }
   int status = kExitFileError;
   try {
     main_form.FormLoad({AbsoluteDirectory(options.source), AbsoluteDirectory(options.target)});
-    if (auto error = cli::ApplyChoices(options.choices, main_form.form())) {
-      std::cerr << "qorvane: " << *error << "\n";
-      return kExitUsage;
-    }
+    cli::ApplyChoices(options.choices, main_form.form());
     cli::InstallInterruptHandler();
     view.EnterRunMode();
     main_form.cmdNEWConvert();

@@ -111,9 +111,9 @@ std::string Connections::ConnectionString(const std::string& target_folder) {
   return "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + folder + "OFFICE.MDB;Persist Security Info=False";
 }
 
-void Connections::Connect2DBF(DataControl& control, const std::string& folder,
+bool Connections::Connect2DBF(DataControl& control, const std::string& folder,
                               const std::string& table_name, int recordset_type) {
-  main_form_.Guard("Connect2DBF", [&] {
+  return main_form_.Guard("Connect2DBF", [&] {
     std::string dir = folder;
     app::CkRSlash(dir);
     std::string file = EndsWithDbf(table_name) ? dir + table_name : dir + table_name + ".DBF";
@@ -126,7 +126,9 @@ void Connections::Connect2DBF(DataControl& control, const std::string& folder,
     control.DatabaseName = app::StripRChar(database_name);
     control.RecordSource = table_name;
     control.RecordsetType = recordset_type;
+    control.Unbind();
     if (recordset_type != 0) control.Refresh();
+    return true;
   });
 }
 
@@ -137,13 +139,15 @@ void Connections::Connect2Data() {
       app::CkRSlash(dir);
       dir = app::Trim(dir);
       if (app::FilePathExists(dir + binding.file)) {
+        bool connected = true;
         for (const char* name : binding.controls) {
           std::string folder = main_form_.form().txtPyxPath;
           app::RemoveRSlash(folder);
-          Connect2DBF(source_[name], folder, binding.table, 1);
+          connected = Connect2DBF(source_[name], folder, binding.table, 1) && connected;
         }
         main_form_.session().SetRoutine("Connect2Data");
-        main_form_.AddtoLogFile("Connected to " + dir + binding.log_name);
+        // A table that could not be opened has had its error reported instead.
+        if (connected) main_form_.AddtoLogFile("Connected to " + dir + binding.log_name);
       } else {
         std::string warning = "Warning.  The file " + dir + binding.file + " is missing.";
         for (const char* name : binding.controls) source_[name].Unbind();
@@ -208,10 +212,20 @@ void Connections::PrepareSource() {
     std::time_t start = static_cast<std::time_t>(main_form_.RunStart().epoch_seconds);
     std::tm local {};
     localtime_r(&start, &local);
-    backup_ = std::make_unique<foxpro::BackupSession>(local, &reporter_);
-    record_options_.backup = backup_.get();
+    backups_.push_back(std::make_unique<foxpro::BackupSession>(local, &reporter_));
+    record_options_.backup = backups_.back().get();
     Connect2Data();
     SelectPropertyOrder();
+  });
+}
+
+void Connections::RefreshSource() {
+  main_form_.Guard("RefreshSource", [&] {
+    source_.ForEach([](DataControl& control) {
+      if (!control.bound()) return;
+      control.Recordset().Flush();
+      control.Refresh();
+    });
   });
 }
 
@@ -231,6 +245,7 @@ void Connections::Register() {
   routines.LoadCompanyLabels = [this] { LoadCompanyLabels(); };
   routines.PrepareSource = [this] { PrepareSource(); };
   routines.AdoConnect = [this] { AdoConnect(); };
+  routines.RefreshSource = [this] { RefreshSource(); };
   routines.EndRun = [this] { EndRun(); };
 }
 

@@ -48,7 +48,8 @@ class Connections {
   TargetDatabase& target_database() { return target_database_; }
   LogReporter& reporter() { return reporter_; }
 
-  void Connect2DBF(DataControl& control, const std::string& folder, const std::string& table_name,
+  // Returns whether the control is bound (false when opening the table failed and was reported).
+  bool Connect2DBF(DataControl& control, const std::string& folder, const std::string& table_name,
                    int recordset_type);
   void Connect2Data();
   void SelectPropertyOrder();
@@ -59,6 +60,9 @@ class Connections {
   // At the start of a run: binds the source tables again (the path may have changed since
   // start-up, and the log now records the bindings) and orders the property table.
   void PrepareSource();
+  // After the source tables were written (the preliminary corrections): every bound control
+  // writes its pending index work and opens its record source again.
+  void RefreshSource();
   // At the end of a run, completed or stopped: source writes flushed, office.mdb put in place.
   void EndRun();
 
@@ -69,7 +73,8 @@ class Connections {
   app::MainForm& main_form_;
   LogReporter reporter_;
   foxpro::RecordSetOptions record_options_;
-  std::unique_ptr<foxpro::BackupSession> backup_;
+  // One backup session per run; record sets opened in an earlier run may still point at theirs.
+  std::vector<std::unique_ptr<foxpro::BackupSession>> backups_;
   ControlSet<DataControl> source_;
   TargetDatabase target_database_;
   ControlSet<AdoControl> target_;

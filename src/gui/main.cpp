@@ -23,7 +23,11 @@ int main(int argc, char** argv) {
   qorvane::data::Connections connections(window.main_form(), {});
   connections.Register();
   window.show();
-  window.main_form().FormLoad();
+  try {
+    window.main_form().FormLoad();
+  } catch (const qorvane::app::ProgramEnd& end) {
+    return end.exit_status();
+  }
   window.Refresh();
   if (window.main_form().session().EndRequested) return 0;
   return application.exec();

@@ -364,7 +364,13 @@ void MainWindow::OpenLog(const std::string& path) {
 }
 
 void MainWindow::OnConvert() {
-  main_form_->cmdNEWConvert();
+  try {
+    main_form_->cmdNEWConvert();
+  } catch (const app::ProgramEnd& end) {
+    // The reporter ended the program (a database that may be corrupt): the log is closed.
+    QApplication::exit(end.exit_status());
+    return;
+  }
   Refresh();
   if (main_form_->session().EndRequested) close();
 }

@@ -204,6 +204,24 @@ TEST_F(RunTest, StopBetweenTwoStepsEndsTheRunAndKeepsWhatWasWritten) {
   EXPECT_FALSE(main_form.session().InConversion);
 }
 
+TEST_F(RunTest, StopInsideAConverterPutsTheTargetInPlaceOnlyAfterItReturns) {
+  main_form.form().SetCheck("ckbProperty", true);
+  int end_runs = 0;
+  main_form.routines().EndRun = [&] { ++end_runs; };
+  bool target_still_open_after_stop = false;
+  Register("ConvertPropertyDBF", [&] {
+    view.requests.push_back(UserRequest::Quit);
+    main_form.DoEvents();
+    target_still_open_after_stop = main_form.session().AbortRequested && end_runs == 0;
+  });
+  view.escape_answers.push_back(EscapeChoice::Stop);
+  main_form.cmdNEWConvert();
+  EXPECT_TRUE(target_still_open_after_stop);
+  EXPECT_EQ(end_runs, 1);
+  EXPECT_EQ(ReadLog(main_form.LogPath()).back(),
+            "Conversion aborted by User and program ended (Quit button)");
+}
+
 TEST_F(RunTest, ContinueWritesOnePauseLineAndTheConverterGoesOn) {
   main_form.form().SetCheck("ckbProperty", true);
   int records = 0;

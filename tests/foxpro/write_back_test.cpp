@@ -319,6 +319,25 @@ TEST_F(WriteBackTest, AWriteThatFailsHalfwayLeavesTheTableReadableAndTheBackupWh
   ExpectIndexVerified(dbf_, cdx_);
 }
 
+TEST_F(WriteBackTest, AnEditThroughAStaleRecordSetKeepsTheOthersWrite) {
+  // Both record sets have read record 0; the second must not write its old copy back.
+  auto first = Open("PROPERTY");
+  auto second = Open("PROPERTY");
+  std::string old_number = second->GetText("FILE_NUM");
+  first->Edit();
+  first->SetText("FILE_NUM", "FIXED-1");
+  first->Update();
+  first->Flush();
+  second->Edit();
+  second->SetText("INV_NUM", "INV-9");
+  second->Update();
+  second->Flush();
+  auto reread = Open("PROPERTY");
+  EXPECT_EQ(reread->GetText("FILE_NUM"), "FIXED-1") << "was " << old_number;
+  EXPECT_EQ(reread->GetText("INV_NUM"), "INV-9");
+  ExpectIndexVerified(dbf_, cdx_);
+}
+
 }  // namespace
 }  // namespace qorvane::foxpro
 
