@@ -130,8 +130,12 @@ std::vector<IndexEntry> CompoundIndex::ReadTree(std::uint32_t root, std::uint16_
     unsigned trail_mask = std::to_integer<unsigned>(node[format::kLeafTrailMaskOffset]);
     unsigned record_bits = std::to_integer<unsigned>(node[format::kLeafRecordBitsOffset]);
     unsigned duplicate_bits = std::to_integer<unsigned>(node[format::kLeafDuplicateBitsOffset]);
+    unsigned trail_bits = std::to_integer<unsigned>(node[format::kLeafTrailBitsOffset]);
     unsigned entry_bytes = std::to_integer<unsigned>(node[format::kLeafEntryBytesOffset]);
-    if (entry_bytes < 1 || entry_bytes > 8 || record_bits > 32 || std::size_t(keys) * entry_bytes > format::kLeafSpace) {
+    // The three bit fields must fit the entry, or the shifts below would run past 64 bits.
+    if (entry_bytes < 1 || entry_bytes > 8 || record_bits > 32 ||
+        record_bits + duplicate_bits + trail_bits > entry_bytes * 8 ||
+        std::size_t(keys) * entry_bytes > format::kLeafSpace) {
       throw broken(page, "impossible leaf parameters");
     }
     std::size_t end = format::kPageSize;

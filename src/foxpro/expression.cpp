@@ -31,6 +31,14 @@ struct Expression::Node {
 
 namespace {
 
+// A number from an expression used as a count or a position: NaN and huge values would be
+// undefined when turned into an integer, so they are held to a range first.
+double Clamp(double value, double low, double high) {
+  if (!std::isfinite(value)) return low;
+  return value < low ? low : value > high ? high : value;
+}
+
+
 using Node = Expression::Node;
 
 std::string Upper(std::string_view text) {
@@ -454,8 +462,8 @@ class Evaluator {
       case Operation::AllTrim: result.bytes = std::string(LeftTrim(RightTrim(argument(0).bytes))); return result;
       case Operation::Str: {
         double value = argument(0).number;
-        int width = node.arguments.size() > 1 ? static_cast<int>(argument(1).number) : 10;
-        int decimals = node.arguments.size() > 2 ? static_cast<int>(argument(2).number) : 0;
+        int width = node.arguments.size() > 1 ? static_cast<int>(Clamp(argument(1).number, 0, 255)) : 10;
+        int decimals = node.arguments.size() > 2 ? static_cast<int>(Clamp(argument(2).number, 0, 18)) : 0;
         result.bytes = FormatStr(value, width, decimals);
         return result;
       }
@@ -473,8 +481,9 @@ class Evaluator {
       }
       case Operation::Substr: {
         std::string text = argument(0).bytes;
-        long start = static_cast<long>(argument(1).number);
-        long length = node.arguments.size() > 2 ? static_cast<long>(argument(2).number) : static_cast<long>(text.size());
+        long start = static_cast<long>(Clamp(argument(1).number, 0, 65536));
+        long length = node.arguments.size() > 2 ? static_cast<long>(Clamp(argument(2).number, 0, 65536))
+                                                : static_cast<long>(text.size());
         if (start < 1 || start > static_cast<long>(text.size()) || length <= 0) return result;
         result.bytes = text.substr(static_cast<std::size_t>(start - 1), static_cast<std::size_t>(length));
         return result;
@@ -482,7 +491,7 @@ class Evaluator {
       case Operation::Left:
       case Operation::Right: {
         std::string text = argument(0).bytes;
-        long count = static_cast<long>(argument(1).number);
+        long count = static_cast<long>(Clamp(argument(1).number, 0, 65536));
         if (count <= 0) return result;
         std::size_t n = std::min<std::size_t>(static_cast<std::size_t>(count), text.size());
         result.bytes = node.operation == Operation::Left ? text.substr(0, n) : text.substr(text.size() - n);

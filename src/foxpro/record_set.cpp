@@ -116,8 +116,16 @@ struct RecordSet::State {
     return table->name() + (position < rows.size() ? ", record " + std::to_string(rows[position] + 1) : "");
   }
   std::size_t Column(std::string_view name) const {
+    // Called for every field read: compares case-blind in place, without copies.
+    auto same = [](std::string_view a, std::string_view b) {
+      if (a.size() != b.size()) return false;
+      for (std::size_t i = 0; i < a.size(); ++i) {
+        if (std::toupper(static_cast<unsigned char>(a[i])) != std::toupper(static_cast<unsigned char>(b[i]))) return false;
+      }
+      return true;
+    };
     for (std::size_t column : columns) {
-      if (UpperAscii(table->fields()[column].name) == UpperAscii(std::string(name))) return column;
+      if (same(table->fields()[column].name, name)) return column;
     }
     throw Error(ErrorKind::InvalidArgument, table->name() + ": the record source \"" + source + "\" has no field named " + std::string(name));
   }
@@ -160,8 +168,10 @@ RecordSet::RecordSet() : state_(std::make_unique<State>()) {}
 RecordSet::~RecordSet() {
   try {
     Flush();
-  } catch (const Error& error) {
+  } catch (const std::exception& error) {
     if (state_->options.reporter) state_->options.reporter->Report(error.what());
+  } catch (...) {
+    // A destructor never throws; the pending index work is lost, the table itself is written.
   }
 }
 

@@ -70,7 +70,12 @@ std::string EncodeFieldValue(const Field& field, const Value& value, const CodeP
       if (value.kind != Value::Kind::Text) throw refuse("a text value is needed");
       auto bytes = code_page.Encode(value.text);
       if (!bytes) throw refuse("'" + value.text + "' has a character that code page " + std::to_string(code_page.number()) + " cannot hold");
-      stored.replace(0, std::min(bytes->size(), stored.size()), bytes->substr(0, stored.size()));
+      // Trailing blanks may be cut; anything else that does not fit would change the value.
+      std::size_t length = bytes->find_last_not_of(' ') == std::string::npos ? 0 : bytes->find_last_not_of(' ') + 1;
+      if (length > stored.size()) {
+        throw refuse("'" + value.text + "' is " + std::to_string(length) + " characters long and does not fit");
+      }
+      stored.replace(0, length, bytes->substr(0, length));
       return stored;
     }
     case 'N':

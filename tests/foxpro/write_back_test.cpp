@@ -344,6 +344,13 @@ TEST_F(WriteBackTest, AnEditThroughAStaleRecordSetKeepsTheOthersWrite) {
 namespace qorvane::foxpro {
 namespace {
 
+TEST_F(WriteBackTest, TextLongerThanItsFieldIsRefusedNotCut) {
+  auto set = Open("PROPERTY");
+  set->Edit();
+  EXPECT_THROW(set->SetText("FILE_NUM", std::string(300, '9')), Error);
+  set->CancelUpdate();
+}
+
 TEST_F(WriteBackTest, TwoRecordSetsOnOneTableKeepTheIndexTrue) {
   // The file-number correction writes through one record set while another stays open.
   auto first = Open("PROPERTY");
