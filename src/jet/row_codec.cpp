@@ -139,6 +139,21 @@ Value DecodeOne(const ColumnDefinition& column, Bytes row, const RowFrame& frame
   throw Error(kind, context + ", column " + column.name + ": " + why);
 }
 
+// Refuses text longer than a Text column holds (characters, as UTF-16 units).
+void CheckTextLength(const ColumnDefinition& column, const std::string& utf8, const std::string& context) {
+  std::size_t limit = column.length / 2u;
+  // UTF-16 never has more units than UTF-8 has bytes: short text needs no counting.
+  if (utf8.size() <= limit) return;
+  unsigned char high = 0;
+  for (char c : utf8) high |= static_cast<unsigned char>(c);
+  std::size_t characters = (high & 0x80) ? Utf8ToUtf16(utf8).size() : utf8.size();
+  if (characters > limit) {
+    Refuse(ErrorKind::Constraint, context, column,
+           "text of " + std::to_string(characters) + " characters does not fit the column (" +
+               std::to_string(limit) + " characters)");
+  }
+}
+
 // Parses "YYYY-MM-DD[ HH:MM[:SS]]" or "M/D/YYYY[ HH:MM[:SS]]".
 bool ParseDateText(const std::string& text, double& result) {
   int a = 0, b = 0, c = 0, hour = 0, minute = 0, second = 0;
@@ -202,13 +217,16 @@ std::vector<std::byte> EncodeText(std::u16string_view text, bool compress) {
 }
 
 void AppendEncodedText(std::string_view utf8, bool compress, std::vector<std::byte>& out) {
-  bool ascii = true;
-  bool has_zero = false;
+  // One pass without branches: any byte with the high bit set, and the smallest byte.
+  unsigned char high = 0;
+  unsigned char lowest = 0xFF;
   for (char c : utf8) {
-    ascii = ascii && static_cast<unsigned char>(c) < 0x80;
-    has_zero = has_zero || c == 0;
+    auto byte = static_cast<unsigned char>(c);
+    high |= byte;
+    lowest = std::min(lowest, byte);
   }
-  if (!ascii) {
+  bool has_zero = !utf8.empty() && lowest == 0;
+  if (high & 0x80) {
     std::vector<std::byte> encoded = EncodeText(Utf8ToUtf16(utf8), compress);
     out.insert(out.end(), encoded.begin(), encoded.end());
     return;
@@ -407,6 +425,13 @@ Bytes RowEncoder::Encode(const std::vector<Value>& values, const LongValueWriter
 
 Value CoerceToColumn(const ColumnDefinition& column, Value value, const std::string& context) {
   using Kind = Value::Kind;
+  if (value.kind == Kind::Text && IsTextType(column.type)) {
+    // The common case: text into a text column, moved through after the length check.
+    value.integer = 0;
+    value.number = 0;
+    if (column.type == ColumnType::Text) CheckTextLength(column, value.bytes, context);
+    return value;
+  }
   if (column.type == ColumnType::Boolean) return Value::Bool(!value.is_null() && value.AsBool());
   if (value.is_null()) return Value::Null();
   bool empty_text = value.kind == Kind::Text && value.bytes.find_first_not_of(' ') == std::string::npos;
@@ -469,16 +494,7 @@ Value CoerceToColumn(const ColumnDefinition& column, Value value, const std::str
       } else {
         text = Value::String(value.kind == Kind::Boolean ? (value.integer ? "True" : "False") : value.AsText());
       }
-      if (column.type == ColumnType::Text) {
-        bool ascii = std::all_of(text.bytes.begin(), text.bytes.end(),
-                                 [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-        std::size_t characters = ascii ? text.bytes.size() : Utf8ToUtf16(text.bytes).size();
-        if (characters > static_cast<std::size_t>(column.length / 2)) {
-          Refuse(ErrorKind::Constraint, context, column,
-                 "text of " + std::to_string(characters) + " characters does not fit the column (" +
-                     std::to_string(column.length / 2) + " characters)");
-        }
-      }
+      if (column.type == ColumnType::Text) CheckTextLength(column, text.bytes, context);
       return text;
     }
     case ColumnType::Binary:
