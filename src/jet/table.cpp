@@ -19,36 +19,40 @@ namespace qorvane::jet {
 using namespace format;
 
 // Row ids by a hash of their (case-folded) key values; candidates are checked against the row.
-// Open addressing in one flat array (linear probing, removed entries left as tombstones until
-// the next growth), so that keeping it current costs no allocation per row.
+// Open addressing in one flat array of 8-byte entries (32 bits of the hash and the row id;
+// linear probing; removed entries stay as tombstones until the next growth), so keeping it
+// current costs no allocation per row. Row id 0 (page 0 is the header) marks an empty entry.
 class HashIndex {
  public:
   explicit HashIndex(std::vector<std::size_t> columns) : columns_(std::move(columns)) {}
   const std::vector<std::size_t>& columns() const { return columns_; }
   void Add(std::uint64_t hash, RowId row) {
     if ((occupied_ + 1) * 4 > entries_.size() * 3) Grow(live_ + 1);
-    Place(hash, row);
+    Place(Tag(hash), row);
   }
   void Remove(std::uint64_t hash, RowId row) {
     if (entries_.empty()) return;
-    for (std::size_t at = Home(hash);; at = (at + 1) & mask_) {
+    std::uint32_t tag = Tag(hash);
+    for (std::size_t at = tag & mask_;; at = (at + 1) & mask_) {
       Entry& entry = entries_[at];
-      if (entry.state == State::Empty) return;
-      if (entry.state == State::Live && entry.hash == hash && entry.row == row) {
-        entry.state = State::Removed;
+      if (entry.row == kEmpty) return;
+      if (entry.row == row && entry.tag == tag) {
+        entry.row = kRemoved;
         --live_;
         return;
       }
     }
   }
-  // Rows stored under HASH, in table order; nothing allocated when there are none.
+  // Rows stored under HASH (and perhaps a few others sharing its 32 bits), in table order;
+  // nothing allocated when there are none.
   std::vector<RowId> Candidates(std::uint64_t hash) const {
     std::vector<RowId> found;
     if (entries_.empty()) return found;
-    for (std::size_t at = Home(hash);; at = (at + 1) & mask_) {
+    std::uint32_t tag = Tag(hash);
+    for (std::size_t at = tag & mask_;; at = (at + 1) & mask_) {
       const Entry& entry = entries_[at];
-      if (entry.state == State::Empty) break;
-      if (entry.state == State::Live && entry.hash == hash) found.push_back(entry.row);
+      if (entry.row == kEmpty) break;
+      if (entry.row != kRemoved && entry.tag == tag) found.push_back(entry.row);
     }
     std::sort(found.begin(), found.end());
     return found;
@@ -58,40 +62,40 @@ class HashIndex {
   }
 
  private:
-  enum class State : std::uint32_t { Empty, Live, Removed };
+  static constexpr RowId kEmpty = 0;
+  static constexpr RowId kRemoved = 0xFFFFFFFFu;  // page 2^24 - 1 lies past any Jet file
   struct Entry {
-    std::uint64_t hash = 0;
-    RowId row = 0;
-    State state = State::Empty;
+    std::uint32_t tag = 0;
+    RowId row = kEmpty;
   };
-  std::size_t Home(std::uint64_t hash) const {
-    // Mixes the high bits down so that the slot does not depend on the low bits alone.
+  static std::uint32_t Tag(std::uint64_t hash) {
+    // Mixes all 64 bits into the 32 kept, whose low bits also pick the home slot.
     hash ^= hash >> 33;
     hash *= 0xff51afd7ed558ccdull;
     hash ^= hash >> 33;
-    return static_cast<std::size_t>(hash) & mask_;
+    return static_cast<std::uint32_t>(hash);
   }
-  void Place(std::uint64_t hash, RowId row) {
-    for (std::size_t at = Home(hash);; at = (at + 1) & mask_) {
+  void Place(std::uint32_t tag, RowId row) {
+    for (std::size_t at = tag & mask_;; at = (at + 1) & mask_) {
       Entry& entry = entries_[at];
-      if (entry.state == State::Live) continue;
-      if (entry.state == State::Empty) ++occupied_;
-      entry = Entry{hash, row, State::Live};
+      if (entry.row != kEmpty && entry.row != kRemoved) continue;
+      if (entry.row == kEmpty) ++occupied_;
+      entry = Entry{tag, row};
       ++live_;
       return;
     }
   }
-  // Room for COUNT live entries at most three quarters full; tombstones are dropped.
+  // Room for COUNT entries at most half full; tombstones are dropped.
   void Grow(std::size_t count) {
     std::size_t size = 16;
-    while (size * 3 < (count + 1) * 4 * 2) size *= 2;
+    while (size < 2 * count) size *= 2;
     std::vector<Entry> old = std::move(entries_);
     entries_.assign(size, Entry{});
     mask_ = size - 1;
     occupied_ = 0;
     live_ = 0;
     for (const Entry& entry : old) {
-      if (entry.state == State::Live) Place(entry.hash, entry.row);
+      if (entry.row != kEmpty && entry.row != kRemoved) Place(entry.tag, entry.row);
     }
   }
 
@@ -401,17 +405,28 @@ Table::Location Table::PlaceRow(Bytes row, std::uint16_t flags) {
 }
 
 std::uint32_t Table::LongValuePage(const ColumnDefinition& column, std::size_t length) {
-  const LongValueMaps* maps = nullptr;
-  for (const auto& entry : definition_.long_value_maps) {
-    if (entry.column_id == column.id) maps = &entry;
+  // The column's maps are looked up once per column and kept, with the page being filled.
+  LongValueColumn* state = nullptr;
+  for (auto& entry : long_value_columns_) {
+    if (entry.column_id == column.id) state = &entry;
   }
-  if (!maps) {
-    throw Error(ErrorKind::Corrupt, store_.file_name() + ": table " + name_ + ", column " + column.name +
-                                        ": no long-value page map in the table definition");
+  if (!state) {
+    const LongValueMaps* maps = nullptr;
+    for (const auto& entry : definition_.long_value_maps) {
+      if (entry.column_id == column.id) maps = &entry;
+    }
+    if (!maps) {
+      throw Error(ErrorKind::Corrupt, store_.file_name() + ": table " + name_ + ", column " + column.name +
+                                          ": no long-value page map in the table definition");
+    }
+    state = &long_value_columns_.emplace_back();
+    state->column_id = column.id;
+    state->owned = &Map(maps->owned, "column " + column.name + " long-value pages");
+    state->free = &Map(maps->free, "column " + column.name + " free long-value pages");
   }
-  UsageMap& owned = Map(maps->owned, "column " + column.name + " long-value pages");
-  UsageMap& free = Map(maps->free, "column " + column.name + " free long-value pages");
-  std::uint32_t& tail = long_value_tails_[column.id];
+  UsageMap& owned = *state->owned;
+  UsageMap& free = *state->free;
+  std::uint32_t& tail = state->tail;
   if (tail == 0) {
     auto last = free.LastSet();
     if (last && *last < store_.page_count() && owned.Contains(*last)) {
@@ -679,7 +694,7 @@ void Table::StoreChanges() {
   for (auto& [where, map] : maps_) map->Store(store_);
   definition_.StoreCounters(store_, distinct_keys);
   data_tail_ = 0;
-  long_value_tails_.clear();
+  for (auto& entry : long_value_columns_) entry.tail = 0;
   changed_ = false;
 }
 

@@ -121,7 +121,14 @@ class Table {
   std::vector<RowId> rows_;
   std::unordered_set<RowId> deleted_;  // still in rows_ until the next RowIds()
   std::uint32_t data_tail_ = 0;
-  std::unordered_map<std::uint16_t, std::uint32_t> long_value_tails_;
+  // Per long-value column: its page maps and the page being filled.
+  struct LongValueColumn {
+    std::uint16_t column_id = 0;
+    UsageMap* owned = nullptr;
+    UsageMap* free = nullptr;
+    std::uint32_t tail = 0;
+  };
+  std::vector<LongValueColumn> long_value_columns_;
   std::unordered_map<std::uint32_t, std::unique_ptr<UsageMap>> maps_;  // by encoded pointer
   std::vector<std::unique_ptr<HashIndex>> hashes_;
   std::optional<std::vector<UniqueKey>> unique_keys_;
