@@ -32,6 +32,14 @@ index::KeyValue ToKeyValue(const ColumnDefinition& column, const Value& value) {
   return index::Null{};
 }
 
+// Text as a key, with lone surrogate halves replaced as a round trip through UTF-8 replaces them
+// (the form every other path hands to the index module).
+index::KeyValue TextKey(std::u16string text) {
+  bool surrogates = std::any_of(text.begin(), text.end(), [](char16_t c) { return c >= 0xD800 && c < 0xE000; });
+  if (surrogates) return Utf8ToUtf16(Utf16ToUtf8(text));
+  return text;
+}
+
 }  // namespace
 
 std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
@@ -94,10 +102,20 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
   std::size_t scanned = 0;
   for (RowId row : rows) {
     if (++scanned % 4096 == 0) store.TrimCache();
-    std::vector<std::byte> bytes = table.ReadRowBytes(row);
+    Bytes bytes = table.RowBytes(row);
     for (std::size_t i = 0; i < layouts.size(); ++i) {
       key_values.clear();
       for (std::size_t position : layouts[i].positions) {
+        if (definition.columns[position].type == ColumnType::Text) {
+          // Text keys go from the stored bytes to UTF-16 without a detour through UTF-8.
+          std::optional<Bytes> stored = ColumnBytes(definition, position, bytes, where);
+          if (!stored) {
+            key_values.push_back(index::Null{});
+          } else {
+            key_values.push_back(TextKey(DecodeTextUtf16(*stored)));
+          }
+          continue;
+        }
         Value value = DecodeColumn(definition, position, bytes,
                                    [&table](Bytes descriptor, const ColumnDefinition& column) {
                                      return table.ReadLongValue(descriptor, column);

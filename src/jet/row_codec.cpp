@@ -109,20 +109,19 @@ Value DecodeVariable(const ColumnDefinition& column, Bytes data, const LongValue
   }
 }
 
-Value DecodeOne(const ColumnDefinition& column, Bytes row, const RowFrame& frame,
-                const LongValueReader& long_values, const std::string& context) {
-  bool present = Present(row, frame, column.id);
-  if (column.type == ColumnType::Boolean) return Value::Bool(present);
-  if (!present) return Value::Null();
+// Where a (non-Boolean) column's value lies in ROW; nullopt when it is null.
+std::optional<Bytes> Locate(const ColumnDefinition& column, Bytes row, const RowFrame& frame,
+                            const std::string& context) {
+  if (!Present(row, frame, column.id)) return std::nullopt;
   if (column.is_fixed()) {
     std::size_t size = FixedSize(column);
     std::size_t start = 2 + column.fixed_offset;
     if (start + size > frame.mask_start) {
       DamagedRow(context + ", column " + column.name, "fixed value lies outside the row");
     }
-    return DecodeFixed(column, row.subspan(start, size));
+    return row.subspan(start, size);
   }
-  if (column.variable_slot >= frame.variable_count) return Value::Null();
+  if (column.variable_slot >= frame.variable_count) return std::nullopt;
   std::size_t start = Get16(row, frame.offsets_start - 2 * column.variable_slot);
   std::size_t end = column.variable_slot + 1u < frame.variable_count
                         ? Get16(row, frame.offsets_start - 2 * (column.variable_slot + 1))
@@ -131,7 +130,15 @@ Value DecodeOne(const ColumnDefinition& column, Bytes row, const RowFrame& frame
     DamagedRow(context + ", column " + column.name,
                "variable value at " + std::to_string(start) + ".." + std::to_string(end) + " is out of order");
   }
-  return DecodeVariable(column, row.subspan(start, end - start), long_values);
+  return row.subspan(start, end - start);
+}
+
+Value DecodeOne(const ColumnDefinition& column, Bytes row, const RowFrame& frame,
+                const LongValueReader& long_values, const std::string& context) {
+  if (column.type == ColumnType::Boolean) return Value::Bool(Present(row, frame, column.id));
+  std::optional<Bytes> stored = Locate(column, row, frame, context);
+  if (!stored) return Value::Null();
+  return column.is_fixed() ? DecodeFixed(column, *stored) : DecodeVariable(column, *stored, long_values);
 }
 
 [[noreturn]] void Refuse(ErrorKind kind, const std::string& context, const ColumnDefinition& column,
@@ -174,7 +181,9 @@ bool ParseDateText(const std::string& text, double& result) {
 
 }  // namespace
 
-std::string DecodeText(Bytes stored) {
+std::string DecodeText(Bytes stored) { return Utf16ToUtf8(DecodeTextUtf16(stored)); }
+
+std::u16string DecodeTextUtf16(Bytes stored) {
   std::u16string text;
   if (stored.size() >= 2 && Get8(stored, 0) == kCompressedTextMarker0 && Get8(stored, 1) == kCompressedTextMarker1) {
     bool one_byte = true;
@@ -193,7 +202,7 @@ std::string DecodeText(Bytes stored) {
     text.reserve(stored.size() / 2);
     for (std::size_t i = 0; i + 1 < stored.size(); i += 2) text.push_back(Get16(stored, i));
   }
-  return Utf16ToUtf8(text);
+  return text;
 }
 
 std::vector<std::byte> EncodeText(std::u16string_view text, bool compress) {
@@ -257,6 +266,12 @@ std::vector<Value> DecodeRow(const TableDefinition& definition, Bytes row, const
     values.push_back(DecodeOne(column, row, frame, long_values, context));
   }
   return values;
+}
+
+std::optional<Bytes> ColumnBytes(const TableDefinition& definition, std::size_t column, Bytes row,
+                                 const std::string& context) {
+  RowFrame frame = ReadFrame(definition, row, context);
+  return Locate(definition.columns[column], row, frame, context);
 }
 
 Value DecodeColumn(const TableDefinition& definition, std::size_t column, Bytes row,

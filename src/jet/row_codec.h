@@ -5,6 +5,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,6 +27,7 @@ using LongValueWriter =
 // Text bytes as stored (compressed or UCS-2LE) to UTF-8, and back. COMPRESS asks for Jet's
 // compression when it makes the value shorter and every character allows it.
 std::string DecodeText(Bytes stored);
+std::u16string DecodeTextUtf16(Bytes stored);
 std::vector<std::byte> EncodeText(std::u16string_view text, bool compress);
 // The same from UTF-8, appended to OUT (plain ASCII goes straight through without widening).
 void AppendEncodedText(std::string_view utf8, bool compress, std::vector<std::byte>& out);
@@ -37,6 +39,11 @@ std::vector<Value> DecodeRow(const TableDefinition& definition, Bytes row, const
 // Decodes one column only (for hashing keys without decoding the whole row).
 Value DecodeColumn(const TableDefinition& definition, std::size_t column, Bytes row,
                    const LongValueReader& long_values, const std::string& context);
+
+// The stored bytes of one column of ROW (for a long value, its descriptor); nullopt when the
+// value is null. Not for Boolean columns, whose value is the null-mask bit.
+std::optional<Bytes> ColumnBytes(const TableDefinition& definition, std::size_t column, Bytes row,
+                                 const std::string& context);
 
 // Encodes rows of one table. The layout (column count, fixed region, variable slots) is worked
 // out once from the definition, and the buffers are kept from row to row, so encoding a row

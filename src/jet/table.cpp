@@ -302,12 +302,17 @@ Table::Location Table::Resolve(RowId row, std::uint16_t* header_flags) {
   return location;
 }
 
-std::vector<std::byte> Table::ReadRowBytes(RowId row) {
+Bytes Table::RowBytes(RowId row) {
   Location location = Resolve(row);
   Bytes page = store_.Read(location.page);
   auto extent = FindRow(page, location.slot);
   if (!extent) throw Error(ErrorKind::Corrupt, Context(row) + ": relocated row is missing");
-  return std::vector<std::byte>(page.begin() + extent->start, page.begin() + extent->end);
+  return page.subspan(extent->start, extent->end - extent->start);
+}
+
+std::vector<std::byte> Table::ReadRowBytes(RowId row) {
+  Bytes bytes = RowBytes(row);
+  return std::vector<std::byte>(bytes.begin(), bytes.end());
 }
 
 std::vector<Value> Table::ReadRow(RowId row) {

@@ -93,6 +93,8 @@ class Table {
   void LoadRows();
   Location Resolve(RowId row, std::uint16_t* header_flags = nullptr);
   std::vector<std::byte> ReadRowBytes(RowId row);
+  // The row's bytes in the page cache, valid until the next TrimCache.
+  Bytes RowBytes(RowId row);
   std::vector<std::byte> ReadLongValue(Bytes descriptor, const ColumnDefinition& column);
   void WriteLongValue(Bytes data, const ColumnDefinition& column, bool inline_allowed, std::vector<std::byte>& out);
   // The row's bytes, valid until the next Encode.
