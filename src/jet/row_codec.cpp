@@ -529,4 +529,15 @@ Value CoerceToColumn(const ColumnDefinition& column, Value value, const std::str
   return value;
 }
 
+void CoerceInPlace(const ColumnDefinition& column, Value& value, const std::string& context) {
+  if (column.type != ColumnType::Boolean && value.is_null()) return;
+  if (value.kind == Value::Kind::Text && IsTextType(column.type)) {
+    value.integer = 0;
+    value.number = 0;
+    if (column.type == ColumnType::Text) CheckTextLength(column, value.bytes, context);
+    return;
+  }
+  value = CoerceToColumn(column, std::move(value), context);
+}
+
 }  // namespace qorvane::jet

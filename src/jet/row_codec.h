@@ -77,5 +77,8 @@ class RowEncoder {
 // checking text length against the column. Text is moved, not copied. Throws
 // Constraint/InvalidArgument naming CONTEXT.
 Value CoerceToColumn(const ColumnDefinition& column, Value value, const std::string& context);
+// The same in place: nulls and text for text columns, the bulk of most rows, are checked
+// where they are without moving them.
+void CoerceInPlace(const ColumnDefinition& column, Value& value, const std::string& context);
 
 }  // namespace qorvane::jet

@@ -609,7 +609,7 @@ RowId Table::Insert(std::vector<Value> values) {
   std::uint32_t auto_number = definition_.auto_number;
   for (std::size_t i = 0; i < values.size(); ++i) {
     const ColumnDefinition& column = definition_.columns[i];
-    values[i] = CoerceToColumn(column, std::move(values[i]), context);
+    CoerceInPlace(column, values[i], context);
     if (column.is_auto_number()) {
       if (values[i].is_null()) {
         auto_number = static_cast<std::uint32_t>(auto_number + definition_.auto_increment);
@@ -642,7 +642,7 @@ void Table::Update(RowId row, std::vector<Value> values) {
   std::vector<Value> old_values = ReadRow(row);
   values.resize(definition_.columns.size());
   for (std::size_t i = 0; i < values.size(); ++i) {
-    values[i] = CoerceToColumn(definition_.columns[i], std::move(values[i]), context);
+    CoerceInPlace(definition_.columns[i], values[i], context);
     if (definition_.columns[i].is_auto_number() && values[i].integer > static_cast<std::int32_t>(definition_.auto_number)) {
       definition_.auto_number = static_cast<std::uint32_t>(values[i].integer);
     }
