@@ -79,13 +79,25 @@ const char* const kCities[] = {"Springfield", "Riverton", "Fairview", "Greenvill
 const char* const kClients[] = {"First National Bank", "Countrywide Lending", "Hometown Mortgage",
                                 "Union Savings", "Pioneer Credit", "Liberty Federal", "Summit Financial"};
 
+// The notes text: character (i + 7k) mod 31 of the alphabet below for row i, position k. As 9
+// is the inverse of 7 modulo 31 that is character (k + 9i) mod 31 of one period of kNotesCycle,
+// so each row's notes are a slice of one precomputed string.
+constexpr const char* kNotesAlphabet = "abcdefgh ijklmnop qrstuv wxyz. ";
+const std::string& NotesCycle() {
+  static const std::string cycle = [] {
+    std::string text(31 + 400, ' ');
+    for (std::size_t j = 0; j < text.size(); ++j) text[j] = kNotesAlphabet[(7 * j) % 31];
+    return text;
+  }();
+  return cycle;
+}
+
 std::vector<Value> MakeRow(const PropertyColumns& columns, std::size_t width, int i, std::mt19937& random) {
   std::vector<Value> row(width);
   std::string street = std::to_string(10 + i % 9000) + " " + kStreets[i % 7];
   std::string city = kCities[(i / 7) % 6];
   std::string person = "Owner " + std::to_string(i % 5003);
-  std::string notes(50 + random() % 351, ' ');
-  for (std::size_t k = 0; k < notes.size(); ++k) notes[k] = "abcdefgh ijklmnop qrstuv wxyz. "[(i + k * 7) % 31];
+  std::string notes = NotesCycle().substr((9u * static_cast<unsigned>(i)) % 31, 50 + random() % 351);
   // Fields in the order of PropertyColumns' list.
   for (std::size_t field = 0; field < columns.named.size(); ++field) {
     Value& value = row[columns.named[field].first];

@@ -3,6 +3,7 @@
 #include "jet/index_rebuild.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "common/error.h"
@@ -30,6 +31,14 @@ index::KeyValue ToKeyValue(const ColumnDefinition& column, const Value& value) {
     case Kind::Binary: return std::vector<std::uint8_t>(value.bytes.begin(), value.bytes.end());
   }
   return index::Null{};
+}
+
+// Text as a key, with lone surrogate halves replaced as a round trip through UTF-8 replaces them
+// (the form every other path hands to the index module).
+index::KeyValue TextKey(std::u16string text) {
+  bool surrogates = std::any_of(text.begin(), text.end(), [](char16_t c) { return c >= 0xD800 && c < 0xE000; });
+  if (surrogates) return Utf8ToUtf16(Utf16ToUtf8(text));
+  return text;
 }
 
 }  // namespace
@@ -94,10 +103,20 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
   std::size_t scanned = 0;
   for (RowId row : rows) {
     if (++scanned % 4096 == 0) store.TrimCache();
-    std::vector<std::byte> bytes = table.ReadRowBytes(row);
+    Bytes bytes = table.RowBytes(row);
     for (std::size_t i = 0; i < layouts.size(); ++i) {
       key_values.clear();
       for (std::size_t position : layouts[i].positions) {
+        if (definition.columns[position].type == ColumnType::Text) {
+          // Text keys go from the stored bytes to UTF-16 without a detour through UTF-8.
+          std::optional<Bytes> stored = ColumnBytes(definition, position, bytes, where);
+          if (!stored) {
+            key_values.push_back(index::Null{});
+          } else {
+            key_values.push_back(TextKey(DecodeTextUtf16(*stored)));
+          }
+          continue;
+        }
         Value value = DecodeColumn(definition, position, bytes,
                                    [&table](Bytes descriptor, const ColumnDefinition& column) {
                                      return table.ReadLongValue(descriptor, column);
@@ -122,9 +141,7 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
   // free everything before the next index.
   for (std::size_t i = 0; i < layouts.size(); ++i) {
     Keys& list = keys[i];
-    std::vector<std::uint32_t> order(list.rows.size());
-    for (std::size_t k = 0; k < order.size(); ++k) order[k] = static_cast<std::uint32_t>(k);
-    std::sort(order.begin(), order.end(), [&list](std::uint32_t a, std::uint32_t b) {
+    auto key_less = [&list](std::uint32_t a, std::uint32_t b) {
       auto left = list.Key(a), right = list.Key(b);
       std::size_t common = std::min(left.size(), right.size());
       if (common > 0) {
@@ -136,15 +153,37 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
       index::Entry x{{left.begin(), left.end()}, list.rows[a] >> 8, static_cast<std::uint8_t>(list.rows[a] & 0xFF)};
       index::Entry y{{right.begin(), right.end()}, list.rows[b] >> 8, static_cast<std::uint8_t>(list.rows[b] & 0xFF)};
       return index::EntryLess(x, y);
+    };
+    // Sorted on the first 8 key bytes held beside the key number, which keeps most comparisons
+    // out of the arena; keys whose first difference is not inside both prefixes go to KEY_LESS.
+    struct SortItem {
+      std::uint64_t prefix = 0;  // first bytes, big-endian, zero-padded
+      std::uint32_t key = 0;
+      std::uint32_t length = 0;
+    };
+    std::vector<SortItem> order(list.rows.size());
+    for (std::size_t k = 0; k < order.size(); ++k) {
+      auto key = list.Key(k);
+      std::uint64_t prefix = 0;
+      for (std::size_t b = 0; b < 8; ++b) prefix = (prefix << 8) | (b < key.size() ? key[b] : 0u);
+      order[k] = {prefix, static_cast<std::uint32_t>(k), static_cast<std::uint32_t>(key.size())};
+    }
+    std::sort(order.begin(), order.end(), [&key_less](const SortItem& a, const SortItem& b) {
+      if (a.prefix != b.prefix) {
+        std::uint32_t first_difference = static_cast<std::uint32_t>(std::countl_zero(a.prefix ^ b.prefix)) / 8;
+        if (first_difference < a.length && first_difference < b.length) return a.prefix < b.prefix;
+      }
+      return key_less(a.key, b.key);
     });
     std::vector<index::Entry> entries;
     entries.reserve(order.size());
-    for (std::uint32_t k : order) {
+    for (const SortItem& item : order) {
+      std::uint32_t k = item.key;
       auto key = list.Key(k);
       entries.push_back({{key.begin(), key.end()}, list.rows[k] >> 8, static_cast<std::uint8_t>(list.rows[k] & 0xFF)});
     }
     list = Keys();
-    std::vector<std::uint32_t>().swap(order);
+    std::vector<SortItem>().swap(order);
 
     RealIndexDefinition& real = definition.real_indexes[i];
     UsageMap& map = table.Map(real.usage_map, "index " + std::to_string(i) + " pages");

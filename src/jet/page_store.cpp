@@ -179,8 +179,7 @@ PageStore::CachedPage& PageStore::Load(std::uint32_t page) {
                                         " lies past the end of the file (" +
                                         std::to_string(page_count_) + " pages)");
   }
-  auto cached = std::make_unique<CachedPage>();
-  cached->bytes.fill(std::byte{0});
+  auto cached = NewCachedPage();
   std::uint64_t offset = static_cast<std::uint64_t>(page) * kPageSize;
   if (from_buffer_) {
     std::size_t n = std::min<std::size_t>(kPageSize, buffer_.size() - offset);
@@ -231,8 +230,7 @@ std::uint32_t PageStore::Allocate() {
     page = page_count_++;
   }
   if (global_map_->InRange(page)) global_map_->Set(page, false);
-  auto cached = std::make_unique<CachedPage>();
-  cached->bytes.fill(std::byte{0});
+  auto cached = NewCachedPage();
   cached->dirty = true;
   cache_[page] = std::move(cached);
   return page;
@@ -251,7 +249,23 @@ void PageStore::Free(std::uint32_t page) {
 void PageStore::TrimCache() {
   if (cache_.size() < kCacheLimitPages) return;
   FlushDirty();
+  // The page buffers are kept for the pages read next: a bulk load goes through many times the
+  // cache's size, and reusing them saves allocating and faulting in fresh memory each time.
+  for (auto& [number, cached] : cache_) spare_pages_.push_back(std::move(cached));
   cache_.clear();
+}
+
+std::unique_ptr<PageStore::CachedPage> PageStore::NewCachedPage() {
+  std::unique_ptr<CachedPage> cached;
+  if (spare_pages_.empty()) {
+    cached = std::make_unique<CachedPage>();
+  } else {
+    cached = std::move(spare_pages_.back());
+    spare_pages_.pop_back();
+  }
+  cached->bytes.fill(std::byte{0});
+  cached->dirty = false;
+  return cached;
 }
 
 void PageStore::FlushDirty() {

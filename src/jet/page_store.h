@@ -65,6 +65,8 @@ class PageStore {
   };
   PageStore() = default;
   CachedPage& Load(std::uint32_t page);
+  // A zeroed page buffer, reused from an earlier trim when there is one.
+  std::unique_ptr<CachedPage> NewCachedPage();
   void EnsureWorkCopy();
   void FlushDirty();
   void ReleaseLock();
@@ -82,6 +84,7 @@ class PageStore {
   bool from_buffer_ = false;
   std::uint32_t page_count_ = 0;
   std::unordered_map<std::uint32_t, std::unique_ptr<CachedPage>> cache_;
+  std::vector<std::unique_ptr<CachedPage>> spare_pages_;
   // Global free-page map (page 1, row 0; a set bit means free), loaded on the first Allocate.
   std::unique_ptr<UsageMap> global_map_;
   std::vector<std::uint32_t> reusable_pages_;  // freed in this session

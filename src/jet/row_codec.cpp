@@ -109,20 +109,19 @@ Value DecodeVariable(const ColumnDefinition& column, Bytes data, const LongValue
   }
 }
 
-Value DecodeOne(const ColumnDefinition& column, Bytes row, const RowFrame& frame,
-                const LongValueReader& long_values, const std::string& context) {
-  bool present = Present(row, frame, column.id);
-  if (column.type == ColumnType::Boolean) return Value::Bool(present);
-  if (!present) return Value::Null();
+// Where a (non-Boolean) column's value lies in ROW; nullopt when it is null.
+std::optional<Bytes> Locate(const ColumnDefinition& column, Bytes row, const RowFrame& frame,
+                            const std::string& context) {
+  if (!Present(row, frame, column.id)) return std::nullopt;
   if (column.is_fixed()) {
     std::size_t size = FixedSize(column);
     std::size_t start = 2 + column.fixed_offset;
     if (start + size > frame.mask_start) {
       DamagedRow(context + ", column " + column.name, "fixed value lies outside the row");
     }
-    return DecodeFixed(column, row.subspan(start, size));
+    return row.subspan(start, size);
   }
-  if (column.variable_slot >= frame.variable_count) return Value::Null();
+  if (column.variable_slot >= frame.variable_count) return std::nullopt;
   std::size_t start = Get16(row, frame.offsets_start - 2 * column.variable_slot);
   std::size_t end = column.variable_slot + 1u < frame.variable_count
                         ? Get16(row, frame.offsets_start - 2 * (column.variable_slot + 1))
@@ -131,12 +130,35 @@ Value DecodeOne(const ColumnDefinition& column, Bytes row, const RowFrame& frame
     DamagedRow(context + ", column " + column.name,
                "variable value at " + std::to_string(start) + ".." + std::to_string(end) + " is out of order");
   }
-  return DecodeVariable(column, row.subspan(start, end - start), long_values);
+  return row.subspan(start, end - start);
+}
+
+Value DecodeOne(const ColumnDefinition& column, Bytes row, const RowFrame& frame,
+                const LongValueReader& long_values, const std::string& context) {
+  if (column.type == ColumnType::Boolean) return Value::Bool(Present(row, frame, column.id));
+  std::optional<Bytes> stored = Locate(column, row, frame, context);
+  if (!stored) return Value::Null();
+  return column.is_fixed() ? DecodeFixed(column, *stored) : DecodeVariable(column, *stored, long_values);
 }
 
 [[noreturn]] void Refuse(ErrorKind kind, const std::string& context, const ColumnDefinition& column,
                          const std::string& why) {
   throw Error(kind, context + ", column " + column.name + ": " + why);
+}
+
+// Refuses text longer than a Text column holds (characters, as UTF-16 units).
+void CheckTextLength(const ColumnDefinition& column, const std::string& utf8, const std::string& context) {
+  std::size_t limit = column.length / 2u;
+  // UTF-16 never has more units than UTF-8 has bytes: short text needs no counting.
+  if (utf8.size() <= limit) return;
+  unsigned char high = 0;
+  for (char c : utf8) high |= static_cast<unsigned char>(c);
+  std::size_t characters = (high & 0x80) ? Utf8ToUtf16(utf8).size() : utf8.size();
+  if (characters > limit) {
+    Refuse(ErrorKind::Constraint, context, column,
+           "text of " + std::to_string(characters) + " characters does not fit the column (" +
+               std::to_string(limit) + " characters)");
+  }
 }
 
 // Parses "YYYY-MM-DD[ HH:MM[:SS]]" or "M/D/YYYY[ HH:MM[:SS]]".
@@ -159,7 +181,9 @@ bool ParseDateText(const std::string& text, double& result) {
 
 }  // namespace
 
-std::string DecodeText(Bytes stored) {
+std::string DecodeText(Bytes stored) { return Utf16ToUtf8(DecodeTextUtf16(stored)); }
+
+std::u16string DecodeTextUtf16(Bytes stored) {
   std::u16string text;
   if (stored.size() >= 2 && Get8(stored, 0) == kCompressedTextMarker0 && Get8(stored, 1) == kCompressedTextMarker1) {
     bool one_byte = true;
@@ -178,7 +202,7 @@ std::string DecodeText(Bytes stored) {
     text.reserve(stored.size() / 2);
     for (std::size_t i = 0; i + 1 < stored.size(); i += 2) text.push_back(Get16(stored, i));
   }
-  return Utf16ToUtf8(text);
+  return text;
 }
 
 std::vector<std::byte> EncodeText(std::u16string_view text, bool compress) {
@@ -201,6 +225,38 @@ std::vector<std::byte> EncodeText(std::u16string_view text, bool compress) {
   return out;
 }
 
+void AppendEncodedText(std::string_view utf8, bool compress, std::vector<std::byte>& out) {
+  // One pass without branches: any byte with the high bit set, and the smallest byte.
+  unsigned char high = 0;
+  unsigned char lowest = 0xFF;
+  for (char c : utf8) {
+    auto byte = static_cast<unsigned char>(c);
+    high |= byte;
+    lowest = std::min(lowest, byte);
+  }
+  bool has_zero = !utf8.empty() && lowest == 0;
+  if (high & 0x80) {
+    std::vector<std::byte> encoded = EncodeText(Utf8ToUtf16(utf8), compress);
+    out.insert(out.end(), encoded.begin(), encoded.end());
+    return;
+  }
+  // ASCII: one UTF-16 unit per byte.
+  std::size_t at = out.size();
+  if (compress && !has_zero && utf8.size() > 2 && utf8.size() <= kMaxCompressedTextCharacters) {
+    out.resize(at + 2 + utf8.size());
+    out[at] = std::byte{kCompressedTextMarker0};
+    out[at + 1] = std::byte{kCompressedTextMarker1};
+    std::memcpy(out.data() + at + 2, utf8.data(), utf8.size());
+    return;
+  }
+  out.resize(at + 2 * utf8.size());
+  std::byte* target = out.data() + at;
+  for (char c : utf8) {
+    *target++ = static_cast<std::byte>(c);
+    *target++ = std::byte{0};
+  }
+}
+
 std::vector<Value> DecodeRow(const TableDefinition& definition, Bytes row, const LongValueReader& long_values,
                              const std::string& context) {
   RowFrame frame = ReadFrame(definition, row, context);
@@ -212,40 +268,65 @@ std::vector<Value> DecodeRow(const TableDefinition& definition, Bytes row, const
   return values;
 }
 
+std::optional<Bytes> ColumnBytes(const TableDefinition& definition, std::size_t column, Bytes row,
+                                 const std::string& context) {
+  RowFrame frame = ReadFrame(definition, row, context);
+  return Locate(definition.columns[column], row, frame, context);
+}
+
 Value DecodeColumn(const TableDefinition& definition, std::size_t column, Bytes row,
                    const LongValueReader& long_values, const std::string& context) {
   RowFrame frame = ReadFrame(definition, row, context);
   return DecodeOne(definition.columns[column], row, frame, long_values, context);
 }
 
-std::vector<std::byte> EncodeRow(const TableDefinition& definition, const std::vector<Value>& values,
-                                 const LongValueWriter& long_values, const std::string& context) {
-  std::size_t column_count = definition.max_columns;
-  std::size_t fixed_size = 0;
+RowEncoder::RowEncoder(const TableDefinition& definition) : definition_(definition) {
+  column_count_ = definition.max_columns;
+  variable_count_ = definition.variable_columns;
   for (const auto& column : definition.columns) {
-    column_count = std::max<std::size_t>(column_count, column.id + 1u);
-    if (column.is_fixed()) fixed_size = std::max(fixed_size, column.fixed_offset + FixedSize(column));
+    column_count_ = std::max<std::size_t>(column_count_, column.id + 1u);
+    if (column.is_fixed()) {
+      fixed_size_ = std::max(fixed_size_, column.fixed_offset + FixedSize(column));
+    } else {
+      variable_count_ = std::max<std::size_t>(variable_count_, column.variable_slot + 1u);
+    }
   }
-  std::size_t variable_count = definition.variable_columns;
-  for (const auto& column : definition.columns) {
-    if (!column.is_fixed()) variable_count = std::max<std::size_t>(variable_count, column.variable_slot + 1u);
-  }
-  std::vector<std::uint8_t> mask((column_count + 7) / 8, 0);
-  std::vector<std::byte> fixed(fixed_size, std::byte{0});
-  std::vector<std::vector<std::byte>> variable(variable_count);
-  // Encoded long values (before storing) so that the row size can be decided first.
-  std::vector<std::pair<std::size_t, std::vector<std::byte>>> pending_long;
-  for (std::size_t i = 0; i < definition.columns.size(); ++i) {
-    const ColumnDefinition& column = definition.columns[i];
-    const Value& value = i < values.size() ? values[i] : Value();
+  row_.reserve(kMaxRowSize);
+  mask_.resize((column_count_ + 7) / 8);
+  variable_.resize(variable_count_);
+}
+
+Bytes RowEncoder::Encode(const std::vector<Value>& values, const LongValueWriter& long_values,
+                         const std::string& context) {
+  std::size_t mask_size = (column_count_ + 7) / 8;
+  std::size_t fixed_start = 2;
+  // The fixed region and null mask are written straight into the row; variable values go to
+  // the scratch buffer first, because the long values' places depend on the size of the rest.
+  row_.assign(2 + fixed_size_, std::byte{0});
+  Put16(row_, 0, static_cast<std::uint16_t>(column_count_));
+  std::fill(mask_.begin(), mask_.end(), 0);
+  std::uint8_t* mask = mask_.data();
+  scratch_.clear();
+  pending_long_.clear();
+  for (Piece& piece : variable_) piece = Piece{};
+  const std::size_t column_total = definition_.columns.size();
+  const Value null_value;
+  for (std::size_t i = 0; i < column_total; ++i) {
+    const ColumnDefinition& column = definition_.columns[i];
+    const Value& value = i < values.size() ? values[i] : null_value;
+    auto set_present = [&] { mask[column.id / 8] |= static_cast<std::uint8_t>(1u << (column.id % 8)); };
     if (column.type == ColumnType::Boolean) {
-      if (value.integer) mask[column.id / 8] |= static_cast<std::uint8_t>(1u << (column.id % 8));
+      if (value.integer) set_present();
       continue;
     }
     if (value.is_null()) continue;
-    mask[column.id / 8] |= static_cast<std::uint8_t>(1u << (column.id % 8));
-    MutableBytes field(fixed.data() + (column.is_fixed() ? column.fixed_offset : 0),
-                       column.is_fixed() ? FixedSize(column) : 0);
+    set_present();
+    const bool fixed = column.is_fixed();
+    MutableBytes field = fixed ? MutableBytes(row_.data() + fixed_start + column.fixed_offset, FixedSize(column))
+                               : MutableBytes();
+    auto variable_piece = [&](std::size_t start) {
+      variable_[column.variable_slot] = Piece{i, start, scratch_.size() - start};
+    };
     switch (column.type) {
       case ColumnType::Byte: Put8(field, 0, static_cast<std::uint8_t>(value.integer)); break;
       case ColumnType::Integer: Put16(field, 0, static_cast<std::uint16_t>(value.integer)); break;
@@ -270,83 +351,102 @@ std::vector<std::byte> EncodeRow(const TableDefinition& definition, const std::v
         std::memcpy(field.data(), value.bytes.data(), std::min(field.size(), value.bytes.size()));
         break;
       case ColumnType::Text:
-        if (column.is_fixed()) {
+        if (fixed) {
           // Fixed-length text: uncompressed, padded with blanks.
           std::u16string text = Utf8ToUtf16(value.bytes);
           for (std::size_t k = 0; k < field.size() / 2; ++k) Put16(field, 2 * k, k < text.size() ? text[k] : u' ');
         } else {
-          variable[column.variable_slot] = EncodeText(Utf8ToUtf16(value.bytes), column.is_compressed());
+          std::size_t start = scratch_.size();
+          AppendEncodedText(value.bytes, column.is_compressed(), scratch_);
+          variable_piece(start);
         }
         break;
-      case ColumnType::Binary:
-        if (column.is_fixed()) {
+      case ColumnType::Binary: {
+        if (fixed) {
           std::memcpy(field.data(), value.bytes.data(), std::min(field.size(), value.bytes.size()));
           break;
         }
-        variable[column.variable_slot].assign(reinterpret_cast<const std::byte*>(value.bytes.data()),
-                                              reinterpret_cast<const std::byte*>(value.bytes.data()) + value.bytes.size());
-        break;
-      case ColumnType::Memo: {
-        std::u16string text = Utf8ToUtf16(value.bytes);
-        // Values that go to long-value pages in chains are stored uncompressed, as Access does.
-        bool compress = column.is_compressed() && text.size() * 2 <= kLongValueSinglePageLimit;
-        pending_long.emplace_back(i, EncodeText(text, compress));
+        std::size_t start = scratch_.size();
+        const auto* data = reinterpret_cast<const std::byte*>(value.bytes.data());
+        scratch_.insert(scratch_.end(), data, data + value.bytes.size());
+        variable_piece(start);
         break;
       }
-      case ColumnType::Ole:
-        pending_long.emplace_back(i, std::vector<std::byte>(reinterpret_cast<const std::byte*>(value.bytes.data()),
-                                                            reinterpret_cast<const std::byte*>(value.bytes.data()) + value.bytes.size()));
+      case ColumnType::Memo: {
+        std::size_t start = scratch_.size();
+        // Values that go to long-value pages in chains are stored uncompressed, as Access does.
+        // Encoded compressed first; a value too long for one page is encoded again without.
+        AppendEncodedText(value.bytes, column.is_compressed(), scratch_);
+        bool compressed = scratch_.size() - start >= 2 && scratch_[start] == std::byte{kCompressedTextMarker0} &&
+                          scratch_[start + 1] == std::byte{kCompressedTextMarker1};
+        if (compressed && 2 * (scratch_.size() - start - 2) > kLongValueSinglePageLimit) {
+          scratch_.resize(start);
+          AppendEncodedText(value.bytes, false, scratch_);
+        }
+        pending_long_.push_back(Piece{i, start, scratch_.size() - start});
         break;
+      }
+      case ColumnType::Ole: {
+        std::size_t start = scratch_.size();
+        const auto* data = reinterpret_cast<const std::byte*>(value.bytes.data());
+        scratch_.insert(scratch_.end(), data, data + value.bytes.size());
+        pending_long_.push_back(Piece{i, start, value.bytes.size()});
+        break;
+      }
       case ColumnType::Boolean: break;
     }
   }
   // Row size without long values, then decide which long values may stay inline.
-  std::size_t base = 2 + fixed_size + mask.size() + (variable_count > 0 ? 4 + 2 * variable_count : 0);
-  for (const auto& data : variable) base += data.size();
-  std::size_t inline_room = base + kLongValueDescriptorSize * pending_long.size();
-  std::vector<bool> allow_inline(pending_long.size(), false);
-  for (std::size_t k = 0; k < pending_long.size(); ++k) {
-    std::size_t size = pending_long[k].second.size();
-    if (size <= kLongValueInlineLimit && inline_room + size <= kMaxRowSize) {
-      allow_inline[k] = true;
-      inline_room += size;
+  std::size_t base = 2 + fixed_size_ + mask_size + (variable_count_ > 0 ? 4 + 2 * variable_count_ : 0);
+  for (const Piece& piece : variable_) base += piece.size;
+  std::size_t inline_room = base + kLongValueDescriptorSize * pending_long_.size();
+  for (const Piece& pending : pending_long_) {
+    bool allow_inline = pending.size <= kLongValueInlineLimit && inline_room + pending.size <= kMaxRowSize;
+    if (allow_inline) inline_room += pending.size;
+    const ColumnDefinition& column = definition_.columns[pending.column];
+    // The writer appends the descriptor (at most the data and 12 bytes) to the buffer that
+    // holds the data: make room first so the buffer does not move under it.
+    if (scratch_.capacity() - scratch_.size() < kLongValueDescriptorSize + pending.size) {
+      scratch_.reserve(2 * scratch_.capacity() + kLongValueDescriptorSize + pending.size);
     }
+    std::size_t start = scratch_.size();
+    long_values(Bytes(scratch_.data() + pending.start, pending.size), column, allow_inline, scratch_);
+    variable_[column.variable_slot] = Piece{pending.column, start, scratch_.size() - start};
   }
-  for (std::size_t k = 0; k < pending_long.size(); ++k) {
-    const ColumnDefinition& column = definition.columns[pending_long[k].first];
-    variable[column.variable_slot] = long_values(pending_long[k].second, column, allow_inline[k]);
-  }
-  std::vector<std::byte> row;
-  row.reserve(kMaxRowSize);
-  row.resize(2);
-  Put16(row, 0, static_cast<std::uint16_t>(column_count));
-  row.insert(row.end(), fixed.begin(), fixed.end());
-  std::vector<std::uint16_t> offsets(variable_count);
-  for (std::size_t slot = 0; slot < variable_count; ++slot) {
-    offsets[slot] = static_cast<std::uint16_t>(row.size());
-    row.insert(row.end(), variable[slot].begin(), variable[slot].end());
-  }
-  if (variable_count > 0) {
-    std::size_t end_of_data = row.size();
-    std::size_t trailer = row.size();
-    row.resize(trailer + 4 + 2 * variable_count);
-    Put16(row, trailer, static_cast<std::uint16_t>(end_of_data));
-    for (std::size_t slot = 0; slot < variable_count; ++slot) {
-      Put16(row, trailer + 2 + 2 * (variable_count - 1 - slot), offsets[slot]);
-    }
-    Put16(row, trailer + 2 + 2 * variable_count, static_cast<std::uint16_t>(variable_count));
-  }
-  for (std::uint8_t byte : mask) row.push_back(static_cast<std::byte>(byte));
-  if (row.size() > kMaxRowSize) {
-    throw Error(ErrorKind::Constraint, context + ": the row needs " + std::to_string(row.size()) +
+  std::size_t total = 2 + fixed_size_ + mask_size;
+  for (const Piece& piece : variable_) total += piece.size;
+  if (variable_count_ > 0) total += 4 + 2 * variable_count_;
+  if (total > kMaxRowSize) {
+    throw Error(ErrorKind::Constraint, context + ": the row needs " + std::to_string(total) +
                                            " bytes, more than the " + std::to_string(kMaxRowSize) +
                                            " a Jet row may hold");
   }
-  return row;
+  row_.resize(total);
+  std::size_t at = 2 + fixed_size_;
+  if (variable_count_ > 0) {
+    std::size_t trailer = total - mask_size - (4 + 2 * variable_count_);
+    for (std::size_t slot = 0; slot < variable_count_; ++slot) {
+      const Piece& piece = variable_[slot];
+      Put16(row_, trailer + 2 + 2 * (variable_count_ - 1 - slot), static_cast<std::uint16_t>(at));
+      if (piece.size > 0) std::memcpy(row_.data() + at, scratch_.data() + piece.start, piece.size);
+      at += piece.size;
+    }
+    Put16(row_, trailer, static_cast<std::uint16_t>(at));
+    Put16(row_, trailer + 2 + 2 * variable_count_, static_cast<std::uint16_t>(variable_count_));
+  }
+  std::memcpy(row_.data() + total - mask_size, mask_.data(), mask_size);
+  return row_;
 }
 
-Value CoerceToColumn(const ColumnDefinition& column, const Value& value, const std::string& context) {
+Value CoerceToColumn(const ColumnDefinition& column, Value value, const std::string& context) {
   using Kind = Value::Kind;
+  if (value.kind == Kind::Text && IsTextType(column.type)) {
+    // The common case: text into a text column, moved through after the length check.
+    value.integer = 0;
+    value.number = 0;
+    if (column.type == ColumnType::Text) CheckTextLength(column, value.bytes, context);
+    return value;
+  }
   if (column.type == ColumnType::Boolean) return Value::Bool(!value.is_null() && value.AsBool());
   if (value.is_null()) return Value::Null();
   bool empty_text = value.kind == Kind::Text && value.bytes.find_first_not_of(' ') == std::string::npos;
@@ -403,17 +503,13 @@ Value CoerceToColumn(const ColumnDefinition& column, const Value& value, const s
     }
     case ColumnType::Text:
     case ColumnType::Memo: {
-      Value text = Value::String(value.kind == Kind::Boolean ? (value.integer ? "True" : "False") : value.AsText());
-      if (column.type == ColumnType::Text) {
-        bool ascii = std::all_of(text.bytes.begin(), text.bytes.end(),
-                                 [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-        std::size_t characters = ascii ? text.bytes.size() : Utf8ToUtf16(text.bytes).size();
-        if (characters > static_cast<std::size_t>(column.length / 2)) {
-          Refuse(ErrorKind::Constraint, context, column,
-                 "text of " + std::to_string(characters) + " characters does not fit the column (" +
-                     std::to_string(column.length / 2) + " characters)");
-        }
+      Value text;
+      if (value.kind == Kind::Text) {
+        text = Value::String(std::move(value.bytes));
+      } else {
+        text = Value::String(value.kind == Kind::Boolean ? (value.integer ? "True" : "False") : value.AsText());
       }
+      if (column.type == ColumnType::Text) CheckTextLength(column, text.bytes, context);
       return text;
     }
     case ColumnType::Binary:
@@ -431,6 +527,17 @@ Value CoerceToColumn(const ColumnDefinition& column, const Value& value, const s
     case ColumnType::Boolean: break;
   }
   return value;
+}
+
+void CoerceInPlace(const ColumnDefinition& column, Value& value, const std::string& context) {
+  if (column.type != ColumnType::Boolean && value.is_null()) return;
+  if (value.kind == Value::Kind::Text && IsTextType(column.type)) {
+    value.integer = 0;
+    value.number = 0;
+    if (column.type == ColumnType::Text) CheckTextLength(column, value.bytes, context);
+    return;
+  }
+  value = CoerceToColumn(column, std::move(value), context);
 }
 
 }  // namespace qorvane::jet

@@ -5,7 +5,9 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "jet/bytes.h"
@@ -17,13 +19,18 @@ namespace qorvane::jet {
 // Reads a long value given its 12-byte descriptor followed by any inline data; returns the
 // value's raw bytes.
 using LongValueReader = std::function<std::vector<std::byte>(Bytes descriptor, const ColumnDefinition&)>;
-// Stores a long value and returns its descriptor (with inline data when INLINE_ALLOWED).
-using LongValueWriter = std::function<std::vector<std::byte>(Bytes data, const ColumnDefinition&, bool inline_allowed)>;
+// Stores a long value and appends its descriptor (with inline data when INLINE_ALLOWED) to
+// DESCRIPTOR.
+using LongValueWriter =
+    std::function<void(Bytes data, const ColumnDefinition&, bool inline_allowed, std::vector<std::byte>& descriptor)>;
 
 // Text bytes as stored (compressed or UCS-2LE) to UTF-8, and back. COMPRESS asks for Jet's
 // compression when it makes the value shorter and every character allows it.
 std::string DecodeText(Bytes stored);
+std::u16string DecodeTextUtf16(Bytes stored);
 std::vector<std::byte> EncodeText(std::u16string_view text, bool compress);
+// The same from UTF-8, appended to OUT (plain ASCII goes straight through without widening).
+void AppendEncodedText(std::string_view utf8, bool compress, std::vector<std::byte>& out);
 
 // Decodes every column of the definition (values in column order). CONTEXT names table and
 // row for errors; a damaged row throws Corrupt.
@@ -33,13 +40,45 @@ std::vector<Value> DecodeRow(const TableDefinition& definition, Bytes row, const
 Value DecodeColumn(const TableDefinition& definition, std::size_t column, Bytes row,
                    const LongValueReader& long_values, const std::string& context);
 
-// Encodes VALUES (one per column, column order; already converted to the column types) into
-// a row of at most kMaxRowSize bytes, or throws Constraint naming CONTEXT and the column.
-std::vector<std::byte> EncodeRow(const TableDefinition& definition, const std::vector<Value>& values,
-                                 const LongValueWriter& long_values, const std::string& context);
+// The stored bytes of one column of ROW (for a long value, its descriptor); nullopt when the
+// value is null. Not for Boolean columns, whose value is the null-mask bit.
+std::optional<Bytes> ColumnBytes(const TableDefinition& definition, std::size_t column, Bytes row,
+                                 const std::string& context);
+
+// Encodes rows of one table. The layout (column count, fixed region, variable slots) is worked
+// out once from the definition, and the buffers are kept from row to row, so encoding a row
+// allocates nothing once they have grown to the table's row size.
+class RowEncoder {
+ public:
+  explicit RowEncoder(const TableDefinition& definition);
+  // Encodes VALUES (one per column, column order; already converted to the column types) into
+  // a row of at most kMaxRowSize bytes, or throws Constraint naming CONTEXT and the column.
+  // The bytes stay valid until the next call.
+  Bytes Encode(const std::vector<Value>& values, const LongValueWriter& long_values, const std::string& context);
+
+ private:
+  struct Piece {
+    std::size_t column = 0;  // position in the definition
+    std::size_t start = 0;   // in the scratch buffer
+    std::size_t size = 0;
+  };
+  const TableDefinition& definition_;
+  std::size_t column_count_ = 0;
+  std::size_t fixed_size_ = 0;
+  std::size_t variable_count_ = 0;
+  std::vector<std::byte> row_;
+  std::vector<std::uint8_t> mask_;
+  std::vector<std::byte> scratch_;      // variable values, then long-value data, back to back
+  std::vector<Piece> variable_;         // by variable slot
+  std::vector<Piece> pending_long_;     // long values waiting for the inline decision
+};
 
 // Converts a caller's value to what a column stores (text to numbers, numbers to text, ...),
-// checking text length against the column. Throws Constraint/InvalidArgument naming CONTEXT.
-Value CoerceToColumn(const ColumnDefinition& column, const Value& value, const std::string& context);
+// checking text length against the column. Text is moved, not copied. Throws
+// Constraint/InvalidArgument naming CONTEXT.
+Value CoerceToColumn(const ColumnDefinition& column, Value value, const std::string& context);
+// The same in place: nulls and text for text columns, the bulk of most rows, are checked
+// where they are without moving them.
+void CoerceInPlace(const ColumnDefinition& column, Value& value, const std::string& context);
 
 }  // namespace qorvane::jet

@@ -19,32 +19,91 @@ namespace qorvane::jet {
 using namespace format;
 
 // Row ids by a hash of their (case-folded) key values; candidates are checked against the row.
+// Open addressing in one flat array of 8-byte entries (32 bits of the hash and the row id;
+// linear probing; removed entries stay as tombstones until the next growth), so keeping it
+// current costs no allocation per row. Row id 0 (page 0 is the header) marks an empty entry.
 class HashIndex {
  public:
   explicit HashIndex(std::vector<std::size_t> columns) : columns_(std::move(columns)) {}
   const std::vector<std::size_t>& columns() const { return columns_; }
-  void Add(std::uint64_t hash, RowId row) { rows_.emplace(hash, row); }
+  void Add(std::uint64_t hash, RowId row) {
+    if ((occupied_ + 1) * 4 > entries_.size() * 3) Grow(live_ + 1);
+    Place(Tag(hash), row);
+  }
   void Remove(std::uint64_t hash, RowId row) {
-    auto [first, last] = rows_.equal_range(hash);
-    for (auto it = first; it != last; ++it) {
-      if (it->second == row) {
-        rows_.erase(it);
+    if (entries_.empty()) return;
+    std::uint32_t tag = Tag(hash);
+    for (std::size_t at = tag & mask_;; at = (at + 1) & mask_) {
+      Entry& entry = entries_[at];
+      if (entry.row == kEmpty) return;
+      if (entry.row == row && entry.tag == tag) {
+        entry.row = kRemoved;
+        --live_;
         return;
       }
     }
   }
+  // Rows stored under HASH (and perhaps a few others sharing its 32 bits), in table order;
+  // nothing allocated when there are none.
   std::vector<RowId> Candidates(std::uint64_t hash) const {
     std::vector<RowId> found;
-    auto [first, last] = rows_.equal_range(hash);
-    for (auto it = first; it != last; ++it) found.push_back(it->second);
+    if (entries_.empty()) return found;
+    std::uint32_t tag = Tag(hash);
+    for (std::size_t at = tag & mask_;; at = (at + 1) & mask_) {
+      const Entry& entry = entries_[at];
+      if (entry.row == kEmpty) break;
+      if (entry.row != kRemoved && entry.tag == tag) found.push_back(entry.row);
+    }
     std::sort(found.begin(), found.end());
     return found;
   }
-  void Reserve(std::size_t count) { rows_.reserve(count); }
+  void Reserve(std::size_t count) {
+    if ((count + 1) * 4 > entries_.size() * 3) Grow(count);
+  }
 
  private:
+  static constexpr RowId kEmpty = 0;
+  static constexpr RowId kRemoved = 0xFFFFFFFFu;  // page 2^24 - 1 lies past any Jet file
+  struct Entry {
+    std::uint32_t tag = 0;
+    RowId row = kEmpty;
+  };
+  static std::uint32_t Tag(std::uint64_t hash) {
+    // Mixes all 64 bits into the 32 kept, whose low bits also pick the home slot.
+    hash ^= hash >> 33;
+    hash *= 0xff51afd7ed558ccdull;
+    hash ^= hash >> 33;
+    return static_cast<std::uint32_t>(hash);
+  }
+  void Place(std::uint32_t tag, RowId row) {
+    for (std::size_t at = tag & mask_;; at = (at + 1) & mask_) {
+      Entry& entry = entries_[at];
+      if (entry.row != kEmpty && entry.row != kRemoved) continue;
+      if (entry.row == kEmpty) ++occupied_;
+      entry = Entry{tag, row};
+      ++live_;
+      return;
+    }
+  }
+  // Room for COUNT entries at most half full; tombstones are dropped.
+  void Grow(std::size_t count) {
+    std::size_t size = 16;
+    while (size < 2 * count) size *= 2;
+    std::vector<Entry> old = std::move(entries_);
+    entries_.assign(size, Entry{});
+    mask_ = size - 1;
+    occupied_ = 0;
+    live_ = 0;
+    for (const Entry& entry : old) {
+      if (entry.row != kEmpty && entry.row != kRemoved) Place(entry.tag, entry.row);
+    }
+  }
+
   std::vector<std::size_t> columns_;
-  std::unordered_multimap<std::uint64_t, RowId> rows_;
+  std::vector<Entry> entries_;
+  std::size_t mask_ = 0;
+  std::size_t occupied_ = 0;  // live and removed
+  std::size_t live_ = 0;
 };
 
 namespace {
@@ -76,11 +135,48 @@ std::optional<std::string> KeyOf(const ColumnDefinition& column, const Value& va
   return key;
 }
 
-std::uint64_t HashKeys(const std::vector<std::string>& keys) {
-  std::uint64_t hash = 1469598103934665603ull;
-  for (const auto& key : keys) {
-    hash ^= std::hash<std::string>{}(key);
-    hash *= 1099511628211ull;
+constexpr std::uint64_t kHashSeed = 1469598103934665603ull;
+constexpr std::uint64_t kHashPrime = 1099511628211ull;
+
+std::uint64_t HashBytes(std::string_view bytes) { return std::hash<std::string_view>{}(bytes); }
+
+// The hash of KeyOf's result (equal keys hash alike), computed without building the key for
+// plain ASCII text, the common case; SCRATCH is reused for the folded text. Nullopt as KeyOf.
+std::optional<std::uint64_t> KeyHash(const ColumnDefinition& column, const Value& value, std::string& scratch) {
+  if (IsTextType(column.type) && value.kind == Value::Kind::Text) {
+    std::string_view text = value.bytes;
+    bool ascii = std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    if (ascii) {
+      std::size_t end = text.size();
+      while (end > 0 && text[end - 1] == ' ') --end;
+      scratch.assign(1, 'T');
+      scratch.append(text.substr(0, end));
+      for (char& c : scratch) {
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
+      }
+      return HashBytes(scratch);
+    }
+  }
+  std::optional<std::string> key = KeyOf(column, value);
+  if (!key) return std::nullopt;
+  return HashBytes(*key);
+}
+
+// Combines the key hashes of several columns; VALUE_AT(k) gives the value of the k-th column.
+// A value that cannot equal anything hashes as the empty key, or makes the result nullopt.
+enum class Unmatchable { HashAsEmpty, GiveNothing };
+template <typename ValueAt>
+std::optional<std::uint64_t> RowKeyHash(const TableDefinition& definition, const std::vector<std::size_t>& columns,
+                                        ValueAt value_at, Unmatchable unmatchable, std::string& scratch) {
+  std::uint64_t hash = kHashSeed;
+  for (std::size_t k = 0; k < columns.size(); ++k) {
+    std::optional<std::uint64_t> part = KeyHash(definition.columns[columns[k]], value_at(k), scratch);
+    if (!part) {
+      if (unmatchable == Unmatchable::GiveNothing) return std::nullopt;
+      part = HashBytes("");
+    }
+    hash ^= *part;
+    hash *= kHashPrime;
   }
   return hash;
 }
@@ -206,12 +302,17 @@ Table::Location Table::Resolve(RowId row, std::uint16_t* header_flags) {
   return location;
 }
 
-std::vector<std::byte> Table::ReadRowBytes(RowId row) {
+Bytes Table::RowBytes(RowId row) {
   Location location = Resolve(row);
   Bytes page = store_.Read(location.page);
   auto extent = FindRow(page, location.slot);
   if (!extent) throw Error(ErrorKind::Corrupt, Context(row) + ": relocated row is missing");
-  return std::vector<std::byte>(page.begin() + extent->start, page.begin() + extent->end);
+  return page.subspan(extent->start, extent->end - extent->start);
+}
+
+std::vector<std::byte> Table::ReadRowBytes(RowId row) {
+  Bytes bytes = RowBytes(row);
+  return std::vector<std::byte>(bytes.begin(), bytes.end());
 }
 
 std::vector<Value> Table::ReadRow(RowId row) {
@@ -309,17 +410,28 @@ Table::Location Table::PlaceRow(Bytes row, std::uint16_t flags) {
 }
 
 std::uint32_t Table::LongValuePage(const ColumnDefinition& column, std::size_t length) {
-  const LongValueMaps* maps = nullptr;
-  for (const auto& entry : definition_.long_value_maps) {
-    if (entry.column_id == column.id) maps = &entry;
+  // The column's maps are looked up once per column and kept, with the page being filled.
+  LongValueColumn* state = nullptr;
+  for (auto& entry : long_value_columns_) {
+    if (entry.column_id == column.id) state = &entry;
   }
-  if (!maps) {
-    throw Error(ErrorKind::Corrupt, store_.file_name() + ": table " + name_ + ", column " + column.name +
-                                        ": no long-value page map in the table definition");
+  if (!state) {
+    const LongValueMaps* maps = nullptr;
+    for (const auto& entry : definition_.long_value_maps) {
+      if (entry.column_id == column.id) maps = &entry;
+    }
+    if (!maps) {
+      throw Error(ErrorKind::Corrupt, store_.file_name() + ": table " + name_ + ", column " + column.name +
+                                          ": no long-value page map in the table definition");
+    }
+    state = &long_value_columns_.emplace_back();
+    state->column_id = column.id;
+    state->owned = &Map(maps->owned, "column " + column.name + " long-value pages");
+    state->free = &Map(maps->free, "column " + column.name + " free long-value pages");
   }
-  UsageMap& owned = Map(maps->owned, "column " + column.name + " long-value pages");
-  UsageMap& free = Map(maps->free, "column " + column.name + " free long-value pages");
-  std::uint32_t& tail = long_value_tails_[column.id];
+  UsageMap& owned = *state->owned;
+  UsageMap& free = *state->free;
+  std::uint32_t& tail = state->tail;
   if (tail == 0) {
     auto last = free.LastSet();
     if (last && *last < store_.page_count() && owned.Contains(*last)) {
@@ -337,20 +449,23 @@ std::uint32_t Table::LongValuePage(const ColumnDefinition& column, std::size_t l
   return page;
 }
 
-std::vector<std::byte> Table::WriteLongValue(Bytes data, const ColumnDefinition& column, bool inline_allowed) {
-  std::vector<std::byte> descriptor(kLongValueDescriptorSize, std::byte{0});
+void Table::WriteLongValue(Bytes data, const ColumnDefinition& column, bool inline_allowed,
+                           std::vector<std::byte>& out) {
+  std::size_t at = out.size();
+  out.resize(at + kLongValueDescriptorSize, std::byte{0});
+  MutableBytes descriptor(out.data() + at, kLongValueDescriptorSize);
   std::uint32_t length = static_cast<std::uint32_t>(data.size());
   if (inline_allowed) {
     Put32(descriptor, 0, length | (static_cast<std::uint32_t>(kLongValueInline) << 24));
-    descriptor.insert(descriptor.end(), data.begin(), data.end());
-    return descriptor;
+    out.insert(out.end(), data.begin(), data.end());
+    return;
   }
   if (data.size() <= kLongValueSinglePageLimit) {
     std::uint32_t page = LongValuePage(column, data.size());
     std::uint16_t slot = AppendRow(store_.Write(page), data, 0);
     Put32(descriptor, 0, length | (static_cast<std::uint32_t>(kLongValueSinglePage) << 24));
     Put32(descriptor, 4, RowPointer{page, static_cast<std::uint8_t>(slot)}.Encode());
-    return descriptor;
+    return;
   }
   // Chained: write the pieces from the last to the first so each knows its successor. The
   // chain stamp is left zero in the descriptor and on the pages, which readers accept.
@@ -359,16 +474,15 @@ std::vector<std::byte> Table::WriteLongValue(Bytes data, const ColumnDefinition&
   for (std::size_t k = pieces; k-- > 0;) {
     std::size_t from = k * kLongValueChainPieceData;
     std::size_t size = std::min(kLongValueChainPieceData, data.size() - from);
-    std::vector<std::byte> piece(4 + size);
-    Put32(piece, 0, next.Encode());
-    std::memcpy(piece.data() + 4, data.data() + from, size);
-    std::uint32_t page = LongValuePage(column, piece.size());
-    std::uint16_t slot = AppendRow(store_.Write(page), piece, 0);
+    long_value_piece_.resize(4 + size);
+    Put32(long_value_piece_, 0, next.Encode());
+    std::memcpy(long_value_piece_.data() + 4, data.data() + from, size);
+    std::uint32_t page = LongValuePage(column, long_value_piece_.size());
+    std::uint16_t slot = AppendRow(store_.Write(page), long_value_piece_, 0);
     next = RowPointer{page, static_cast<std::uint8_t>(slot)};
   }
   Put32(descriptor, 0, length | (static_cast<std::uint32_t>(kLongValueChained) << 24));
   Put32(descriptor, 4, next.Encode());
-  return descriptor;
 }
 
 HashIndex& Table::Hash(const std::vector<std::size_t>& columns) {
@@ -381,17 +495,18 @@ HashIndex& Table::Hash(const std::vector<std::size_t>& columns) {
   // Decodes only the hashed columns, and trims the page cache as it goes so that hashing a
   // large table does not keep all its pages in memory.
   std::size_t scanned = 0;
+  std::vector<Value> key(columns.size());
   for (RowId row : rows) {
     if (++scanned % 4096 == 0) store_.TrimCache();
     std::vector<std::byte> bytes = ReadRowBytes(row);
-    std::vector<std::string> keys;
-    for (std::size_t column : columns) {
-      Value value = DecodeColumn(definition_, column, bytes,
-                                 [this](Bytes descriptor, const ColumnDefinition& c) { return ReadLongValue(descriptor, c); },
-                                 Context(row));
-      keys.push_back(KeyOf(definition_.columns[column], value).value_or(""));
+    for (std::size_t k = 0; k < columns.size(); ++k) {
+      key[k] = DecodeColumn(definition_, columns[k], bytes,
+                            [this](Bytes descriptor, const ColumnDefinition& c) { return ReadLongValue(descriptor, c); },
+                            Context(row));
     }
-    hash->Add(HashKeys(keys), row);
+    hash->Add(*RowKeyHash(definition_, columns, [&](std::size_t k) -> const Value& { return key[k]; },
+                          Unmatchable::HashAsEmpty, key_scratch_),
+              row);
   }
   hashes_.push_back(std::move(hash));
   return *hashes_.back();
@@ -399,86 +514,102 @@ HashIndex& Table::Hash(const std::vector<std::size_t>& columns) {
 
 void Table::IndexRow(RowId row, const std::vector<Value>& values, bool add) {
   for (auto& hash : hashes_) {
-    std::vector<std::string> keys;
-    for (std::size_t column : hash->columns()) keys.push_back(KeyOf(definition_.columns[column], values[column]).value_or(""));
+    const std::vector<std::size_t>& columns = hash->columns();
+    std::uint64_t key = *RowKeyHash(definition_, columns, [&](std::size_t k) -> const Value& { return values[columns[k]]; },
+                                    Unmatchable::HashAsEmpty, key_scratch_);
     if (add) {
-      hash->Add(HashKeys(keys), row);
+      hash->Add(key, row);
     } else {
-      hash->Remove(HashKeys(keys), row);
+      hash->Remove(key, row);
     }
   }
 }
 
-std::vector<RowId> Table::FindEqual(const std::vector<std::size_t>& columns, const std::vector<Value>& values) {
+template <typename ValueAt>
+std::vector<RowId> Table::FindMatching(const std::vector<std::size_t>& columns, ValueAt value_at) {
+  auto key = RowKeyHash(definition_, columns, value_at, Unmatchable::GiveNothing, key_scratch_);
+  if (!key) return {};
+  std::vector<RowId> candidates = Hash(columns).Candidates(*key);
+  if (candidates.empty()) return candidates;
   std::vector<std::string> wanted;
-  for (std::size_t i = 0; i < columns.size(); ++i) {
-    auto key = KeyOf(definition_.columns[columns[i]], values[i]);
-    if (!key) return {};
-    wanted.push_back(*key);
-  }
-  HashIndex& hash = Hash(columns);
+  for (std::size_t k = 0; k < columns.size(); ++k) wanted.push_back(*KeyOf(definition_.columns[columns[k]], value_at(k)));
   std::vector<RowId> found;
-  for (RowId row : hash.Candidates(HashKeys(wanted))) {
+  for (RowId row : candidates) {
     bool equal = true;
-    for (std::size_t i = 0; i < columns.size() && equal; ++i) {
-      equal = KeyOf(definition_.columns[columns[i]], ReadValue(row, columns[i])) == wanted[i];
+    for (std::size_t k = 0; k < columns.size() && equal; ++k) {
+      equal = KeyOf(definition_.columns[columns[k]], ReadValue(row, columns[k])) == wanted[k];
     }
     if (equal) found.push_back(row);
   }
   return found;
 }
 
-void Table::CheckUnique(const std::vector<Value>& values, std::optional<RowId> self) {
+std::vector<RowId> Table::FindEqual(const std::vector<std::size_t>& columns, const std::vector<Value>& values) {
+  return FindMatching(columns, [&](std::size_t k) -> const Value& { return values[k]; });
+}
+
+const std::vector<Table::UniqueKey>& Table::UniqueKeys() {
+  if (unique_keys_) return *unique_keys_;
+  unique_keys_.emplace();
   for (std::size_t r = 0; r < definition_.real_indexes.size(); ++r) {
     const RealIndexDefinition& real = definition_.real_indexes[r];
     if ((real.flags & kIndexFlagUnique) == 0) continue;
-    std::vector<std::size_t> columns;
-    std::vector<Value> key;
-    bool any_null = false;
+    UniqueKey unique{r, {}};
     for (const auto& part : real.columns) {
       for (std::size_t i = 0; i < definition_.columns.size(); ++i) {
-        if (definition_.columns[i].id != part.column_id) continue;
-        columns.push_back(i);
-        key.push_back(values[i]);
-        any_null = any_null || values[i].is_null();
+        if (definition_.columns[i].id == part.column_id) unique.columns.push_back(i);
       }
     }
-    if (any_null || columns.empty()) continue;
-    for (RowId other : FindEqual(columns, key)) {
+    if (!unique.columns.empty()) unique_keys_->push_back(std::move(unique));
+  }
+  return *unique_keys_;
+}
+
+void Table::CheckUnique(const std::vector<Value>& values, std::optional<RowId> self) {
+  for (const UniqueKey& unique : UniqueKeys()) {
+    const std::vector<std::size_t>& columns = unique.columns;
+    if (std::any_of(columns.begin(), columns.end(), [&](std::size_t c) { return values[c].is_null(); })) continue;
+    for (RowId other : FindMatching(columns, [&](std::size_t k) -> const Value& { return values[columns[k]]; })) {
       if (self && other == *self) continue;
       // Name the index as Access shows it: the primary key, else a plain index, else any.
       std::string name;
       int best = 3;
       for (const auto& logical : definition_.logical_indexes) {
-        if (logical.real_index != r) continue;
+        if (logical.real_index != unique.real_index) continue;
         int rank = logical.index_type == kLogicalIndexTypePrimary ? 0 : (logical.index_type == kLogicalIndexTypeForeign ? 2 : 1);
         if (rank < best) best = rank, name = logical.name;
       }
       std::string shown;
-      for (const auto& value : key) shown += (shown.empty() ? "" : ", ") + ("'" + value.AsText() + "'");
+      for (std::size_t c : columns) shown += (shown.empty() ? "" : ", ") + ("'" + values[c].AsText() + "'");
       throw Error(ErrorKind::Constraint, store_.file_name() + ": table " + name_ + ": index " + name +
                                              " is unique and already holds " + shown);
     }
   }
 }
 
-std::vector<std::byte> Table::Encode(std::vector<Value>& values, RowId row) {
-  return EncodeRow(definition_, values,
-                   [this](Bytes data, const ColumnDefinition& column, bool inline_allowed) {
-                     return WriteLongValue(data, column, inline_allowed);
-                   },
-                   row ? Context(row) : store_.file_name() + ": table " + name_ + ", new row");
+const std::string& Table::NewRowContext() {
+  if (new_row_context_.empty()) new_row_context_ = store_.file_name() + ": table " + name_ + ", new row";
+  return new_row_context_;
+}
+
+Bytes Table::Encode(const std::vector<Value>& values, RowId row) {
+  if (!encoder_) encoder_ = std::make_unique<RowEncoder>(definition_);
+  LongValueWriter writer = [this](Bytes data, const ColumnDefinition& column, bool inline_allowed,
+                                  std::vector<std::byte>& descriptor) {
+    WriteLongValue(data, column, inline_allowed, descriptor);
+  };
+  return encoder_->Encode(values, writer, row ? Context(row) : NewRowContext());
 }
 
 RowId Table::Insert(std::vector<Value> values) {
   store_.TrimCache();
   LoadRows();
-  std::string context = store_.file_name() + ": table " + name_ + ", new row";
+  const std::string& context = NewRowContext();
   values.resize(definition_.columns.size());
   std::uint32_t auto_number = definition_.auto_number;
   for (std::size_t i = 0; i < values.size(); ++i) {
     const ColumnDefinition& column = definition_.columns[i];
-    values[i] = CoerceToColumn(column, values[i], context);
+    CoerceInPlace(column, values[i], context);
     if (column.is_auto_number()) {
       if (values[i].is_null()) {
         auto_number = static_cast<std::uint32_t>(auto_number + definition_.auto_increment);
@@ -489,7 +620,7 @@ RowId Table::Insert(std::vector<Value> values) {
     }
   }
   CheckUnique(values, std::nullopt);
-  std::vector<std::byte> bytes = Encode(values, 0);
+  Bytes bytes = Encode(values, 0);
   Location location = PlaceRow(bytes, 0);
   RowId row = (location.page << 8) | location.slot;
   deleted_.erase(row);
@@ -511,13 +642,14 @@ void Table::Update(RowId row, std::vector<Value> values) {
   std::vector<Value> old_values = ReadRow(row);
   values.resize(definition_.columns.size());
   for (std::size_t i = 0; i < values.size(); ++i) {
-    values[i] = CoerceToColumn(definition_.columns[i], values[i], context);
+    CoerceInPlace(definition_.columns[i], values[i], context);
     if (definition_.columns[i].is_auto_number() && values[i].integer > static_cast<std::int32_t>(definition_.auto_number)) {
       definition_.auto_number = static_cast<std::uint32_t>(values[i].integer);
     }
   }
   CheckUnique(values, row);
-  std::vector<std::byte> bytes = Encode(values, row);
+  Bytes encoded = Encode(values, row);
+  std::vector<std::byte> bytes(encoded.begin(), encoded.end());
   std::uint16_t header_flags = 0;
   Location location = Resolve(row, &header_flags);
   MutableBytes page = store_.Write(location.page);
@@ -567,7 +699,7 @@ void Table::StoreChanges() {
   for (auto& [where, map] : maps_) map->Store(store_);
   definition_.StoreCounters(store_, distinct_keys);
   data_tail_ = 0;
-  long_value_tails_.clear();
+  for (auto& entry : long_value_columns_) entry.tail = 0;
   changed_ = false;
 }
 

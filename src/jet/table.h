@@ -21,6 +21,7 @@ namespace qorvane::jet {
 
 class PageStore;
 class HashIndex;
+class RowEncoder;
 
 // A row's place: page << 8 | slot of its first (header) row.
 using RowId = std::uint32_t;
@@ -92,14 +93,26 @@ class Table {
   void LoadRows();
   Location Resolve(RowId row, std::uint16_t* header_flags = nullptr);
   std::vector<std::byte> ReadRowBytes(RowId row);
+  // The row's bytes in the page cache, valid until the next TrimCache.
+  Bytes RowBytes(RowId row);
   std::vector<std::byte> ReadLongValue(Bytes descriptor, const ColumnDefinition& column);
-  std::vector<std::byte> WriteLongValue(Bytes data, const ColumnDefinition& column, bool inline_allowed);
-  std::vector<std::byte> Encode(std::vector<Value>& values, RowId row);
+  void WriteLongValue(Bytes data, const ColumnDefinition& column, bool inline_allowed, std::vector<std::byte>& out);
+  // The row's bytes, valid until the next Encode.
+  Bytes Encode(const std::vector<Value>& values, RowId row);
+  const std::string& NewRowContext();
   Location PlaceRow(Bytes row, std::uint16_t flags);
   std::uint32_t NewDataPage();
   std::uint32_t LongValuePage(const ColumnDefinition& column, std::size_t length);
   UsageMap& Map(RowPointer where, const std::string& what);
   HashIndex& Hash(const std::vector<std::size_t>& columns);
+  // Rows whose COLUMNS equal the values VALUE_AT(k) gives for the k-th of them.
+  template <typename ValueAt>
+  std::vector<RowId> FindMatching(const std::vector<std::size_t>& columns, ValueAt value_at);
+  struct UniqueKey {
+    std::size_t real_index = 0;
+    std::vector<std::size_t> columns;  // positions in the definition
+  };
+  const std::vector<UniqueKey>& UniqueKeys();
   void CheckUnique(const std::vector<Value>& values, std::optional<RowId> self);
   void IndexRow(RowId row, const std::vector<Value>& values, bool add);
 
@@ -110,9 +123,22 @@ class Table {
   std::vector<RowId> rows_;
   std::unordered_set<RowId> deleted_;  // still in rows_ until the next RowIds()
   std::uint32_t data_tail_ = 0;
-  std::unordered_map<std::uint16_t, std::uint32_t> long_value_tails_;
+  // Per long-value column: its page maps and the page being filled.
+  struct LongValueColumn {
+    std::uint16_t column_id = 0;
+    UsageMap* owned = nullptr;
+    UsageMap* free = nullptr;
+    std::uint32_t tail = 0;
+  };
+  std::vector<LongValueColumn> long_value_columns_;
   std::unordered_map<std::uint32_t, std::unique_ptr<UsageMap>> maps_;  // by encoded pointer
   std::vector<std::unique_ptr<HashIndex>> hashes_;
+  std::optional<std::vector<UniqueKey>> unique_keys_;
+  // Reused from row to row: the encoder's buffers, a long-value piece, a folded key.
+  std::unique_ptr<RowEncoder> encoder_;
+  std::vector<std::byte> long_value_piece_;
+  std::string key_scratch_;
+  std::string new_row_context_;
   bool changed_ = false;
   IndexMaintenance index_maintenance_ = IndexMaintenance::Rebuild;
 };

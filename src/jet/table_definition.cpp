@@ -32,17 +32,6 @@ std::pair<std::uint32_t, std::size_t> Locate(const std::vector<std::uint32_t>& p
 
 }  // namespace
 
-bool ColumnDefinition::is_fixed() const {
-  // Text and Binary are variable unless flagged fixed-length (a rare Access option).
-  return !IsVariableType(type) || (!IsLongValueType(type) && (flags & kColumnFlagFixed) != 0);
-}
-bool ColumnDefinition::is_auto_number() const {
-  return type == ColumnType::Long && (flags & kColumnFlagAutoNumber) != 0;
-}
-bool ColumnDefinition::is_compressed() const {
-  return (extended_flags & kColumnExtendedFlagCompressed) != 0;
-}
-
 std::int32_t ColumnDefinition::defined_size() const {
   switch (type) {
     case ColumnType::Text: return length / 2;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "jet/bytes.h"
+#include "jet/format.h"
 #include "jet/value.h"
 
 namespace qorvane::jet {
@@ -25,9 +26,12 @@ struct ColumnDefinition {
   std::uint8_t flags = 0;
   std::uint8_t extended_flags = 0;
   std::uint8_t sort_order[4] = {};  // bytes 11..14 of the descriptor
-  bool is_fixed() const;
-  bool is_auto_number() const;
-  bool is_compressed() const;
+  bool is_fixed() const {
+    // Text and Binary are variable unless flagged fixed-length (a rare Access option).
+    return !IsVariableType(type) || (!IsLongValueType(type) && (flags & format::kColumnFlagFixed) != 0);
+  }
+  bool is_auto_number() const { return type == ColumnType::Long && (flags & format::kColumnFlagAutoNumber) != 0; }
+  bool is_compressed() const { return (extended_flags & format::kColumnExtendedFlagCompressed) != 0; }
   // ADO's DefinedSize: characters for Text, bytes for fixed types, 536870910 for Memo/OLE.
   std::int32_t defined_size() const;
 };

@@ -81,15 +81,6 @@ bool IsKnownColumnType(std::uint8_t code) {
   return (code >= 0x01 && code <= 0x0C) || code == 0x0F || code == 0x10;
 }
 
-bool IsVariableType(ColumnType type) {
-  return type == ColumnType::Text || type == ColumnType::Binary || type == ColumnType::Memo ||
-         type == ColumnType::Ole;
-}
-
-bool IsLongValueType(ColumnType type) { return type == ColumnType::Memo || type == ColumnType::Ole; }
-
-bool IsTextType(ColumnType type) { return type == ColumnType::Text || type == ColumnType::Memo; }
-
 double Value::AsDouble() const {
   switch (kind) {
     case Kind::Null: return 0;

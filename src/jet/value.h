@@ -29,9 +29,11 @@ enum class ColumnType : std::uint8_t {
 const char* ColumnTypeName(ColumnType type);
 bool IsKnownColumnType(std::uint8_t code);
 // Fixed columns live in the fixed region of a row; Text, Binary, Memo and Ole are variable.
-bool IsVariableType(ColumnType type);
-bool IsLongValueType(ColumnType type);  // Memo, Ole
-bool IsTextType(ColumnType type);       // Text, Memo
+inline bool IsVariableType(ColumnType type) {
+  return type == ColumnType::Text || type == ColumnType::Binary || type == ColumnType::Memo || type == ColumnType::Ole;
+}
+inline bool IsLongValueType(ColumnType type) { return type == ColumnType::Memo || type == ColumnType::Ole; }
+inline bool IsTextType(ColumnType type) { return type == ColumnType::Text || type == ColumnType::Memo; }
 
 // One value of one column. Integer holds Byte/Integer/Long; Currency holds the value x 10000;
 // DateTime holds the OLE day number (days since 1899-12-30, fraction = time of day); Text is

@@ -191,6 +191,49 @@ TEST(Writing, RefusesADatabaseOpenInAnotherProgram) {
   EXPECT_NO_THROW(OpenForWriting(path));  // a stale lock file is no obstacle
 }
 
+// The look-up hash grows, drops deleted rows and follows changed keys: every key finds exactly
+// its live row, case-blind, and the unique check sees the same.
+TEST(Writing, LookUpsFollowInsertsDeletesAndChangedKeys) {
+  TempDir dir;
+  std::string path = CopyFixture(dir, "northwind-V2000.mdb");
+  auto database = OpenForWriting(path);
+  Table& customers = database->GetTable("Customers");
+  std::size_t id = *customers.FindColumn("CustomerID");
+  std::size_t company = *customers.FindColumn("CompanyName");
+  auto key = [](const char* prefix, int i) { return prefix + std::to_string(1000 + i); };
+  std::vector<RowId> rows;
+  for (int i = 0; i < 3000; ++i) {
+    std::vector<Value> row(customers.columns().size());
+    row[id] = Value::String(key("K", i));
+    row[company] = Value::String("Company " + std::to_string(i));
+    rows.push_back(customers.Insert(row));
+  }
+  for (int i = 0; i < 3000; i += 3) customers.Delete(rows[i]);
+  for (int i = 1; i < 3000; i += 3) {
+    std::vector<Value> row = customers.ReadRow(rows[i]);
+    row[id] = Value::String(key("M", i));
+    customers.Update(rows[i], row);
+  }
+  for (int i = 0; i < 3000; ++i) {
+    std::vector<RowId> by_old = customers.FindEqual({id}, {Value::String(key("k", i) + "  ")});
+    std::vector<RowId> by_new = customers.FindEqual({id}, {Value::String(key("m", i))});
+    if (i % 3 == 2) {
+      EXPECT_EQ(by_old, std::vector<RowId>{rows[i]}) << i;
+    } else {
+      EXPECT_TRUE(by_old.empty()) << i;
+    }
+    EXPECT_EQ(by_new, i % 3 == 1 ? std::vector<RowId>{rows[i]} : std::vector<RowId>{}) << i;
+  }
+  std::vector<Value> row(customers.columns().size());
+  row[id] = Value::String(key("K", 0));  // deleted: free again
+  row[company] = Value::String("Again");
+  EXPECT_NO_THROW(customers.Insert(row));
+  row[id] = Value::String(key("m", 1));  // taken by a changed row
+  EXPECT_THROW(customers.Insert(row), Error);
+  EXPECT_EQ(customers.FindEqual({id}, {Value::String("ALFKI")}).size(), 1u);
+  EXPECT_EQ(customers.row_count(), 91u + 2000u + 1u);
+}
+
 TEST(Writing, RowsBreakingRulesAreRefusedWithTheirPlace) {
   TempDir dir;
   std::string path = CopyFixture(dir, "northwind-V2000.mdb");
