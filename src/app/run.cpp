@@ -21,6 +21,10 @@ struct ConversionStep {
   std::initializer_list<const char*> converters;
   const char* completion_prefix;  // followed by the count and " records"
   const char* empty_line;         // when the count is empty
+  // A source table the step needs: when it is missing the step writes MISSING_LINE instead of
+  // running its converters and its completion line.
+  const char* required_file = nullptr;
+  const char* missing_line = nullptr;
 };
 
 constexpr const char* kFormTypesPrefix = "Formtypes table (standard) conversion complete: ";
@@ -28,7 +32,8 @@ constexpr const char* kFormTypesEmpty = "Formtypes table (standard) conversion c
 
 const ConversionStep kConversionSteps[] = {
     {"ckbformtypes", "imaformtypes", "imaFormTypesNow", "Begin conversion: FormTypes.mdb",
-     {"ConvertFormTypesDBF"}, kFormTypesPrefix, kFormTypesEmpty},
+     {"ConvertFormTypesDBF"}, kFormTypesPrefix, kFormTypesEmpty, "forms.dbf",
+     "***    Forms.dbf was not found."},
     // The client step reports with the form-types wording, as the office's logs always have.
     {"ckbClient", "imaclient", "imaClientNow", "Begin conversion: Client.mdb",
      {"ConvertClientDBF", "ConvertClientDBFByCliNum"}, kFormTypesPrefix, kFormTypesEmpty},
@@ -239,9 +244,8 @@ void MainForm::RunSteps() {
     form_.lblRecord.clear();
     if (step.begin_line) AddtoLogFile(step.begin_line);
     bool skip_completion = false;
-    if (std::string(step.check_box) == "ckbformtypes" &&
-        !FileExists(session_.SourcePath + "forms.dbf")) {
-      AddtoLogFile("***    Forms.dbf was not found.");
+    if (step.required_file && !FileExists(session_.SourcePath + step.required_file)) {
+      AddtoLogFile(step.missing_line);
       skip_completion = true;
     } else {
       for (const char* converter : step.converters) {
