@@ -4,6 +4,7 @@
 #pragma once
 
 #include <charconv>
+#include "common/utf8.h"
 #include <cstdio>
 #include <map>
 #include <optional>
@@ -127,23 +128,6 @@ class JsonParser {
   void Expect(char c) {
     if (Peek() != c) throw std::runtime_error(std::string("JSON: expected ") + c + " at " + std::to_string(at_));
     ++at_;
-  }
-  static void AppendUtf8(std::string& out, unsigned code) {
-    if (code < 0x80) {
-      out += static_cast<char>(code);
-    } else if (code < 0x800) {
-      out += static_cast<char>(0xC0 | (code >> 6));
-      out += static_cast<char>(0x80 | (code & 0x3F));
-    } else if (code < 0x10000) {
-      out += static_cast<char>(0xE0 | (code >> 12));
-      out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (code & 0x3F));
-    } else {
-      out += static_cast<char>(0xF0 | (code >> 18));
-      out += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
-      out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (code & 0x3F));
-    }
   }
   std::string String() {
     Expect('"');
