@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 #include "app/errors.h"
 #include "app/form_model.h"
@@ -177,6 +178,18 @@ auto MainForm::Guard(const std::string& name, Body&& body) -> std::invoke_result
     }
   }
 }
+
+// A step of the run as the form shows it: its check box and its image pair.
+struct StepControls {
+  const char* check_box;
+  const char* done_image;
+  const char* now_image;
+};
+// The conversion steps, then the massage steps, in the order the run takes them.
+std::vector<StepControls> ConversionStepControls();
+std::vector<StepControls> MassageStepControls();
+// The images shown while the massage as a whole runs, and when it is done.
+inline constexpr StepControls kMassageDataControls = {"ckbMassage", "imamassagedata", "imaMassageDataNow"};
 
 // The conversion log's file name for a run started at START: ConvLog-YYMMDD-HMS.log.
 std::string LogFileName(const Timestamp& start);

@@ -102,6 +102,24 @@ const DataFileNumFix kDataFileNumFixes[] = {
     {"datcliexp", "Inv_num", "Cliexp"},   {"datapprexp", "File_num", "Apprexp"},
 };
 
+}  // namespace
+
+std::vector<StepControls> ConversionStepControls() {
+  std::vector<StepControls> controls;
+  for (const ConversionStep& step : kConversionSteps) {
+    controls.push_back({step.check_box, step.done_image, step.now_image});
+  }
+  return controls;
+}
+
+std::vector<StepControls> MassageStepControls() {
+  std::vector<StepControls> controls;
+  for (const MassageStep& step : kMassageSteps) controls.push_back({step.check_box, step.done_image, step.now_image});
+  return controls;
+}
+
+namespace {
+
 constexpr const char* kConfirmation =
     "You should have a good backup of your data BEFORE using this option.  If you have a many "
     "records (thousands) to merge and convert this task may take a long time.  The files are "
@@ -267,8 +285,8 @@ void MainForm::RunSteps() {
 }
 
 void MainForm::RunMassage() {
-  form_.Images["imaMassageDataNow"] = true;
-  form_.Images["imamassagedata"] = false;
+  form_.Images[kMassageDataControls.now_image] = true;
+  form_.Images[kMassageDataControls.done_image] = false;
   if (routines_.DeleteEmptyFilenumbers) routines_.DeleteEmptyFilenumbers();
   AddtoLogFile("Begin Data Massage of Selected");
   for (const MassageStep& step : kMassageSteps) {
@@ -284,8 +302,8 @@ void MainForm::RunMassage() {
     form_.Images[step.done_image] = true;
     AddtoLogFile(step.completion_prefix + Trim(form_.lblRecord) + " records");
   }
-  form_.Images["imaMassageDataNow"] = false;
-  form_.Images["imamassagedata"] = true;
+  form_.Images[kMassageDataControls.now_image] = false;
+  form_.Images[kMassageDataControls.done_image] = true;
   AddtoLogFile("Data massage (ALL) complete:");
 }
 

@@ -23,6 +23,7 @@
 #include <QVBoxLayout>
 
 #include <chrono>
+#include <map>
 #include <cstdlib>
 
 namespace qorvane::gui {
@@ -35,35 +36,30 @@ long long NowMs() {
 
 QString Q(const std::string& text) { return QString::fromStdString(text); }
 
-// A conversion step's check box, caption and image pair.
-struct StepControl {
-  const char* check_box;
-  const char* caption;
-  const char* done_image;
-  const char* now_image;
+// What the window calls each step's check box (the run owns the steps and their images).
+const std::map<std::string, const char*> kStepCaptions = {
+    {"ckbformtypes", "Form types"},
+    {"ckbClient", "Clients"},
+    {"ckbappraiser", "Appraisers"},
+    {"ckbaddapprformtypes", "Appraiser non-standard form types"},
+    {"ckbAddClientFormTypes", "Client non-standard form types"},
+    {"ckbProperty", "Orders (Property)"},
+    {"ckbinvoice", "Invoices"},
+    {"ckbapprexp", "Appraiser expenses"},
+    {"ckbApprFee", "Appraiser fees"},
+    {"ckbclientfee", "Client fees"},
+    {"ckbApplied", "Applied payments"},
+    {"ckbcompany", "Company"},
+    {"ckbusers", "Users"},
+    {"ckbmassageproperty", "    Property"},
+    {"ckbmassageassigned", "    Assigned"},
+    {"ckbmassageinvoice", "    Invoice"},
 };
 
-const StepControl kSteps[] = {
-    {"ckbformtypes", "Form types", "imaformtypes", "imaFormTypesNow"},
-    {"ckbClient", "Clients", "imaclient", "imaClientNow"},
-    {"ckbappraiser", "Appraisers", "imaappraiser", "imaAppraiserNow"},
-    {"ckbaddapprformtypes", "Appraiser non-standard form types", "imaaddapprformtypes", "imaAddApprFormTypesNow"},
-    {"ckbAddClientFormTypes", "Client non-standard form types", "imaaddclientformtypes", "imaAddClientFormTypesNow"},
-    {"ckbProperty", "Orders (Property)", "imaproperty", "imaPropertyNow"},
-    {"ckbinvoice", "Invoices", "imainvoice", "imaInvoiceNow"},
-    {"ckbapprexp", "Appraiser expenses", "imaapprexp", "imaApprExpNow"},
-    {"ckbApprFee", "Appraiser fees", "imaapprfee", "imaApprFeeNow"},
-    {"ckbclientfee", "Client fees", "imaclientfee", "imaClientFeeNow"},
-    {"ckbApplied", "Applied payments", "imaapplied", "imaAppliedNow"},
-    {"ckbcompany", "Company", "imacompany", "imaCompanyNow"},
-    {"ckbusers", "Users", "imausers", "imaUsersNow"},
-};
-
-const StepControl kMassage[] = {
-    {"ckbmassageproperty", "Property", "imamassageproperty", "imaMassagePropertyNow"},
-    {"ckbmassageassigned", "Assigned", "imamassageassigned", "imaMassageAssignedNow"},
-    {"ckbmassageinvoice", "Invoice", "imamassageinvoice", "imaMassageInvoiceNow"},
-};
+QString StepCaption(const std::string& check_box) {
+  auto found = kStepCaptions.find(check_box);
+  return found == kStepCaptions.end() ? QString::fromStdString(check_box) : QString(found->second);
+}
 
 struct ClearControl {
   const char* check_box;
@@ -143,12 +139,13 @@ void MainWindow::Build() {
   auto* steps = new QGroupBox("Convert", central);
   auto* steps_layout = new QGridLayout(steps);
   int row = 0;
-  for (const StepControl& step : kSteps) {
-    steps_layout->addWidget(AddCheckBox(steps, step.check_box, step.caption), row, 0);
+  for (const app::StepControls& step : app::ConversionStepControls()) {
+    steps_layout->addWidget(AddCheckBox(steps, step.check_box, StepCaption(step.check_box)), row, 0);
     auto* image = new QLabel(steps);
     image->setObjectName(step.done_image);
     image->setMinimumWidth(24);
-    images_[step.done_image] = image;
+    images_.push_back({step, image});
+    controls_[step.done_image] = image;
     steps_layout->addWidget(image, row++, 1);
   }
   choices->addWidget(steps);
@@ -164,13 +161,14 @@ void MainWindow::Build() {
   options_layout->addWidget(AddCheckBox(options, "ckbPrelim", "Preliminary Corrections"), 0, 0, 1, 2);
   options_layout->addWidget(AddCheckBox(options, "ckbMassage", "Massage Data"), 1, 0);
   auto* massage_image = new QLabel(options);
-  images_["imamassagedata"] = massage_image;
+  images_.push_back({app::kMassageDataControls, massage_image});
   options_layout->addWidget(massage_image, 1, 1);
   row = 2;
-  for (const StepControl& step : kMassage) {
-    options_layout->addWidget(AddCheckBox(options, step.check_box, QString("    ") + step.caption), row, 0);
+  for (const app::StepControls& step : app::MassageStepControls()) {
+    options_layout->addWidget(AddCheckBox(options, step.check_box, StepCaption(step.check_box)), row, 0);
     auto* image = new QLabel(options);
-    images_[step.done_image] = image;
+    images_.push_back({step, image});
+    controls_[step.done_image] = image;
     options_layout->addWidget(image, row++, 1);
   }
   options_layout->addWidget(AddCheckBox(options, "ckbViewLog", "View log when done"), row++, 0, 1, 2);
@@ -281,16 +279,10 @@ void MainWindow::Refresh() {
   for (const char* name : {"cmdnewconvert", "cmdSource", "cmdTarget", "txtPyxPath", "txtZulPath", "lstfilenum"}) {
     controls_[name]->setEnabled(form.ButtonsEnabled);
   }
-  for (auto& [done, image] : images_) {
-    bool running = false;
-    for (const auto& [name, visible] : form.Images) {
-      // The now-running image shares the done image's name, in another case, plus "Now".
-      if (visible && name.size() == done.size() + 3 && name.compare(name.size() - 3, 3, "Now") == 0 &&
-          QString::fromStdString(name.substr(0, done.size())).compare(Q(done), Qt::CaseInsensitive) == 0) {
-        running = true;
-      }
-    }
-    image->setText(running ? QString::fromUtf8("\u25B6") : form.ImageVisible(done) ? QString::fromUtf8("\u2714") : "");
+  for (const auto& [step, image] : images_) {
+    image->setText(form.ImageVisible(step.now_image)    ? QString::fromUtf8("\u25B6")
+                   : form.ImageVisible(step.done_image) ? QString::fromUtf8("\u2714")
+                                                        : "");
   }
   controls_["fraIllegalFix"]->setVisible(form.fraIllegalFix);
   auto fill = [&](const char* name, const std::vector<std::string>& items) {

@@ -10,6 +10,8 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "app/main_form.h"
 
@@ -64,7 +66,7 @@ class MainWindow : public QMainWindow, public app::View {
   std::unique_ptr<app::MainForm> main_form_;
   std::map<std::string, QWidget*> controls_;
   std::map<std::string, QCheckBox*> check_boxes_;
-  std::map<std::string, QLabel*> images_;  // one label per image pair, by the done image's name
+  std::vector<std::pair<app::StepControls, QLabel*>> images_;  // one label per image pair
   app::UserRequest pending_ = app::UserRequest::None;
   long long last_draw_ms_ = 0;
   long long last_events_ms_ = 0;

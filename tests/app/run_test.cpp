@@ -9,6 +9,7 @@
 
 #include "app/main_form.h"
 #include "fake_view.h"
+#include "test_support/office_folders.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::app {
@@ -33,12 +34,9 @@ std::vector<std::string> ReadLog(const std::string& path) {
 class RunTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    setenv("TZ", "UTC", 1);
-    tzset();
-    source = dir.path() + "/pyx";
-    target = dir.path() + "/zul";
-    std::filesystem::create_directories(source);
-    std::filesystem::create_directories(target);
+    test::OfficeFolders folders(dir.path());
+    source = folders.source;
+    target = folders.target;
     std::ofstream(source + "/PROPERTY.DBF") << "x";
     std::ofstream(target + "/office.mdb") << "x";
     main_form.FormLoad({source, target});

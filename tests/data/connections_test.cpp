@@ -17,6 +17,7 @@
 #include "jet/create/create.h"
 #include "jet/create/office_schema.h"
 #include "test_support/log_lines.h"
+#include "test_support/office_folders.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::data {
@@ -48,12 +49,9 @@ std::string Command(const std::string& command) {
 class ConnectionsTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    setenv("TZ", "UTC", 1);
-    tzset();
-    source = dir.path() + "/pyx";
-    target = dir.path() + "/zul";
-    std::filesystem::create_directories(source);
-    std::filesystem::create_directories(target);
+    test::OfficeFolders folders(dir.path());
+    source = folders.source;
+    target = folders.target;
     // Every source table the connections bind; names spelled as Windows left them.
     for (const char* name : {"ASSIGN", "APPLIED", "appraisr", "APPREXP", "APPRFEE", "Client",
                              "CLIEXP", "CLIFEE", "PAYFEE", "ROOMS", "INVOICE"}) {

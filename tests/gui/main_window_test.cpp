@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "test_support/office_folders.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::gui {
@@ -32,10 +33,9 @@ class WindowTest : public ::testing::Test {
     (void)application;
   }
   void SetUp() override {
-    source = dir.path() + "/pyx";
-    target = dir.path() + "/zul";
-    std::filesystem::create_directories(source);
-    std::filesystem::create_directories(target);
+    test::OfficeFolders folders(dir.path());
+    source = folders.source;
+    target = folders.target;
     std::ofstream(source + "/property.dbf") << "x";
     std::ofstream(target + "/office.mdb") << "x";
     window = std::make_unique<MainWindow>(app::Settings(dir.path() + "/settings"), clock);
@@ -73,6 +73,7 @@ TEST_F(WindowTest, ConvertButtonRunsTheConversionAndEscapeAsksToContinue) {
   for (auto& [name, value] : window->main_form().form().CheckBoxes) value = 0;
   window->main_form().form().SetCheck("ckbProperty", true);
   int prompts = 0;
+  std::string running_mark;
   window->answer_escape = [&] {
     ++prompts;
     return app::EscapeChoice::Continue;
@@ -82,9 +83,13 @@ TEST_F(WindowTest, ConvertButtonRunsTheConversionAndEscapeAsksToContinue) {
     QApplication::sendEvent(window.get(), &escape);
     window->main_form().DoEvents();
     window->main_form().form().lblRecord = "5";
+    window->Refresh();
+    running_mark = Get<QLabel>("imaproperty")->text().toStdString();
   };
   Get<QPushButton>("cmdnewconvert")->click();
   EXPECT_EQ(prompts, 1);
+  EXPECT_EQ(running_mark, "\u25B6");  // the step's now-running image while its converter runs
+  EXPECT_EQ(Get<QLabel>("imaproperty")->text().toStdString(), "\u2714");
   EXPECT_EQ(window->main_form().outcome(), app::RunOutcome::Completed);
   EXPECT_EQ(Get<QLabel>("lblAddress")->text().toStdString(), "Conversion Complete");
   EXPECT_EQ(Get<QPushButton>("cmdQuit")->text().toStdString(), "Quit");
