@@ -132,7 +132,7 @@ void UpdateEveryRecord(benchmark::State& state) {
     auto set = RecordSet::Open(folder, "select file_num from property", {437, nullptr, &backup});
     for (; !set->EndOfFile(); set->MoveNext()) {
       set->Edit();
-      set->SetText("FILE_NUM", "A" + set->GetText("FILE_NUM"));
+      set->SetText("FILE_NUM", "A" + std::string(TrimBlanks(set->GetValue("FILE_NUM").text)));
       set->Update();
     }
     set->Flush();

@@ -4,9 +4,14 @@
 // never touch a widget. The command line, the window and the tests each present it their way.
 #pragma once
 
+#include <array>
+#include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "app/controls.h"
 
 namespace qorvane::app {
 
@@ -47,17 +52,16 @@ struct FormModel {
   bool fraIllegalFix = false;
   bool fraCustomize = false;
 
-  // Check boxes by control name ("ckbProperty", "ckbViewLog", ...): 1 checked, 0 not.
-  std::map<std::string, int> CheckBoxes;
-  // Image controls by name ("imaclient", "imaClientNow", ...): true when visible.
-  std::map<std::string, bool> Images;
+  // Check boxes: 1 checked, 0 not.
+  std::array<int, kCheckBoxCount> CheckBoxes{};
+  bool Checked(CheckBox box) const { return CheckBoxes[IndexOf(box)] == 1; }
+  void SetCheck(CheckBox box, bool checked) { CheckBoxes[IndexOf(box)] = checked ? 1 : 0; }
 
-  bool Checked(const std::string& check_box) const {
-    auto found = CheckBoxes.find(check_box);
-    return found != CheckBoxes.end() && found->second == 1;
-  }
-  void SetCheck(const std::string& check_box, bool checked) { CheckBoxes[check_box] = checked ? 1 : 0; }
-  bool ImageVisible(const std::string& image) const {
+  // Image controls ("imaclient", "imaClientNow", ...): true when visible. Only names from the
+  // step tables (steps.h) are ever set.
+  std::map<std::string_view, bool, std::less<>> Images;
+  void SetImage(std::string_view image, bool visible) { Images[image] = visible; }
+  bool ImageVisible(std::string_view image) const {
     auto found = Images.find(image);
     return found != Images.end() && found->second;
   }

@@ -13,26 +13,10 @@ constexpr const char* kQuitHint = "Hit ESC key or 'Quit Conversion' button to ha
 constexpr const char* kPausedLine = "Conversion paused by User (Quit button) ~ continued";
 constexpr const char* kStoppedLine = "Conversion aborted by User and program ended (Quit button)";
 
-// Check boxes whose choice FOXCON.INI keeps, with the value a first start gets.
-struct CheckBoxDefault {
-  const char* name;
-  int value;
-};
-constexpr CheckBoxDefault kCheckBoxDefaults[] = {
-    {"ckbformtypes", 1}, {"ckbClient", 1}, {"ckbappraiser", 1}, {"ckbaddapprformtypes", 1},
-    {"ckbAddClientFormTypes", 1}, {"ckbProperty", 1}, {"ckbinvoice", 1}, {"ckbapprexp", 1},
-    {"ckbApprFee", 1}, {"ckbclientfee", 1}, {"ckbApplied", 1}, {"ckbcompany", 1},
-    {"ckbusers", 1}, {"ckbPrelim", 0}, {"ckbMassage", 0}, {"ckbmassageproperty", 0},
-    {"ckbmassageassigned", 0}, {"ckbmassageinvoice", 0}, {"ckbViewLog", 0},
-    {"ckbClearFormTypes", 0}, {"ckbclearapplied", 0}, {"ckbClearAppraiser", 0},
-    {"ckbclearapprfee", 0}, {"ckbClearClient", 0}, {"ckbclearclientfee", 0},
-    {"ckbclearcompany", 0}, {"ckbclearinvoice", 0}, {"ckbClearProperty", 0},
-    {"ckbclearsystem", 0},
-};
-
-std::string OptionTag(const std::string& check_box, int default_value) {
-  return fmt::format("<WINDIR>{}[{}]{}|{}", kConverterSettingsFile, kOptionsSection, check_box,
-                     default_value);
+// The settings tag of a check box whose choice FOXCON.INI keeps.
+std::string OptionTag(const CheckBoxInfo& box) {
+  return fmt::format("<WINDIR>{}[{}]{}|{}", kConverterSettingsFile, kOptionsSection, box.name,
+                     box.first_start_value);
 }
 
 }  // namespace
@@ -55,7 +39,7 @@ std::string ElapsedTimeText(std::int64_t seconds) {
 
 MainForm::MainForm(View& view, Settings settings, Clock& clock)
     : view_(view), settings_(std::move(settings)), clock_(clock) {
-  for (const CheckBoxDefault& box : kCheckBoxDefaults) form_.CheckBoxes[box.name] = box.value;
+  for (const CheckBoxInfo& box : CheckBoxes()) form_.CheckBoxes[IndexOf(box.box)] = box.first_start_value;
 }
 
 void MainForm::TagRead() {
@@ -68,9 +52,8 @@ void MainForm::TagRead() {
     if (Trim(target).empty()) target = settings_.Read(tags::kTargetDataDir);
     form_.txtPyxPath = source;
     form_.txtZulPath = target;
-    for (const CheckBoxDefault& box : kCheckBoxDefaults) {
-      std::string value = settings_.Read(OptionTag(box.name, box.value));
-      form_.CheckBoxes[box.name] = Trim(value) == "1" ? 1 : 0;
+    for (const CheckBoxInfo& box : CheckBoxes()) {
+      form_.SetCheck(box.box, Trim(settings_.Read(OptionTag(box))) == "1");
     }
   });
 }
@@ -78,9 +61,10 @@ void MainForm::TagRead() {
 void MainForm::SaveSettings() {
   Guard("SaveSettings", [&] {
     std::vector<std::pair<std::string, std::string>> values = {
-        {tags::kLastSourcePath, session_.SourcePath}, {tags::kLastTargetPath, session_.TargetPath}};
-    for (const CheckBoxDefault& box : kCheckBoxDefaults) {
-      values.emplace_back(OptionTag(box.name, box.value), form_.Checked(box.name) ? "1" : "0");
+        {tags::kLastSourcePath, session_.Paths.source_folder},
+        {tags::kLastTargetPath, session_.Paths.target_folder}};
+    for (const CheckBoxInfo& box : CheckBoxes()) {
+      values.emplace_back(OptionTag(box), form_.Checked(box.box) ? "1" : "0");
     }
     settings_.WriteMany(values);
   });
@@ -136,9 +120,9 @@ void MainForm::FormLoad(const StartupPaths& paths) {
                            " program to the " + target + " program ";
     OpenConfig();
     DiscoverDataDirectories();
-    if (routines_.Connect2Data) routines_.Connect2Data();
+    routines_->Connect2Data();
     SetGaugeValue(0, 1);
-    if (routines_.LoadCompanyLabels) routines_.LoadCompanyLabels();
+    routines_->LoadCompanyLabels();
     view_.Show(form_);
   });
 }
@@ -160,31 +144,34 @@ bool MainForm::DiscoverDataDirectories() {
     const std::string& source_name = session_.SourceProgram;
     const std::string& target_name = session_.TargetProgram;
 
+    DataPaths& paths = session_.Paths;
     CkRSlash(form_.txtPyxPath);
-    session_.SourcePath = Trim(form_.txtPyxPath);
-    if (session_.SourcePath.empty()) {
+    paths.source_folder = Trim(form_.txtPyxPath);
+    if (paths.source_folder.empty()) {
       MsgBox("Unable to automatically find " + source_name +
              " data directory: check VL.ini in Windows directory for proper settings. If VL.ini "
              "does not exist, install/reinstall " + source_name +
              ", set correct data directory, and run Qorvane again.");
-    } else if (!FileExists(session_.SourcePath + "Property.dbf")) {
-      MsgBox(session_.SourcePath +
+    } else if (!FileExists(paths.source_folder + "Property.dbf")) {
+      MsgBox(paths.source_folder +
              "Property.dbf not found. Please verify data path and file name in VL.ini in Windows "
              "directory. If VL.ini does not exist, install/reinstall " + source_name +
              ", set correct data directory, and run Qorvane again.\"");
     } else {
-      AddtoLogFile(session_.SourcePath + " set as initial PYX data path");
+      AddtoLogFile(paths.source_folder + " set as initial PYX data path");
       source_ok = true;
     }
 
     CkRSlash(form_.txtZulPath);
-    session_.TargetPath = Trim(form_.txtZulPath);
-    if (session_.TargetPath.empty()) {
+    paths.target_folder = Trim(form_.txtZulPath);
+    paths.target_file.clear();
+    if (paths.target_folder.empty()) {
       MsgBox("Unable to automatically find " + target_name + " data directory: Please choose proper directory");
-    } else if (!FileExists(session_.TargetPath + "Office.mdb")) {
-      MsgBox(session_.TargetPath + "Office.mdb not found. Please verify path and file name");
+    } else if (!FileExists(paths.target_folder + "Office.mdb")) {
+      MsgBox(paths.target_folder + "Office.mdb not found. Please verify path and file name");
     } else {
-      AddtoLogFile(session_.TargetPath + " set as initial ZUL data path");
+      paths.target_file = ResolveInDirectory(paths.target_folder, "Office.mdb");
+      AddtoLogFile(paths.target_folder + " set as initial ZUL data path");
       target_ok = true;
     }
     session_.DirectoriesSet = source_ok && target_ok;
@@ -193,14 +180,14 @@ bool MainForm::DiscoverDataDirectories() {
 }
 
 void MainForm::AddtoLogFile(const std::string& line) {
-  if (!session_.LogOpen) return;
+  if (!session_.LogOpen() || !log_.is_open()) return;
   std::string text = line + "\r\n";
   try {
     log_.WriteAt(log_offset_, std::as_bytes(std::span<const char>(text.data(), text.size())));
     log_offset_ += text.size();
   } catch (...) {
     // A log that cannot be written is reported once and then closed, so the run can go on.
-    session_.LogOpen = false;
+    log_.Close();
     ErrorInfo info = DescribeException(std::current_exception());
     ReportError(info.number, info.description);
   }
@@ -208,9 +195,7 @@ void MainForm::AddtoLogFile(const std::string& line) {
 
 void MainForm::CloseLog() {
   Guard("CloseLog", [&] {
-    session_.LogOpen = false;
-    session_.InConversion = false;
-    session_.RunActive = false;
+    if (session_.State == RunState::Running) session_.State = RunState::Closing;
     if (log_.is_open()) {
       try {
         log_.Sync();
@@ -280,7 +265,7 @@ bool MainForm::HandleQuitRequest() {
 }
 
 void MainForm::cmdQuit_Click() {
-  if (!session_.InConversion) {
+  if (session_.State != RunState::Running) {
     session_.EndRequested = true;
     return;
   }
@@ -288,7 +273,7 @@ void MainForm::cmdQuit_Click() {
 }
 
 bool MainForm::Form_Unload() {
-  if (!session_.InConversion) {
+  if (session_.State != RunState::Running) {
     session_.EndRequested = true;
     return false;
   }

@@ -2,12 +2,11 @@
 // and the tests. It owns the run state (ConvertSession), the form model, the settings and the
 // conversion log, and drives one View. Start-up, the conversion run, the log, the gauge, the
 // Quit/ESC/close prompt and the error reporter live here; the data layer and the converters
-// plug in through RunRoutines, so this library depends on neither.
+// plug in through RunRoutines (routines.h), so this library depends on neither.
 #pragma once
 
 #include <cstdint>
-#include <functional>
-#include <map>
+#include <span>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -15,8 +14,10 @@
 
 #include "app/errors.h"
 #include "app/form_model.h"
+#include "app/routines.h"
 #include "app/session.h"
 #include "app/settings.h"
+#include "app/steps.h"
 #include "app/vb_text.h"
 #include "app/view.h"
 #include "common/os.h"
@@ -32,25 +33,6 @@ class Clock {
 class SystemClock : public Clock {
  public:
   Timestamp Now() override { return Timestamp::Now(); }
-};
-
-// The routines other layers register with the run. An empty one runs nothing. Each registered
-// routine guards itself (MainForm::Guard) under its own name.
-struct RunRoutines {
-  using Routine = std::function<void()>;
-  Routine Connect2Data;           // start-up: binds the source tables
-  Routine LoadCompanyLabels;      // start-up: fills lblCompany, lblphone, lblfax
-  Routine PrepareSource;          // in a run, after the discovery (SelectPropertyOrder)
-  Routine AdoConnect;             // in a run, after the confirmation
-  Routine ClearSelectedTables;
-  Routine FixPropertyFileNum;
-  std::function<void(const std::string& control, const std::string& field,
-                     const std::string& table)> FixDataFileNums;
-  Routine RefreshSource;          // after the preliminary corrections: source re-read
-  Routine DeleteEmptyFilenumbers;
-  Routine EndRun;                 // once a run has returned, however it ended: puts the target
-                                  // database in place
-  std::map<std::string, Routine> Converters;  // by routine name: "ConvertPropertyDBF", ...
 };
 
 // How the last run ended; the command line turns it into its exit status.
@@ -74,7 +56,10 @@ class MainForm {
   ConvertSession& session() { return session_; }
   FormModel& form() { return form_; }
   View& view() { return view_; }
-  RunRoutines& routines() { return routines_; }
+  // The routines the run calls; until SetRoutines they do nothing. ROUTINES must outlive the
+  // form or the next SetRoutines.
+  RunRoutines& routines() { return *routines_; }
+  void SetRoutines(RunRoutines& routines) { routines_ = &routines; }
   const Settings& settings() const { return settings_; }
   Clock& clock() { return clock_; }
 
@@ -100,6 +85,13 @@ class MainForm {
   // When the current (or last) run started.
   const Timestamp& RunStart() const { return run_start_; }
   const std::string& LogPath() const { return log_path_; }
+  // What each step of the current (or last) run returned, in the order the steps ran.
+  struct StepReport {
+    const char* name;  // the step's command-line word ("property")
+    bool massage;      // a massage step rather than a conversion step
+    StepResult result;
+  };
+  const std::vector<StepReport>& RunReport() const { return run_report_; }
 
   // The conversion log.
   void AddtoLogFile(const std::string& line);
@@ -129,6 +121,11 @@ class MainForm {
   // Retry runs BODY again, Abort sets AbortRequested; then the routine returns its empty value.
   template <typename Body>
   auto Guard(const std::string& name, Body&& body) -> std::invoke_result_t<Body>;
+  // As Guard, for one record of a loop: the report names the record (WHERE), and after a
+  // failure the result is ON_FAILURE(error) instead of the empty value.
+  template <typename Body, typename OnFailure>
+  auto GuardOr(const std::string& name, const std::string& where, Body&& body, OnFailure&& on_failure)
+      -> std::invoke_result_t<Body>;
 
  private:
   bool HandleQuitRequest();  // the prompt; true when the user chose Stop
@@ -138,7 +135,11 @@ class MainForm {
   void FinishRun();
   void RunSteps();
   void RunMassage();
-  bool AbortTest();  // true when the run must end here
+  // Runs ROUTINES of one step in order, each followed by the abort test; returns whether the
+  // run goes on, and the count the step's completion line shows.
+  bool RunStepRoutines(StepReport report, std::span<const StepRoutine> routines,
+                       std::optional<std::int64_t>& shown_count);
+  void SetStepImages(const ImagePair& images, bool running);  bool AbortTest();  // true when the run must end here
   void WriteElapsedTime(const Timestamp& start);
 
   View& view_;
@@ -146,18 +147,19 @@ class MainForm {
   Clock& clock_;
   ConvertSession session_;
   FormModel form_;
-  RunRoutines routines_;
+  NoRoutines no_routines_;
+  RunRoutines* routines_ = &no_routines_;
+  std::vector<StepReport> run_report_;
   os::File log_;
   std::uint64_t log_offset_ = 0;
   std::string log_path_;
   RunOutcome outcome_ = RunOutcome::NotRun;
   Timestamp run_start_;
-  bool end_run_pending_ = false;  // EndRun is owed once the run has returned
 };
 
-template <typename Body>
-auto MainForm::Guard(const std::string& name, Body&& body) -> std::invoke_result_t<Body> {
-  using Result = std::invoke_result_t<Body>;
+template <typename Body, typename OnFailure>
+auto MainForm::GuardOr(const std::string& name, const std::string& where, Body&& body,
+                       OnFailure&& on_failure) -> std::invoke_result_t<Body> {
   for (;;) {
     session_.SetRoutine(name);
     try {
@@ -167,29 +169,21 @@ auto MainForm::Guard(const std::string& name, Body&& body) -> std::invoke_result
     } catch (...) {
       ErrorInfo info = DescribeException(std::current_exception());
       session_.SetRoutine(name);
-      int action = ReportError(info.number, info.description);
+      int action = ReportError(info.number, where.empty() ? info.description : info.description + " (" + where + ")");
       if (action == kReportRetry) continue;
       if (action == kReportAbort) session_.AbortRequested = true;
-      if constexpr (std::is_void_v<Result>) {
-        return;
-      } else {
-        return Result{};
-      }
+      return on_failure(info);
     }
   }
 }
 
-// A step of the run as the form shows it: its check box and its image pair.
-struct StepControls {
-  const char* check_box;
-  const char* done_image;
-  const char* now_image;
-};
-// The conversion steps, then the massage steps, in the order the run takes them.
-std::vector<StepControls> ConversionStepControls();
-std::vector<StepControls> MassageStepControls();
-// The images shown while the massage as a whole runs, and when it is done.
-inline constexpr StepControls kMassageDataControls = {"ckbMassage", "imamassagedata", "imaMassageDataNow"};
+template <typename Body>
+auto MainForm::Guard(const std::string& name, Body&& body) -> std::invoke_result_t<Body> {
+  using Result = std::invoke_result_t<Body>;
+  return GuardOr(name, std::string(), std::forward<Body>(body), [](const ErrorInfo&) {
+    if constexpr (!std::is_void_v<Result>) return Result{};
+  });
+}
 
 // The conversion log's file name for a run started at START: ConvLog-YYMMDD-HMS.log.
 std::string LogFileName(const Timestamp& start);

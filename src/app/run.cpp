@@ -11,115 +11,6 @@
 namespace qorvane::app {
 namespace {
 
-// One conversion step: its check box, its image pair, its begin line (none for Applied),
-// the converter routines it calls, and its completion texts.
-struct ConversionStep {
-  const char* check_box;
-  const char* done_image;
-  const char* now_image;
-  const char* begin_line;  // nullptr: the step writes no begin line
-  std::initializer_list<const char*> converters;
-  const char* completion_prefix;  // followed by the count and " records"
-  const char* empty_line;         // when the count is empty
-  // A source table the step needs: when it is missing the step writes MISSING_LINE instead of
-  // running its converters and its completion line.
-  const char* required_file = nullptr;
-  const char* missing_line = nullptr;
-};
-
-constexpr const char* kFormTypesPrefix = "Formtypes table (standard) conversion complete: ";
-constexpr const char* kFormTypesEmpty = "Formtypes table (standard) conversion complete: No records found";
-
-const ConversionStep kConversionSteps[] = {
-    {"ckbformtypes", "imaformtypes", "imaFormTypesNow", "Begin conversion: FormTypes.mdb",
-     {"ConvertFormTypesDBF"}, kFormTypesPrefix, kFormTypesEmpty, "forms.dbf",
-     "***    Forms.dbf was not found."},
-    // The client step reports with the form-types wording, as the office's logs always have.
-    {"ckbClient", "imaclient", "imaClientNow", "Begin conversion: Client.mdb",
-     {"ConvertClientDBF", "ConvertClientDBFByCliNum"}, kFormTypesPrefix, kFormTypesEmpty},
-    {"ckbappraiser", "imaappraiser", "imaAppraiserNow", "Begin conversion: Appraiser.mdb",
-     {"ConvertAppraisrDBF"}, "Appriaser table conversion complete: ",
-     "Appriaser table conversion complete: No records found"},
-    {"ckbaddapprformtypes", "imaaddapprformtypes", "imaAddApprFormTypesNow",
-     "Begin conversion addition: FormTypes.mdb (Appraiser Non-Standard)", {"AddFormTypesAppraiser"},
-     "Non-standard formtypes (appraiser) conversion complete: ",
-     "Non-standard formtypes (appraiser) conversion complete: No records found"},
-    {"ckbAddClientFormTypes", "imaaddclientformtypes", "imaAddClientFormTypesNow",
-     "Begin conversion addition: FormTypes.mdb (Client Non-Standard)", {"AddFormTypesClient"},
-     "Non-standard formtypes (client) conversion complete: ",
-     "Non-standard formtypes (client) conversion complete: No records found"},
-    {"ckbProperty", "imaproperty", "imaPropertyNow", "Begin conversion: Property.mdb",
-     {"ConvertPropertyDBF"}, "Property table conversion complete: ",
-     "Property table conversion complete: No records found"},
-    {"ckbinvoice", "imainvoice", "imaInvoiceNow", "Begin conversion: Invoice.mdb",
-     {"ConvertInvoiceDBF"}, "Invoice table conversion complete: ",
-     "Invoice table conversion complete: No records found"},
-    {"ckbapprexp", "imaapprexp", "imaApprExpNow", "Begin conversion: Appraiser Expense into Invoice.mdb",
-     {"ConvertApprExpDBF"}, "Appraiser Expense data conversion complete: ",
-     "Appraiser Expense data conversion complete: No records found"},
-    {"ckbApprFee", "imaapprfee", "imaApprFeeNow", "Begin conversion: AppraiserFee.mdb",
-     {"ConvertApprFeeDBF"}, "AppraiserFee table conversion complete: ",
-     "AppraiserFee table conversion complete: No records found"},
-    {"ckbclientfee", "imaclientfee", "imaClientFeeNow", "Begin conversion: ClientFee into Client.mdb",
-     {"ConvertClientFeeDBF"}, "ClientFee data conversion complete: ",
-     "ClientFee data conversion complete: No records found"},
-    {"ckbApplied", "imaapplied", "imaAppliedNow", nullptr, {"ConvertAppliedDBF"},
-     "Applied table conversion complete: ", "Applied table conversion complete: No records found"},
-    {"ckbcompany", "imacompany", "imaCompanyNow", "Begin conversion: Company.mdb",
-     {"ConvertCompanyName"}, "Company table conversion complete: ",
-     "Company table conversion complete: No records found"},
-    {"ckbusers", "imausers", "imaUsersNow", "Begin conversion: Users.mdb", {"ConvertUsers"},
-     "Users table conversion complete: ", "Users table conversion complete: No records found"},
-};
-
-struct MassageStep {
-  const char* check_box;
-  const char* done_image;
-  const char* now_image;
-  const char* begin_line;
-  const char* routine;
-  const char* completion_prefix;
-};
-
-const MassageStep kMassageSteps[] = {
-    {"ckbmassageproperty", "imamassageproperty", "imaMassagePropertyNow",
-     "Begin Data Massage: Property.mdb", "MassageProperty", "Property data massage complete: "},
-    {"ckbmassageassigned", "imamassageassigned", "imaMassageAssignedNow",
-     "Begin Data Massage: Assigned.mdb", "MassageAssigned", "Assigned data massage complete: "},
-    {"ckbmassageinvoice", "imamassageinvoice", "imaMassageInvoiceNow",
-     "Begin Data Massage: Invoice.mdb", "MassageInvoice", "Invoice data massage complete: "},
-};
-
-// The preliminary corrections of other source tables, in their order.
-struct DataFileNumFix {
-  const char* control;
-  const char* field;
-  const char* table;
-};
-const DataFileNumFix kDataFileNumFixes[] = {
-    {"datinvoice", "Inv_num", "Invoice"}, {"datClient", "Cli_num", "Client"},
-    {"datClient", "Cli_Bill", "Client"},  {"datapplied", "File_num", "Applied"},
-    {"datcliexp", "Inv_num", "Cliexp"},   {"datapprexp", "File_num", "Apprexp"},
-};
-
-}  // namespace
-
-std::vector<StepControls> ConversionStepControls() {
-  std::vector<StepControls> controls;
-  for (const ConversionStep& step : kConversionSteps) {
-    controls.push_back({step.check_box, step.done_image, step.now_image});
-  }
-  return controls;
-}
-
-std::vector<StepControls> MassageStepControls() {
-  std::vector<StepControls> controls;
-  for (const MassageStep& step : kMassageSteps) controls.push_back({step.check_box, step.done_image, step.now_image});
-  return controls;
-}
-
-namespace {
-
 constexpr const char* kConfirmation =
     "You should have a good backup of your data BEFORE using this option.  If you have a many "
     "records (thousands) to merge and convert this task may take a long time.  The files are "
@@ -130,12 +21,11 @@ constexpr const char* kConfirmation =
 void MainForm::cmdNEWConvert() {
   session_.SetRoutine("cmdNEWConvert");
   form_.fraCustomize = false;
-  if (session_.InConversion) return;
-  session_.InConversion = true;
-  session_.RunActive = true;
+  if (session_.InConversion()) return;
+  session_.State = RunState::Running;
   EnableButtons(false);
   session_.AbortRequested = false;
-  end_run_pending_ = true;
+  run_report_.clear();
   outcome_ = RunOutcome::Failed;
   try {
     RunConversion();
@@ -154,13 +44,11 @@ void MainForm::cmdNEWConvert() {
 
 void MainForm::FinishRun() {
   // A run that failed before its end still leaves the log closed and the buttons enabled.
-  if (session_.InConversion) CloseLog();
+  if (session_.State == RunState::Running) CloseLog();
   // The target is put in place only now, when no converter is on the stack any more: a Stop
   // answered inside a converter closes the log at once, but the converter still returns first.
-  if (end_run_pending_) {
-    end_run_pending_ = false;
-    if (routines_.EndRun) routines_.EndRun();
-  }
+  routines_->EndRun();
+  session_.State = RunState::Idle;
 }
 
 bool MainForm::AbortTest() {
@@ -172,7 +60,7 @@ bool MainForm::AbortTest() {
 }
 
 void MainForm::RunConversion() {
-  bool view_log = form_.Checked("ckbViewLog");
+  bool view_log = form_.Checked(CheckBox::ckbViewLog);
   Timestamp start = clock_.Now();
   run_start_ = start;
 
@@ -181,7 +69,6 @@ void MainForm::RunConversion() {
   log_path_ = Trim(log_dir) + LogFileName(start);
   log_ = os::File::Open(log_path_, os::OpenMode::CreateTruncate);
   log_offset_ = 0;
-  session_.LogOpen = true;
 
   AddtoLogFile("Company: " + form_.lblCompany);
   AddtoLogFile("Phone: " + form_.lblphone);
@@ -198,13 +85,13 @@ void MainForm::RunConversion() {
     return;
   }
   session_.SetRoutine("cmdNEWConvert");
-  if (routines_.PrepareSource) routines_.PrepareSource();
+  routines_->PrepareSource();
 
   AddtoLogFile("");
   AddtoLogFile("Listboxes cleared");
   AddtoLogFile("");
 
-  std::string question = kConfirmation + session_.SourcePath + "'. Do you wish to continue?";
+  std::string question = kConfirmation + session_.Paths.source_folder + "'. Do you wish to continue?";
   if (MsgBox(question, MessageButtons::YesNo) != MessageResult::Yes) {
     CloseLog();
     outcome_ = RunOutcome::Declined;
@@ -215,29 +102,29 @@ void MainForm::RunConversion() {
   form_.lstIllegalFilenumbers.clear();
   form_.lstWasNotConverted.clear();
   cmdOk_Click();
-  if (routines_.AdoConnect) routines_.AdoConnect();
+  routines_->AdoConnect();
   AddtoLogFile("");
   if (AbortTest()) return;
 
-  if (routines_.ClearSelectedTables) routines_.ClearSelectedTables();
+  routines_->ClearSelectedTables();
   SetGaugeValue(0, 1);
 
-  if (form_.Checked("ckbPrelim")) {
-    if (routines_.FixPropertyFileNum) routines_.FixPropertyFileNum();
+  if (form_.Checked(CheckBox::ckbPrelim)) {
+    routines_->FixPropertyFileNum();
     if (AbortTest()) return;
-    for (const DataFileNumFix& fix : kDataFileNumFixes) {
-      if (routines_.FixDataFileNums) routines_.FixDataFileNums(fix.control, fix.field, fix.table);
+    for (const DataFileNumFix& fix : DataFileNumFixes()) {
+      routines_->FixDataFileNums(fix.control, fix.field, fix.table);
       if (AbortTest()) return;
     }
     // The converters read the corrected numbers, in their corrected order.
-    if (routines_.RefreshSource) routines_.RefreshSource();
+    routines_->RefreshSource();
   }
 
   RunSteps();
-  if (!session_.InConversion) return;  // stopped inside the steps
-  if (form_.Checked("ckbMassage")) {
+  if (session_.State != RunState::Running) return;  // stopped inside the steps
+  if (form_.Checked(CheckBox::ckbMassage)) {
     RunMassage();
-    if (!session_.InConversion) return;
+    if (session_.State != RunState::Running) return;
   }
 
   ShowCompletionNotice();
@@ -254,29 +141,44 @@ void MainForm::RunConversion() {
   if (view_log) view_.OpenLog(log_path_);
 }
 
+void MainForm::SetStepImages(const ImagePair& images, bool running) {
+  form_.SetImage(images.now, running);
+  form_.SetImage(images.done, !running);
+}
+
+bool MainForm::RunStepRoutines(StepReport step, std::span<const StepRoutine> routines,
+                               std::optional<std::int64_t>& shown_count) {
+  form_.lblRecord.clear();
+  StepReport& report = run_report_.emplace_back(std::move(step));
+  for (StepRoutine routine : routines) {
+    if (routine == nullptr) continue;
+    StepResult result = (routines_->*routine)();
+    // The record counter shows what the last routine that counted left in it.
+    if (result.shown_count) shown_count = result.shown_count;
+    report.result.ledger.Merge(result.ledger);
+    report.result.shown_count = shown_count;
+    if (AbortTest()) return false;
+  }
+  return true;
+}
+
 void MainForm::RunSteps() {
-  for (const ConversionStep& step : kConversionSteps) {
+  for (const StepInfo& step : ConversionSteps()) {
     if (!form_.Checked(step.check_box)) continue;
-    form_.Images[step.now_image] = true;
-    form_.Images[step.done_image] = false;
-    form_.lblRecord.clear();
+    SetStepImages(step.images, true);
     if (step.begin_line) AddtoLogFile(step.begin_line);
+    std::optional<std::int64_t> count;
     bool skip_completion = false;
-    if (step.required_file && !FileExists(session_.SourcePath + step.required_file)) {
+    if (step.required_file && !FileExists(session_.Paths.source_folder + step.required_file)) {
+      form_.lblRecord.clear();
       AddtoLogFile(step.missing_line);
       skip_completion = true;
-    } else {
-      for (const char* converter : step.converters) {
-        auto routine = routines_.Converters.find(converter);
-        if (routine != routines_.Converters.end() && routine->second) routine->second();
-        if (AbortTest()) return;
-      }
+    } else if (!RunStepRoutines({step.word, false, {}}, step.routines, count)) {
+      return;
     }
-    form_.Images[step.now_image] = false;
-    form_.Images[step.done_image] = true;
+    SetStepImages(step.images, false);
     if (!skip_completion) {
-      std::string count = Trim(form_.lblRecord);
-      AddtoLogFile(count.empty() ? step.empty_line : step.completion_prefix + count + " records");
+      AddtoLogFile(count ? step.completion_prefix + std::to_string(*count) + " records" : step.empty_line);
     }
     // Between two steps the user's Quit or ESC is served as well.
     DoEvents();
@@ -285,25 +187,20 @@ void MainForm::RunSteps() {
 }
 
 void MainForm::RunMassage() {
-  form_.Images[kMassageDataControls.now_image] = true;
-  form_.Images[kMassageDataControls.done_image] = false;
-  if (routines_.DeleteEmptyFilenumbers) routines_.DeleteEmptyFilenumbers();
+  SetStepImages(kMassageDataImages, true);
+  routines_->DeleteEmptyFilenumbers();
   AddtoLogFile("Begin Data Massage of Selected");
-  for (const MassageStep& step : kMassageSteps) {
+  for (const MassageStepInfo& step : MassageSteps()) {
     if (!form_.Checked(step.check_box)) continue;
-    form_.Images[step.now_image] = true;
-    form_.Images[step.done_image] = false;
-    form_.lblRecord.clear();
+    SetStepImages(step.images, true);
     AddtoLogFile(step.begin_line);
-    auto routine = routines_.Converters.find(step.routine);
-    if (routine != routines_.Converters.end() && routine->second) routine->second();
-    if (AbortTest()) return;
-    form_.Images[step.now_image] = false;
-    form_.Images[step.done_image] = true;
-    AddtoLogFile(step.completion_prefix + Trim(form_.lblRecord) + " records");
+    std::optional<std::int64_t> count;
+    const StepRoutine routines[] = {step.routine};
+    if (!RunStepRoutines({step.word, true, {}}, routines, count)) return;
+    SetStepImages(step.images, false);
+    AddtoLogFile(step.completion_prefix + (count ? std::to_string(*count) : std::string()) + " records");
   }
-  form_.Images[kMassageDataControls.now_image] = false;
-  form_.Images[kMassageDataControls.done_image] = true;
+  SetStepImages(kMassageDataImages, false);
   AddtoLogFile("Data massage (ALL) complete:");
 }
 

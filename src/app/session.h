@@ -5,17 +5,42 @@
 
 namespace qorvane::app {
 
+// Where the two offices are, resolved once by the directory discovery and taken as they are by
+// every connection: nothing parses them back out of a text box or a connection string.
+struct DataPaths {
+  std::string source_folder;  // the folder of the .dbf tables, ending in '/'
+  std::string target_folder;  // the folder of office.mdb (and of the log), ending in '/'
+  std::string target_file;    // office.mdb as it is spelt on disk, inside target_folder
+};
+
+// The states of a run:
+//
+//            Convert                       CloseLog (end, refusal, Stop)
+//   Idle ───────────────▶ Running ─────────────────────────────▶ Closing
+//    ▲                   log open, buttons off                  log closed, buttons on;
+//    │                   converters run                         a converter may still be
+//    │                                                          unwinding
+//    └──────────────────────────────────────────────────────────────┘
+//                 the run has returned: EndRun puts office.mdb in place
+//
+// A second Convert does nothing unless the state is Idle. AbortRequested is a request, not a
+// state: Stop (or the error box's Abort) sets it while Running, the run tests it after every
+// routine and the record loop once per record; a new run clears it.
+enum class RunState { Idle, Running, Closing };
+
 class ConvertSession {
  public:
-  bool InConversion = false;    // a run is in progress; a second Convert does nothing
+  RunState State = RunState::Idle;
   bool AbortRequested = false;  // set by Stop; tested after every converter and once per record
-  bool LogOpen = false;         // AddtoLogFile writes only while this is true
-  bool RunActive = false;       // the third run flag: set at the start of a run, cleared by CloseLog
   bool DirectoriesSet = false;  // the result of the last data-directory discovery
   bool EndRequested = false;    // the main form was unloaded: the program ends after this event
 
-  std::string SourcePath;       // source data path, ending in '/'
-  std::string TargetPath;       // target data path, ending in '/'
+  // A run is going on (the old InConversion): from Convert until the run has returned.
+  bool InConversion() const { return State != RunState::Idle; }
+  // The log takes lines (the old LogOpen): between the start of a run and CloseLog.
+  bool LogOpen() const { return State == RunState::Running; }
+
+  DataPaths Paths;              // set by the directory discovery
   std::string SourceProgram = "PYX";  // the old program's name in captions and messages
   std::string TargetProgram;          // the new program's name
 

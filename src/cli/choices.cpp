@@ -1,38 +1,40 @@
 // Command-line words to check boxes (see choices.h).
 #include "cli/choices.h"
 
+#include "app/steps.h"
+
 #include <cctype>
 #include <sstream>
 
 namespace qorvane::cli {
 namespace {
 
+// A word of one list (--steps, --clear, --massage) and the check box it sets, read from the
+// run's step tables.
 struct Word {
   const char* word;
-  const char* check_box;
+  app::CheckBox check_box;
 };
 
-const std::vector<Word> kStepWords = {
-    {"formtypes", "ckbformtypes"},          {"client", "ckbClient"},
-    {"appraiser", "ckbappraiser"},          {"apprformtypes", "ckbaddapprformtypes"},
-    {"clientformtypes", "ckbAddClientFormTypes"}, {"property", "ckbProperty"},
-    {"invoice", "ckbinvoice"},              {"apprexp", "ckbapprexp"},
-    {"apprfee", "ckbApprFee"},              {"clientfee", "ckbclientfee"},
-    {"applied", "ckbApplied"},              {"company", "ckbcompany"},
-    {"users", "ckbusers"},
-};
-const std::vector<Word> kClearWords = {
-    {"formtypes", "ckbClearFormTypes"}, {"applied", "ckbclearapplied"},
-    {"appraiser", "ckbClearAppraiser"}, {"apprfee", "ckbclearapprfee"},
-    {"client", "ckbClearClient"},       {"clientfee", "ckbclearclientfee"},
-    {"company", "ckbclearcompany"},     {"invoice", "ckbclearinvoice"},
-    {"property", "ckbClearProperty"},   {"system", "ckbclearsystem"},
-};
-const std::vector<Word> kMassageWords = {
-    {"property", "ckbmassageproperty"},
-    {"assigned", "ckbmassageassigned"},
-    {"invoice", "ckbmassageinvoice"},
-};
+template <typename Entries>
+std::vector<Word> WordsOf(const Entries& entries) {
+  std::vector<Word> words;
+  for (const auto& entry : entries) words.push_back({entry.word, entry.check_box});
+  return words;
+}
+
+const std::vector<Word>& StepList() {
+  static const std::vector<Word> words = WordsOf(app::ConversionSteps());
+  return words;
+}
+const std::vector<Word>& ClearList() {
+  static const std::vector<Word> words = WordsOf(app::ClearChoices());
+  return words;
+}
+const std::vector<Word>& MassageList() {
+  static const std::vector<Word> words = WordsOf(app::MassageSteps());
+  return words;
+}
 
 std::vector<std::string> SplitList(const std::string& text) {
   std::vector<std::string> items;
@@ -85,12 +87,12 @@ std::optional<std::string> ApplyList(const std::string& option, const std::strin
 
 std::optional<std::string> ApplyChoices(const ConvertChoices& choices, app::FormModel& form) {
   int count = 0;
-  if (auto error = ApplyList("steps", choices.steps, kStepWords, form, &count)) return error;
-  if (auto error = ApplyList("clear", choices.clear, kClearWords, form, &count)) return error;
-  if (auto error = ApplyList("massage", choices.massage, kMassageWords, form, &count)) return error;
-  form.SetCheck("ckbMassage", count > 0);
-  form.SetCheck("ckbPrelim", choices.prelim);
-  form.SetCheck("ckbViewLog", choices.view_log);
+  if (auto error = ApplyList("steps", choices.steps, StepList(), form, &count)) return error;
+  if (auto error = ApplyList("clear", choices.clear, ClearList(), form, &count)) return error;
+  if (auto error = ApplyList("massage", choices.massage, MassageList(), form, &count)) return error;
+  form.SetCheck(app::CheckBox::ckbMassage, count > 0);
+  form.SetCheck(app::CheckBox::ckbPrelim, choices.prelim);
+  form.SetCheck(app::CheckBox::ckbViewLog, choices.view_log);
   form.lstfilenum.clear();
   std::stringstream stream(choices.files);
   std::string number;
@@ -103,8 +105,8 @@ std::optional<std::string> ApplyChoices(const ConvertChoices& choices, app::Form
   return std::nullopt;
 }
 
-std::string StepWords() { return Words(kStepWords); }
-std::string ClearWords() { return Words(kClearWords); }
-std::string MassageWords() { return Words(kMassageWords); }
+std::string StepWords() { return Words(StepList()); }
+std::string ClearWords() { return Words(ClearList()); }
+std::string MassageWords() { return Words(MassageList()); }
 
 }  // namespace qorvane::cli

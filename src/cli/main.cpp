@@ -13,7 +13,7 @@
 #include "common/os.h"
 #include "cli/choices.h"
 #include "cli/terminal_view.h"
-#include "data/connections.h"
+#include "convert/office.h"
 #include "foxpro/export.h"
 #include "jet/create/init_target.h"
 #include "jet/export.h"
@@ -61,9 +61,9 @@ std::optional<std::string> AbsoluteDirectory(const std::optional<std::string>& p
 int RunConvert(const ConvertOptions& options) {
   cli::TerminalView view({.assume_yes = options.yes, .quiet = options.quiet}, std::cerr);
   app::SystemClock clock;
-  app::MainForm main_form(view, app::Settings::FormInit(options.settings), clock);
-  data::Connections connections(main_form, {.default_code_page = options.source_codepage});
-  connections.Register();
+  convert::Program program =
+      convert::WireProgram(view, clock, {.settings_dir = options.settings, .source_codepage = options.source_codepage});
+  app::MainForm& main_form = *program.main_form;
   // A usage error has no side effects: the words are checked before start-up runs.
   app::FormModel scratch;
   if (auto error = cli::ApplyChoices(options.choices, scratch)) {

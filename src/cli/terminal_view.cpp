@@ -1,6 +1,8 @@
 // The command line's View (see terminal_view.h).
 #include "cli/terminal_view.h"
 
+#include "app/steps.h"
+
 #include <poll.h>
 #include <signal.h>
 #include <termios.h>
@@ -23,12 +25,15 @@ long long NowMs() {
   return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
-// The running step, from the image that shows "now running" ("imaPropertyNow" -> "Property").
+// The caption of the running step: the step whose now-running image shows.
 std::string RunningStep(const app::FormModel& form) {
-  for (const auto& [name, visible] : form.Images) {
-    if (!visible || name.size() <= 6 || name.compare(name.size() - 3, 3, "Now") != 0) continue;
-    return name.substr(3, name.size() - 6);
+  for (const app::StepInfo& step : app::ConversionSteps()) {
+    if (form.ImageVisible(step.images.now)) return step.caption;
   }
+  for (const app::MassageStepInfo& step : app::MassageSteps()) {
+    if (form.ImageVisible(step.images.now)) return std::string("Massage ") + step.caption;
+  }
+  if (form.ImageVisible(app::kMassageDataImages.now)) return "Massage";
   return "";
 }
 

@@ -4,6 +4,7 @@
 #include <ctime>
 
 #include "app/paths.h"
+#include "data/fields.h"
 
 namespace qorvane::data {
 namespace {
@@ -14,61 +15,52 @@ namespace {
 struct SourceBinding {
   const char* file;
   const char* table;
-  std::vector<const char*> controls;
+  std::vector<app::SourceControl> controls;
   const char* log_name;
 };
 
 const std::vector<SourceBinding>& SourceBindings() {
+  using S = app::SourceControl;
   static const std::vector<SourceBinding> bindings = {
-      {"assign.dbf", "ASSIGN", {"datAssign"}, "assign.dbf"},
-      {"applied.dbf", "APPLIED", {"datapplied"}, "applied.dbf"},
-      {"appraisr.dbf", "APPRAISR", {"datappraisr", "datappraisrtable"}, "appraiser.dbf"},
-      {"apprexp.dbf", "APPREXP", {"datapprexp"}, "apprexp.dbf"},
-      {"apprfee.dbf", "APPRFEE", {"datapprfee"}, "apprfee.dbf"},
-      {"client.dbf", "CLIENT", {"datClient", "datclienttable"}, "client.dbf"},
-      {"cliexp.dbf", "CLIEXP", {"datcliexp"}, "cliexp.dbf"},
-      {"clifee.dbf", "CLIFEE", {"datclifee"}, "clifee.dbf"},
-      {"payfee.dbf", "PAYFEE", {"datpayfee"}, "payfee.dbf"},
-      {"property.dbf", "PROPERTY", {"datproperty"}, "property.dbf"},
-      {"property.dbf", "PROPERTY", {"datproperty2"}, "property.dbf"},
-      {"rooms.dbf", "ROOMS", {"datrooms"}, "rooms.dbf"},
-      {"user.dbf", "USER", {"datuser"}, "user.dbf"},
-      {"invoice.dbf", "INVOICE", {"datinvoice"}, "invoice.dbf"},
+      {"assign.dbf", "ASSIGN", {S::datAssign}, "assign.dbf"},
+      {"applied.dbf", "APPLIED", {S::datapplied}, "applied.dbf"},
+      {"appraisr.dbf", "APPRAISR", {S::datappraisr, S::datappraisrtable}, "appraiser.dbf"},
+      {"apprexp.dbf", "APPREXP", {S::datapprexp}, "apprexp.dbf"},
+      {"apprfee.dbf", "APPRFEE", {S::datapprfee}, "apprfee.dbf"},
+      {"client.dbf", "CLIENT", {S::datClient, S::datclienttable}, "client.dbf"},
+      {"cliexp.dbf", "CLIEXP", {S::datcliexp}, "cliexp.dbf"},
+      {"clifee.dbf", "CLIFEE", {S::datclifee}, "clifee.dbf"},
+      {"payfee.dbf", "PAYFEE", {S::datpayfee}, "payfee.dbf"},
+      {"property.dbf", "PROPERTY", {S::datproperty}, "property.dbf"},
+      {"property.dbf", "PROPERTY", {S::datproperty2}, "property.dbf"},
+      {"rooms.dbf", "ROOMS", {S::datrooms}, "rooms.dbf"},
+      {"user.dbf", "USER", {S::datuser}, "user.dbf"},
+      {"invoice.dbf", "INVOICE", {S::datinvoice}, "invoice.dbf"},
   };
   return bindings;
 }
 
-const std::vector<std::string> kSourceControls = {
-    "datAssign", "datapplied", "datappraisr", "datappraisrtable", "datapprexp", "datapprfee",
-    "datClient", "datclienttable", "datcliexp", "datclifee", "datpayfee", "datproperty",
-    "datproperty2", "datrooms", "datuser", "datinvoice", "datforms"};
-
 struct TargetBinding {
-  const char* control;
+  app::TargetControl control;
   const char* record_source;  // "" for adoquery: its source is set by each query
 };
 
+using T = app::TargetControl;
 const TargetBinding kTargetBindings[] = {
-    {"adoappraiser", "Select * from Appraiser"},
-    {"adoappraiserfee", "Select * from AppraiserFee order by DisplayOrder"},
-    {"adoassigned", "Select * from Assigned"},
-    {"adoclient", "Select * from Client"},
-    {"adoclientcontact", "Select * from ClientContact"},
-    {"adoclientfee", "Select * from ClientFee ORDER BY DisplayOrder"},
-    {"adocompany", "Select * from Company"},
-    {"adoformtypes", "Select * from FormTypes"},
-    {"adoinvoice", "Select * from Invoice"},
-    {"adoproperty", nullptr},  // SelectAdoPropertyOrder
-    {"adousers", "Select * from users"},
-    {"adofind", "Select FILENUMBER from INVOICE"},
-    {"adoquery", ""},
+    {T::adoappraiser, "Select * from Appraiser"},
+    {T::adoappraiserfee, "Select * from AppraiserFee order by DisplayOrder"},
+    {T::adoassigned, "Select * from Assigned"},
+    {T::adoclient, "Select * from Client"},
+    {T::adoclientcontact, "Select * from ClientContact"},
+    {T::adoclientfee, "Select * from ClientFee ORDER BY DisplayOrder"},
+    {T::adocompany, "Select * from Company"},
+    {T::adoformtypes, "Select * from FormTypes"},
+    {T::adoinvoice, "Select * from Invoice"},
+    {T::adoproperty, nullptr},  // SelectAdoPropertyOrder
+    {T::adousers, "Select * from users"},
+    {T::adofind, "Select FILENUMBER from INVOICE"},
+    {T::adoquery, ""},
 };
-
-std::vector<std::string> TargetControlNames() {
-  std::vector<std::string> names;
-  for (const TargetBinding& binding : kTargetBindings) names.push_back(binding.control);
-  return names;
-}
 
 bool EndsWithDbf(const std::string& name) {
   if (name.size() < 3) return false;
@@ -81,7 +73,7 @@ bool EndsWithDbf(const std::string& name) {
 
 void LogReporter::Report(const std::string& message) {
   if (!reported_.insert(message).second) return;
-  if (main_form_.session().LogOpen) {
+  if (main_form_.session().LogOpen()) {
     main_form_.AddtoLogFile(message);
   } else {
     pending_.push_back(message);
@@ -89,7 +81,7 @@ void LogReporter::Report(const std::string& message) {
 }
 
 void LogReporter::FlushPending() {
-  if (!main_form_.session().LogOpen) return;
+  if (!main_form_.session().LogOpen()) return;
   for (const std::string& message : pending_) main_form_.AddtoLogFile(message);
   pending_.clear();
 }
@@ -97,8 +89,8 @@ void LogReporter::FlushPending() {
 Connections::Connections(app::MainForm& main_form, SourceOptions options)
     : main_form_(main_form),
       reporter_(main_form),
-      source_(kSourceControls, &record_options_),
-      target_(TargetControlNames(), &target_database_) {
+      source_(&record_options_, &main_form),
+      target_(&target_database_, &main_form) {
   record_options_.default_code_page = options.default_code_page;
   record_options_.reporter = &reporter_;
 }
@@ -123,7 +115,8 @@ bool Connections::Connect2DBF(DataControl& control, const std::string& folder,
     }
     control.Connect = "FoxPro 2.6;";
     std::string database_name = folder;
-    control.DatabaseName = app::StripRChar(database_name);
+    app::RemoveRSlash(database_name);
+    control.DatabaseName = database_name;
     control.RecordSource = table_name;
     control.RecordsetType = recordset_type;
     control.Unbind();
@@ -134,23 +127,20 @@ bool Connections::Connect2DBF(DataControl& control, const std::string& folder,
 
 void Connections::Connect2Data() {
   main_form_.Guard("Connect2Data", [&] {
+    // The folder the directory discovery resolved, ending in '/'.
+    const std::string& dir = main_form_.session().Paths.source_folder;
     for (const SourceBinding& binding : SourceBindings()) {
-      std::string dir = main_form_.form().txtPyxPath;
-      app::CkRSlash(dir);
-      dir = app::Trim(dir);
       if (app::FilePathExists(dir + binding.file)) {
         bool connected = true;
-        for (const char* name : binding.controls) {
-          std::string folder = main_form_.form().txtPyxPath;
-          app::RemoveRSlash(folder);
-          connected = Connect2DBF(source_[name], folder, binding.table, 1) && connected;
+        for (app::SourceControl id : binding.controls) {
+          connected = Connect2DBF(source_[id], dir, binding.table, 1) && connected;
         }
         main_form_.session().SetRoutine("Connect2Data");
         // A table that could not be opened has had its error reported instead.
         if (connected) main_form_.AddtoLogFile("Connected to " + dir + binding.log_name);
       } else {
         std::string warning = "Warning.  The file " + dir + binding.file + " is missing.";
-        for (const char* name : binding.controls) source_[name].Unbind();
+        for (app::SourceControl id : binding.controls) source_[id].Unbind();
         main_form_.MsgBox(warning);
         main_form_.AddtoLogFile(warning);
       }
@@ -160,7 +150,7 @@ void Connections::Connect2Data() {
 
 void Connections::SelectPropertyOrder() {
   main_form_.Guard("SelectPropertyOrder", [&] {
-    DataControl& property = source_["datproperty"];
+    DataControl& property = source_[app::SourceControl::datproperty];
     property.RecordSource = "Select * from Property order by file_num";
     property.Refresh();
   });
@@ -168,7 +158,9 @@ void Connections::SelectPropertyOrder() {
 
 void Connections::AdoConnect() {
   main_form_.Guard("AdoConnect", [&] {
-    std::string connection = ConnectionString(main_form_.form().txtZulPath);
+    const app::DataPaths& paths = main_form_.session().Paths;
+    target_database_.SetPath(paths.target_file);
+    std::string connection = ConnectionString(paths.target_folder);
     for (const TargetBinding& binding : kTargetBindings) {
       AdoControl& control = target_[binding.control];
       control.ConnectionString = connection;
@@ -189,7 +181,7 @@ void Connections::AdoConnect() {
 
 void Connections::SelectAdoPropertyOrder() {
   main_form_.Guard("SelectAdoPropertyOrder", [&] {
-    AdoControl& property = target_["adoproperty"];
+    AdoControl& property = target_[app::TargetControl::adoproperty];
     property.RecordSource = "Select * from property order by FileNumber";
     property.Refresh();
   });
@@ -197,12 +189,12 @@ void Connections::SelectAdoPropertyOrder() {
 
 void Connections::LoadCompanyLabels() {
   main_form_.Guard("LoadCompanyLabels", [&] {
-    DataControl& users = source_["datuser"];
+    DataControl& users = source_[app::SourceControl::datuser];
     if (!users.bound() || users.Recordset().EndOfFile()) return;
     auto& form = main_form_.form();
-    form.lblCompany = users.Recordset().GetText("Name");
-    form.lblphone = users.Recordset().GetText("user_PHone");
-    form.lblfax = users.Recordset().GetText("user_fax");
+    form.lblCompany = DATgetfield(users, "Name");
+    form.lblphone = DATgetfield(users, "user_PHone");
+    form.lblfax = DATgetfield(users, "user_fax");
   });
 }
 
@@ -234,19 +226,10 @@ void Connections::EndRun() {
     source_.ForEach([](DataControl& control) {
       if (control.bound()) control.Recordset().Flush();
     });
-    target_.ForEach([](AdoControl& control) { control.Unbind(); });
+    // Each control saves its pending row; one that cannot is reported and the others go on.
+    target_.ForEach([&](AdoControl& control) { main_form_.Guard("EndRun", [&] { control.Unbind(); }); });
     target_database_.CommitAndClose();
   });
-}
-
-void Connections::Register() {
-  app::RunRoutines& routines = main_form_.routines();
-  routines.Connect2Data = [this] { Connect2Data(); };
-  routines.LoadCompanyLabels = [this] { LoadCompanyLabels(); };
-  routines.PrepareSource = [this] { PrepareSource(); };
-  routines.AdoConnect = [this] { AdoConnect(); };
-  routines.RefreshSource = [this] { RefreshSource(); };
-  routines.EndRun = [this] { EndRun(); };
 }
 
 }  // namespace qorvane::data

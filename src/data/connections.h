@@ -1,7 +1,7 @@
 // The source and target connections: which source table each data control carries, which SQL
 // each ADO control carries, and the routines that bind them (Connect2DBF, Connect2Data,
-// SelectPropertyOrder, AdoConnect, SelectAdoPropertyOrder). Connections registers them with
-// the run, together with putting office.mdb in place when a run ends.
+// SelectPropertyOrder, AdoConnect, SelectAdoPropertyOrder), and putting office.mdb in place
+// when a run ends. The conversion layer (convert/office.h) calls them for the run.
 #pragma once
 
 #include <memory>
@@ -39,12 +39,8 @@ class Connections {
   Connections(app::MainForm& main_form, SourceOptions options);
   ~Connections();
 
-  // Sets the run's routines: Connect2Data and the company labels at start-up; the source
-  // preparation, AdoConnect, and putting office.mdb in place when the run ends.
-  void Register();
-
-  ControlSet<DataControl>& source() { return source_; }
-  ControlSet<AdoControl>& target() { return target_; }
+  SourceControls& source() { return source_; }
+  TargetControls& target() { return target_; }
   TargetDatabase& target_database() { return target_database_; }
   LogReporter& reporter() { return reporter_; }
 
@@ -75,9 +71,9 @@ class Connections {
   foxpro::RecordSetOptions record_options_;
   // One backup session per run; record sets opened in an earlier run may still point at theirs.
   std::vector<std::unique_ptr<foxpro::BackupSession>> backups_;
-  ControlSet<DataControl> source_;
+  SourceControls source_;
   TargetDatabase target_database_;
-  ControlSet<AdoControl> target_;
+  TargetControls target_;
 };
 
 }  // namespace qorvane::data

@@ -18,27 +18,14 @@ foxpro::RecordSet& DataControl::Recordset() {
   return *recordset_;
 }
 
-std::string TargetDatabase::PathOf(const std::string& connection_string) {
-  const std::string key = "Data Source=";
-  std::size_t start = connection_string.find(key);
-  if (start == std::string::npos) return "";
-  start += key.size();
-  std::size_t end = connection_string.find(';', start);
-  std::string path = connection_string.substr(start, end == std::string::npos ? std::string::npos : end - start);
-  std::size_t slash = path.rfind('/');
-  if (slash == std::string::npos) return path;
-  if (auto found = os::FindCaseInsensitive(path.substr(0, slash + 1), path.substr(slash + 1))) return *found;
-  return path;
-}
-
-jet::Database& TargetDatabase::Open(const std::string& connection_string) {
-  std::string path = PathOf(connection_string);
-  if (database_ && path == path_) return *database_;
+jet::Database& TargetDatabase::Open() {
+  if (database_ && next_path_ == path_) return *database_;
   CommitAndClose();
+  if (next_path_.empty()) throw Error(ErrorKind::InvalidArgument, "office.mdb: the target data directory is not set");
   jet::DatabaseOptions options;
   options.open_for = jet::OpenFor::Writing;
-  database_ = jet::Database::Open(path, options);
-  path_ = path;
+  database_ = jet::Database::Open(next_path_, options);
+  path_ = next_path_;
   return *database_;
 }
 
@@ -55,9 +42,21 @@ void TargetDatabase::CommitAndClose() {
   path_.clear();
 }
 
+void AdoControl::SavePending() {
+  if (recordset_ && recordset_->edit_mode() != jet::EditMode::None) recordset_->Update();
+}
+
+void AdoControl::Unbind() {
+  // The record set is closed even when its pending row cannot be saved; the failure is the
+  // caller's to report.
+  std::unique_ptr<jet::Recordset> closing = std::move(recordset_);
+  if (closing && closing->edit_mode() != jet::EditMode::None) closing->Update();
+}
+
 void AdoControl::Refresh() {
+  SavePending();
   recordset_.reset();
-  jet::Database& database = target_->Open(ConnectionString);
+  jet::Database& database = target_->Open();
   if (RecordSource.empty()) return;
   recordset_ = std::make_unique<jet::Recordset>(database, RecordSource);
 }
@@ -68,15 +67,5 @@ jet::Recordset& AdoControl::Recordset() {
   }
   return *recordset_;
 }
-
-template <typename Control>
-Control& ControlSet<Control>::operator[](const std::string& name) {
-  auto found = controls_.find(name);
-  if (found == controls_.end()) throw Error(ErrorKind::InvalidArgument, "no data control named " + name);
-  return *found->second;
-}
-
-template class ControlSet<DataControl>;
-template class ControlSet<AdoControl>;
 
 }  // namespace qorvane::data

@@ -3,11 +3,12 @@
 // converters borrow them by name; the connection routines bind them.
 #pragma once
 
-#include <map>
+#include <array>
 #include <memory>
 #include <string>
-#include <vector>
 
+#include "app/controls.h"
+#include "app/main_form.h"
 #include "foxpro/record_set.h"
 #include "jet/database.h"
 #include "jet/recordset.h"
@@ -17,8 +18,11 @@ namespace qorvane::data {
 // A source data control. Refresh opens RecordSource (a table name or a query) in DatabaseName.
 class DataControl {
  public:
-  DataControl(std::string name, const foxpro::RecordSetOptions* options)
-      : name_(std::move(name)), options_(options) {}
+  DataControl(app::SourceControl id, const foxpro::RecordSetOptions* options, app::MainForm* form)
+      : id_(id), name_(app::NameOf(id)), options_(options), form_(form) {}
+  // The main form that owns the control: the field helpers report their failures through it.
+  app::MainForm& form() const { return *form_; }
+  app::SourceControl id() const { return id_; }
   const std::string& name() const { return name_; }
 
   std::string Connect;        // always "FoxPro 2.6;"
@@ -34,8 +38,10 @@ class DataControl {
   foxpro::RecordSet& Recordset();
 
  private:
+  app::SourceControl id_;
   std::string name_;
   const foxpro::RecordSetOptions* options_;
+  app::MainForm* form_;
   std::unique_ptr<foxpro::RecordSet> recordset_;
 };
 
@@ -43,17 +49,17 @@ class DataControl {
 // on a work copy, committed (put in place) when the run ends or is stopped.
 class TargetDatabase {
  public:
-  // Opens the database a connection string names ("...Data Source=<path>;..."), unless it is
-  // the one already open.
-  jet::Database& Open(const std::string& connection_string);
+  // The file the next Open opens (the run's resolved office.mdb).
+  void SetPath(std::string path) { next_path_ = std::move(path); }
+  // Opens the file of SetPath for writing, unless it is the one already open.
+  jet::Database& Open();
   bool is_open() const { return database_ != nullptr; }
   jet::Database& database();
   // Commits what was written and closes the database.
   void CommitAndClose();
-  // The file a connection string names, found without regard to case.
-  static std::string PathOf(const std::string& connection_string);
 
  private:
+  std::string next_path_;
   std::string path_;
   std::unique_ptr<jet::Database> database_;
 };
@@ -61,40 +67,53 @@ class TargetDatabase {
 // An ADO data control. Refresh opens RecordSource on the database of ConnectionString.
 class AdoControl {
  public:
-  AdoControl(std::string name, TargetDatabase* target) : name_(std::move(name)), target_(target) {}
+  AdoControl(app::TargetControl id, TargetDatabase* target, app::MainForm* form)
+      : id_(id), name_(app::NameOf(id)), target_(target), form_(form) {}
+  app::MainForm& form() const { return *form_; }
+  app::TargetControl id() const { return id_; }
   const std::string& name() const { return name_; }
 
+  // Shown as the office's connection string; the database itself is the run's resolved path.
   std::string ConnectionString;
   std::string RecordSource;
 
+  // Opens the record source again. A row still being added or edited is saved first, as the
+  // target's driver saves it when its control moves or closes.
   void Refresh();
   bool bound() const { return recordset_ != nullptr; }
   jet::Recordset& Recordset();
-  void Unbind() { recordset_.reset(); }
+  // Closes the record set, saving a pending row first.
+  void Unbind();
 
  private:
+  void SavePending();
+
+  app::TargetControl id_;
   std::string name_;
   TargetDatabase* target_;
+  app::MainForm* form_;
   std::unique_ptr<jet::Recordset> recordset_;
 };
 
-// Controls by name, in the order the form declares them.
-template <typename Control>
+// One control of each enumerator of ID, built with ARGS.
+template <typename Control, typename Id, std::size_t Count>
 class ControlSet {
  public:
   template <typename... Args>
-  ControlSet(const std::vector<std::string>& names, Args... args) {
-    for (const std::string& name : names) controls_.emplace(name, std::make_unique<Control>(name, args...));
+  explicit ControlSet(Args... args) {
+    for (std::size_t i = 0; i < Count; ++i) controls_[i] = std::make_unique<Control>(static_cast<Id>(i), args...);
   }
-  // The control NAME; throws qorvane::Error (InvalidArgument) for an unknown name.
-  Control& operator[](const std::string& name);
+  Control& operator[](Id id) { return *controls_[app::IndexOf(id)]; }
   template <typename Visit>
   void ForEach(Visit visit) {
-    for (auto& [name, control] : controls_) visit(*control);
+    for (auto& control : controls_) visit(*control);
   }
 
  private:
-  std::map<std::string, std::unique_ptr<Control>> controls_;
+  std::array<std::unique_ptr<Control>, Count> controls_;
 };
+
+using SourceControls = ControlSet<DataControl, app::SourceControl, app::kSourceControlCount>;
+using TargetControls = ControlSet<AdoControl, app::TargetControl, app::kTargetControlCount>;
 
 }  // namespace qorvane::data

@@ -312,17 +312,6 @@ Value RecordSet::GetValue(std::string_view name) const {
   return s.table->ReadValue(record, column);
 }
 
-std::string RecordSet::GetText(std::string_view name) const {
-  Value value = GetValue(name);
-  switch (value.kind) {
-    case Value::Kind::Text: return std::string(TrimBlanks(value.text));
-    case Value::Kind::Number: return FormatNumber(value.number);
-    case Value::Kind::Date: return std::to_string(value.date.month) + "/" + std::to_string(value.date.day) + "/" + std::to_string(value.date.year);
-    case Value::Kind::Logical: return value.logical ? "True" : "False";
-    default: return "";
-  }
-}
-
 void RecordSet::SetIndex(const std::string& name) {
   State& s = *state_;
   std::string upper = UpperAscii(name);

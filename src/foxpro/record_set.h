@@ -52,10 +52,6 @@ class RecordSet {
   std::uint16_t FieldSize(std::string_view name) const;  // width in the table
   const Field& FieldInfo(std::string_view name) const;
   Value GetValue(std::string_view name) const;
-  // The value as trimmed text, as the conversion's DATgetfield reads it: text and memos
-  // trimmed; numbers in plain decimal ("12.5"); dates M/D/YYYY; logicals True/False; blank
-  // values "".
-  std::string GetText(std::string_view name) const;
 
   // Chooses the index Seek uses: a tag of the structural .cdx, else a field, by name. The
   // look-up structure is built once per index name (one pass over the table); Seek is then a

@@ -2,9 +2,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 
-#include <optional>
 
-#include "data/connections.h"
 #include "gui/main_window.h"
 
 int main(int argc, char** argv) {
@@ -15,13 +13,11 @@ int main(int argc, char** argv) {
   QCommandLineOption settings_option("settings", "Settings directory", "DIR");
   parser.addOption(settings_option);
   parser.process(application);
-  std::optional<std::string> settings;
-  if (parser.isSet(settings_option)) settings = parser.value(settings_option).toStdString();
+  qorvane::convert::ProgramOptions options;
+  if (parser.isSet(settings_option)) options.settings_dir = parser.value(settings_option).toStdString();
 
   qorvane::app::SystemClock clock;
-  qorvane::gui::MainWindow window(qorvane::app::Settings::FormInit(settings), clock);
-  qorvane::data::Connections connections(window.main_form(), {});
-  connections.Register();
+  qorvane::gui::MainWindow window(options, clock);
   window.show();
   try {
     window.main_form().FormLoad();

@@ -1,6 +1,8 @@
 // The Qt main window (see main_window.h).
 #include "gui/main_window.h"
 
+#include "app/steps.h"
+
 #include <QApplication>
 #include <QCheckBox>
 #include <QCloseEvent>
@@ -36,61 +38,31 @@ long long NowMs() {
 
 QString Q(const std::string& text) { return QString::fromStdString(text); }
 
-// What the window calls each step's check box (the run owns the steps and their images).
-const std::map<std::string, const char*> kStepCaptions = {
-    {"ckbformtypes", "Form types"},
-    {"ckbClient", "Clients"},
-    {"ckbappraiser", "Appraisers"},
-    {"ckbaddapprformtypes", "Appraiser non-standard form types"},
-    {"ckbAddClientFormTypes", "Client non-standard form types"},
-    {"ckbProperty", "Orders (Property)"},
-    {"ckbinvoice", "Invoices"},
-    {"ckbapprexp", "Appraiser expenses"},
-    {"ckbApprFee", "Appraiser fees"},
-    {"ckbclientfee", "Client fees"},
-    {"ckbApplied", "Applied payments"},
-    {"ckbcompany", "Company"},
-    {"ckbusers", "Users"},
-    {"ckbmassageproperty", "    Property"},
-    {"ckbmassageassigned", "    Assigned"},
-    {"ckbmassageinvoice", "    Invoice"},
-};
-
-QString StepCaption(const std::string& check_box) {
-  auto found = kStepCaptions.find(check_box);
-  return found == kStepCaptions.end() ? QString::fromStdString(check_box) : QString(found->second);
-}
-
-struct ClearControl {
-  const char* check_box;
-  const char* caption;
-};
-const ClearControl kClear[] = {
-    {"ckbClearFormTypes", "Form types (non-standard)"}, {"ckbclearapplied", "Assigned"},
-    {"ckbClearAppraiser", "Appraisers"}, {"ckbclearapprfee", "Appraiser fees"},
-    {"ckbClearClient", "Clients"}, {"ckbclearclientfee", "Client fees"},
-    {"ckbclearcompany", "Company"}, {"ckbclearinvoice", "Invoices"},
-    {"ckbClearProperty", "Orders (Property)"}, {"ckbclearsystem", "Users"},
-};
-
 }  // namespace
 
-MainWindow::MainWindow(app::Settings settings, app::Clock& clock)
-    : main_form_(std::make_unique<app::MainForm>(*this, std::move(settings), clock)) {
+MainWindow::MainWindow(const convert::ProgramOptions& options, app::Clock& clock)
+    : program_(convert::WireProgram(*this, clock, options)), main_form_(program_.main_form.get()) {
   Build();
 }
 
 MainWindow::~MainWindow() = default;
 
-QCheckBox* MainWindow::AddCheckBox(QWidget* parent, const std::string& name, const QString& caption) {
+QCheckBox* MainWindow::AddCheckBox(QWidget* parent, app::CheckBox id, const QString& caption) {
   auto* box = new QCheckBox(caption, parent);
-  box->setObjectName(Q(name));
-  check_boxes_[name] = box;
-  controls_[name] = box;
-  connect(box, &QCheckBox::toggled, this, [this, name](bool checked) {
-    main_form_->form().SetCheck(name, checked);
-  });
+  box->setObjectName(app::NameOf(id));
+  check_boxes_.push_back({id, box});
+  controls_[app::NameOf(id)] = box;
+  connect(box, &QCheckBox::toggled, this, [this, id](bool checked) { main_form_->form().SetCheck(id, checked); });
   return box;
+}
+
+QLabel* MainWindow::AddImage(QWidget* parent, const app::ImagePair& images) {
+  auto* image = new QLabel(parent);
+  image->setObjectName(images.done);
+  image->setMinimumWidth(24);
+  images_.push_back({images, image});
+  controls_[images.done] = image;
+  return image;
 }
 
 void MainWindow::Build() {
@@ -139,39 +111,31 @@ void MainWindow::Build() {
   auto* steps = new QGroupBox("Convert", central);
   auto* steps_layout = new QGridLayout(steps);
   int row = 0;
-  for (const app::StepControls& step : app::ConversionStepControls()) {
-    steps_layout->addWidget(AddCheckBox(steps, step.check_box, StepCaption(step.check_box)), row, 0);
-    auto* image = new QLabel(steps);
-    image->setObjectName(step.done_image);
-    image->setMinimumWidth(24);
-    images_.push_back({step, image});
-    controls_[step.done_image] = image;
-    steps_layout->addWidget(image, row++, 1);
+  for (const app::StepInfo& step : app::ConversionSteps()) {
+    steps_layout->addWidget(AddCheckBox(steps, step.check_box, step.caption), row, 0);
+    steps_layout->addWidget(AddImage(steps, step.images), row++, 1);
   }
   choices->addWidget(steps);
 
   auto* clear = new QGroupBox("Clear Data First", central);
   auto* clear_layout = new QVBoxLayout(clear);
-  for (const ClearControl& box : kClear) clear_layout->addWidget(AddCheckBox(clear, box.check_box, box.caption));
+  for (const app::ClearChoice& box : app::ClearChoices()) {
+    clear_layout->addWidget(AddCheckBox(clear, box.check_box, box.caption));
+  }
   clear_layout->addStretch();
   choices->addWidget(clear);
 
   auto* options = new QGroupBox("Options", central);
   auto* options_layout = new QGridLayout(options);
-  options_layout->addWidget(AddCheckBox(options, "ckbPrelim", "Preliminary Corrections"), 0, 0, 1, 2);
-  options_layout->addWidget(AddCheckBox(options, "ckbMassage", "Massage Data"), 1, 0);
-  auto* massage_image = new QLabel(options);
-  images_.push_back({app::kMassageDataControls, massage_image});
-  options_layout->addWidget(massage_image, 1, 1);
+  options_layout->addWidget(AddCheckBox(options, app::CheckBox::ckbPrelim, "Preliminary Corrections"), 0, 0, 1, 2);
+  options_layout->addWidget(AddCheckBox(options, app::CheckBox::ckbMassage, "Massage Data"), 1, 0);
+  options_layout->addWidget(AddImage(options, app::kMassageDataImages), 1, 1);
   row = 2;
-  for (const app::StepControls& step : app::MassageStepControls()) {
-    options_layout->addWidget(AddCheckBox(options, step.check_box, StepCaption(step.check_box)), row, 0);
-    auto* image = new QLabel(options);
-    images_.push_back({step, image});
-    controls_[step.done_image] = image;
-    options_layout->addWidget(image, row++, 1);
+  for (const app::MassageStepInfo& step : app::MassageSteps()) {
+    options_layout->addWidget(AddCheckBox(options, step.check_box, QString("    ") + step.caption), row, 0);
+    options_layout->addWidget(AddImage(options, step.images), row++, 1);
   }
-  options_layout->addWidget(AddCheckBox(options, "ckbViewLog", "View log when done"), row++, 0, 1, 2);
+  options_layout->addWidget(AddCheckBox(options, app::CheckBox::ckbViewLog, "View log when done"), row++, 0, 1, 2);
   auto* file_label = new QLabel("File numbers (blank: all)", options);
   options_layout->addWidget(file_label, row++, 0, 1, 2);
   auto* file_list = new QLineEdit(options);
@@ -241,7 +205,7 @@ QWidget* MainWindow::Control(const std::string& name) const {
 void MainWindow::Show(const app::FormModel& form) {
   // While a converter runs, Show comes once per record: redraw as often as a person can see.
   long long now = NowMs();
-  if (main_form_->session().InConversion && now - last_draw_ms_ < 40) return;
+  if (main_form_->session().InConversion() && now - last_draw_ms_ < 40) return;
   last_draw_ms_ = now;
   Refresh();
 }
@@ -271,17 +235,17 @@ void MainWindow::Refresh() {
     if (edit->text() != Q(text)) edit->setText(Q(text));
   }
   static_cast<QProgressBar*>(controls_["gauprogress"])->setValue(form.gauprogress);
-  for (auto& [name, box] : check_boxes_) {
+  for (auto& [id, box] : check_boxes_) {
     QSignalBlocker block(box);
-    box->setChecked(form.Checked(name));
+    box->setChecked(form.Checked(id));
     box->setEnabled(form.ButtonsEnabled);
   }
   for (const char* name : {"cmdnewconvert", "cmdSource", "cmdTarget", "txtPyxPath", "txtZulPath", "lstfilenum"}) {
     controls_[name]->setEnabled(form.ButtonsEnabled);
   }
-  for (const auto& [step, image] : images_) {
-    image->setText(form.ImageVisible(step.now_image)    ? QString::fromUtf8("\u25B6")
-                   : form.ImageVisible(step.done_image) ? QString::fromUtf8("\u2714")
+  for (const auto& [images, image] : images_) {
+    image->setText(form.ImageVisible(images.now)    ? QString::fromUtf8("\u25B6")
+                   : form.ImageVisible(images.done) ? QString::fromUtf8("\u2714")
                                                         : "");
   }
   controls_["fraIllegalFix"]->setVisible(form.fraIllegalFix);
@@ -368,7 +332,7 @@ void MainWindow::OnConvert() {
 }
 
 void MainWindow::OnQuit() {
-  if (main_form_->session().InConversion) {
+  if (main_form_->session().InConversion()) {
     pending_ = app::UserRequest::Quit;
     return;
   }
@@ -385,7 +349,7 @@ void MainWindow::keyPressEvent(QKeyEvent* event) {
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
-  if (main_form_->session().InConversion) {
+  if (main_form_->session().InConversion()) {
     // Served while the converter yields; the window closes when the run has ended.
     pending_ = app::UserRequest::CloseWindow;
     event->ignore();

@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "app/main_form.h"
+#include "app/steps.h"
+#include "convert/office.h"
 
 class QCheckBox;
 class QLabel;
@@ -27,7 +29,8 @@ namespace qorvane::gui {
 
 class MainWindow : public QMainWindow, public app::View {
  public:
-  MainWindow(app::Settings settings, app::Clock& clock);
+  // Wires the program (convert::WireProgram) with this window as its view.
+  MainWindow(const convert::ProgramOptions& options, app::Clock& clock);
   ~MainWindow() override;
 
   app::MainForm& main_form() { return *main_form_; }
@@ -57,16 +60,18 @@ class MainWindow : public QMainWindow, public app::View {
 
  private:
   void Build();
-  QCheckBox* AddCheckBox(QWidget* parent, const std::string& name, const QString& caption);
+  QCheckBox* AddCheckBox(QWidget* parent, app::CheckBox id, const QString& caption);
+  QLabel* AddImage(QWidget* parent, const app::ImagePair& images);
   void OnConvert();
   void OnQuit();
   void OnPickSource();
   void OnPickTarget();
 
-  std::unique_ptr<app::MainForm> main_form_;
+  convert::Program program_;
+  app::MainForm* main_form_;
   std::map<std::string, QWidget*> controls_;
-  std::map<std::string, QCheckBox*> check_boxes_;
-  std::vector<std::pair<app::StepControls, QLabel*>> images_;  // one label per image pair
+  std::vector<std::pair<app::CheckBox, QCheckBox*>> check_boxes_;
+  std::vector<std::pair<app::ImagePair, QLabel*>> images_;  // one label per image pair
   app::UserRequest pending_ = app::UserRequest::None;
   long long last_draw_ms_ = 0;
   long long last_events_ms_ = 0;

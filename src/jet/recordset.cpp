@@ -40,26 +40,6 @@ std::vector<RowId> SelectRows(Table& table, const Expression* where) {
 
 }  // namespace
 
-int AdoTypeOf(ColumnType type) {
-  switch (type) {
-    case ColumnType::Boolean: return 11;
-    case ColumnType::Byte: return 17;
-    case ColumnType::Integer: return 2;
-    case ColumnType::Long: return 3;
-    case ColumnType::Currency: return 6;
-    case ColumnType::Single: return 4;
-    case ColumnType::Double: return 5;
-    case ColumnType::DateTime: return 7;
-    case ColumnType::Binary: return 204;
-    case ColumnType::Text: return 202;
-    case ColumnType::Ole: return 205;
-    case ColumnType::Memo: return 203;
-    case ColumnType::Guid: return 72;
-    case ColumnType::Numeric: return 131;
-  }
-  return 0;
-}
-
 Recordset::Recordset(Database& database, std::string sql)
     : database_(database), sql_(std::move(sql)), statement_(std::make_unique<Statement>(ParseStatement(sql_))) {
   if (statement_->kind != Statement::Kind::Select) {
@@ -73,7 +53,7 @@ Recordset::Recordset(Database& database, std::string sql)
   if (statement_->where) Bind(*statement_->where, *table_, sql_);
   auto add_field = [&](std::size_t column) {
     const ColumnDefinition& definition = table_->columns()[column];
-    fields_.push_back({definition.name, definition.type, definition.defined_size(), AdoTypeOf(definition.type), column});
+    fields_.push_back({definition.name, definition.type, definition.defined_size(), column});
   };
   if (statement_->columns.empty()) {
     for (std::size_t i = 0; i < table_->columns().size(); ++i) add_field(i);

@@ -26,7 +26,6 @@ struct FieldInfo {
   std::string name;
   ColumnType type = ColumnType::Text;
   std::int32_t defined_size = 0;  // ADO DefinedSize: characters for Text
-  int ado_type = 0;               // ADO DataTypeEnum (202 adVarWChar, 203 adLongVarWChar, ...)
   std::size_t column = 0;         // position in the table
 };
 
@@ -96,8 +95,5 @@ class Recordset {
 // Runs a statement that returns no rows ("DELETE FROM [path].[table] WHERE trim(col)=''");
 // returns the number of rows affected. The path part of the table name is not checked.
 std::size_t Execute(Database& database, const std::string& sql);
-
-// ADO's type code for a column type (adBoolean 11, adInteger 3, adVarWChar 202, ...).
-int AdoTypeOf(ColumnType type);
 
 }  // namespace qorvane::jet

@@ -9,11 +9,14 @@
 
 #include "app/main_form.h"
 #include "fake_view.h"
+#include "test_support/scripted_routines.h"
 #include "test_support/office_folders.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::app {
 namespace {
+
+using R = RunRoutines;
 
 constexpr std::int64_t kStart = 1794733507;  // 11/15/2026 9:05:07 AM UTC
 
@@ -39,8 +42,9 @@ class RunTest : public ::testing::Test {
     target = folders.target;
     std::ofstream(source + "/PROPERTY.DBF") << "x";
     std::ofstream(target + "/office.mdb") << "x";
+    main_form.SetRoutines(routines);
     main_form.FormLoad({source, target});
-    for (auto& [name, value] : main_form.form().CheckBoxes) value = 0;
+    main_form.form().CheckBoxes.fill(0);
     main_form.form().lblCompany = "Acme Appraisals";
     main_form.form().lblphone = "555-0100";
     main_form.form().lblfax = "555-0101";
@@ -59,20 +63,22 @@ class RunTest : public ::testing::Test {
     lines.insert(lines.end(), tail.begin(), tail.end());
     return lines;
   }
-  void Register(const std::string& routine, std::function<void()> body) {
-    main_form.routines().Converters[routine] = std::move(body);
-  }
+  void Register(StepRoutine routine, std::function<StepResult()> body) { routines.On(routine, std::move(body)); }
 
   test::TempDir dir;
   std::string source, target;
   test::FakeView view;
   test::FakeClock clock{kStart};
+  test::ScriptedRoutines routines;
   MainForm main_form{view, Settings(dir.path() + "/settings"), clock};
 };
 
 TEST_F(RunTest, NoStepsWritesHeaderListboxLinesAndTheSummary) {
   clock.Advance(0);
-  Register("ConvertPropertyDBF", [&] { FAIL() << "an unchecked step ran"; });
+  Register(&R::ConvertPropertyDBF, [&] {
+    ADD_FAILURE() << "an unchecked step ran";
+    return StepResult{};
+  });
   main_form.cmdNEWConvert();
   EXPECT_EQ(main_form.outcome(), RunOutcome::Completed);
   EXPECT_EQ(ReadLog(main_form.LogPath()),
@@ -86,8 +92,8 @@ TEST_F(RunTest, NoStepsWritesHeaderListboxLinesAndTheSummary) {
             "files are '*.DBF', '*.CDX', '*.FPT' in the subdirectory called '" + source +
             "/'. Do you wish to continue?");
   EXPECT_EQ(view.messages[1], "Conversion complete: 0 days  0 hrs  0 mins  0 secs");
-  EXPECT_FALSE(main_form.session().InConversion);
-  EXPECT_FALSE(main_form.session().LogOpen);
+  EXPECT_FALSE(main_form.session().InConversion());
+  EXPECT_FALSE(main_form.session().LogOpen());
   EXPECT_TRUE(main_form.form().ButtonsEnabled);
   EXPECT_EQ(main_form.form().cmdQuit, "Quit");
   EXPECT_EQ(main_form.form().lblAddress, "Conversion Complete");
@@ -98,12 +104,12 @@ TEST_F(RunTest, NoStepsWritesHeaderListboxLinesAndTheSummary) {
 TEST_F(RunTest, DecliningTheConfirmationEndsAfterTheListboxLines) {
   view.confirm = MessageResult::No;
   bool connected = false;
-  main_form.routines().AdoConnect = [&] { connected = true; };
+  routines.adoconnect = [&] { connected = true; };
   main_form.cmdNEWConvert();
   EXPECT_EQ(main_form.outcome(), RunOutcome::Declined);
   EXPECT_EQ(ReadLog(main_form.LogPath()), Preamble());
   EXPECT_FALSE(connected);
-  EXPECT_FALSE(main_form.session().InConversion);
+  EXPECT_FALSE(main_form.session().InConversion());
 }
 
 TEST_F(RunTest, UnsetDirectoriesAreRefusedAfterBothChecks) {
@@ -135,23 +141,30 @@ TEST_F(RunTest, MissingPropertyTableMessageEndsInADoubleQuote) {
   main_form.form().txtPyxPath = source;  // without the trailing separator
   std::ofstream(source + "/property.dbf") << "x";
   EXPECT_TRUE(main_form.DiscoverDataDirectories());
-  EXPECT_EQ(main_form.session().SourcePath, source + "/");
+  EXPECT_EQ(main_form.session().Paths.source_folder, source + "/");
 }
 
 TEST_F(RunTest, StepsWriteTheirBeginAndCompletionLinesInTheFixedOrder) {
   auto& form = main_form.form();
-  for (const char* box : {"ckbusers", "ckbformtypes", "ckbClient", "ckbappraiser", "ckbApplied",
-                          "ckbProperty"}) {
+  for (CheckBox box : {CheckBox::ckbusers, CheckBox::ckbformtypes, CheckBox::ckbClient,
+                       CheckBox::ckbappraiser, CheckBox::ckbApplied, CheckBox::ckbProperty}) {
     form.SetCheck(box, true);
   }
-  std::vector<std::string> calls;
-  Register("ConvertClientDBF", [&] { calls.push_back("client"); form.lblRecord = "4"; });
-  Register("ConvertClientDBFByCliNum", [&] { calls.push_back("clinum"); form.lblRecord = "6"; });
-  Register("ConvertAppraisrDBF", [&] { calls.push_back("appraiser"); form.lblRecord = "   "; });
-  Register("ConvertAppliedDBF", [&] { calls.push_back("applied"); form.lblRecord = "12"; });
-  Register("ConvertUsers", [&] { calls.push_back("users"); form.lblRecord = "2"; clock.Advance(86399); });
+  Register(&R::ConvertClientDBF, [&] { return test::Shown(4); });
+  Register(&R::ConvertClientDBFByCliNum, [&] { return test::Shown(6); });
+  Register(&R::ConvertAppliedDBF, [&] { return test::Shown(12); });
+  Register(&R::ConvertUsers, [&] {
+    clock.Advance(86399);
+    return test::Shown(2);
+  });
   main_form.cmdNEWConvert();
-  EXPECT_EQ(calls, (std::vector<std::string>{"client", "clinum", "appraiser", "applied", "users"}));
+  std::vector<std::string> converters;
+  for (const std::string& call : routines.calls) {
+    if (call.rfind("Convert", 0) == 0) converters.push_back(call);
+  }
+  EXPECT_EQ(converters, (std::vector<std::string>{"ConvertClientDBF", "ConvertClientDBFByCliNum",
+                                                  "ConvertAppraisrDBF", "ConvertPropertyDBF",
+                                                  "ConvertAppliedDBF", "ConvertUsers"}));
   EXPECT_EQ(ReadLog(main_form.LogPath()),
             Lines({"",
                    "Begin conversion: FormTypes.mdb", "***    Forms.dbf was not found.",
@@ -172,8 +185,8 @@ TEST_F(RunTest, StepsWriteTheirBeginAndCompletionLinesInTheFixedOrder) {
 
 TEST_F(RunTest, FormTypesStepRunsWhenFormsTableIsThere) {
   std::ofstream(source + "/FORMS.DBF") << "x";
-  main_form.form().SetCheck("ckbformtypes", true);
-  Register("ConvertFormTypesDBF", [&] { main_form.form().lblRecord = "31"; });
+  main_form.form().SetCheck(CheckBox::ckbformtypes, true);
+  Register(&R::ConvertFormTypesDBF, [&] { return test::Shown(31); });
   main_form.cmdNEWConvert();
   auto lines = ReadLog(main_form.LogPath());
   EXPECT_EQ(lines[12], "Begin conversion: FormTypes.mdb");
@@ -181,15 +194,18 @@ TEST_F(RunTest, FormTypesStepRunsWhenFormsTableIsThere) {
 }
 
 TEST_F(RunTest, StopBetweenTwoStepsEndsTheRunAndKeepsWhatWasWritten) {
-  main_form.form().SetCheck("ckbappraiser", true);
-  main_form.form().SetCheck("ckbProperty", true);
+  main_form.form().SetCheck(CheckBox::ckbappraiser, true);
+  main_form.form().SetCheck(CheckBox::ckbProperty, true);
   int end_runs = 0;
-  main_form.routines().EndRun = [&] { ++end_runs; };
-  Register("ConvertAppraisrDBF", [&] {
-    main_form.form().lblRecord = "3";
+  routines.end_run = [&] { ++end_runs; };
+  Register(&R::ConvertAppraisrDBF, [&] {
     view.requests.push_back(UserRequest::Quit);  // ESC pressed as the step ends
+    return test::Shown(3);
   });
-  Register("ConvertPropertyDBF", [&] { FAIL() << "the run went on after Stop"; });
+  Register(&R::ConvertPropertyDBF, [&] {
+    ADD_FAILURE() << "the run went on after Stop";
+    return StepResult{};
+  });
   view.escape_answers.push_back(EscapeChoice::Stop);
   main_form.cmdNEWConvert();
   EXPECT_EQ(main_form.outcome(), RunOutcome::Stopped);
@@ -199,18 +215,19 @@ TEST_F(RunTest, StopBetweenTwoStepsEndsTheRunAndKeepsWhatWasWritten) {
                    "Conversion aborted by User and program ended (Quit button)"}));
   EXPECT_EQ(end_runs, 1);
   EXPECT_TRUE(main_form.session().EndRequested);
-  EXPECT_FALSE(main_form.session().InConversion);
+  EXPECT_FALSE(main_form.session().InConversion());
 }
 
 TEST_F(RunTest, StopInsideAConverterPutsTheTargetInPlaceOnlyAfterItReturns) {
-  main_form.form().SetCheck("ckbProperty", true);
+  main_form.form().SetCheck(CheckBox::ckbProperty, true);
   int end_runs = 0;
-  main_form.routines().EndRun = [&] { ++end_runs; };
+  routines.end_run = [&] { ++end_runs; };
   bool target_still_open_after_stop = false;
-  Register("ConvertPropertyDBF", [&] {
+  Register(&R::ConvertPropertyDBF, [&] {
     view.requests.push_back(UserRequest::Quit);
     main_form.DoEvents();
     target_still_open_after_stop = main_form.session().AbortRequested && end_runs == 0;
+    return StepResult{};
   });
   view.escape_answers.push_back(EscapeChoice::Stop);
   main_form.cmdNEWConvert();
@@ -221,15 +238,16 @@ TEST_F(RunTest, StopInsideAConverterPutsTheTargetInPlaceOnlyAfterItReturns) {
 }
 
 TEST_F(RunTest, ContinueWritesOnePauseLineAndTheConverterGoesOn) {
-  main_form.form().SetCheck("ckbProperty", true);
+  main_form.form().SetCheck(CheckBox::ckbProperty, true);
   int records = 0;
-  Register("ConvertPropertyDBF", [&] {
+  Register(&R::ConvertPropertyDBF, [&] {
     for (int i = 1; i <= 3; ++i) {
       if (i == 2) view.requests.push_back(UserRequest::Quit);
       main_form.DoEvents();
-      if (main_form.session().AbortRequested) return;
-      main_form.form().lblRecord = std::to_string(++records);
+      if (main_form.session().AbortRequested) return StepResult{};
+      ++records;
     }
+    return test::Shown(records);
   });
   main_form.cmdNEWConvert();
   EXPECT_EQ(view.prompts, 1);
@@ -242,9 +260,15 @@ TEST_F(RunTest, ContinueWritesOnePauseLineAndTheConverterGoesOn) {
 }
 
 TEST_F(RunTest, AbortAfterTheFirstClientConverterSkipsTheSecond) {
-  main_form.form().SetCheck("ckbClient", true);
-  Register("ConvertClientDBF", [&] { main_form.session().AbortRequested = true; });
-  Register("ConvertClientDBFByCliNum", [&] { FAIL() << "ran after the abort"; });
+  main_form.form().SetCheck(CheckBox::ckbClient, true);
+  Register(&R::ConvertClientDBF, [&] {
+    main_form.session().AbortRequested = true;
+    return StepResult{};
+  });
+  Register(&R::ConvertClientDBFByCliNum, [&] {
+    ADD_FAILURE() << "ran after the abort";
+    return StepResult{};
+  });
   main_form.cmdNEWConvert();
   EXPECT_EQ(ReadLog(main_form.LogPath()),
             Lines({"", "Begin conversion: Client.mdb", "Conversion aborted (ESC key): 11/15/2026"}));
@@ -253,19 +277,18 @@ TEST_F(RunTest, AbortAfterTheFirstClientConverterSkipsTheSecond) {
 
 TEST_F(RunTest, PreliminaryCorrectionsAndMassageRunInOrder) {
   auto& form = main_form.form();
-  form.SetCheck("ckbPrelim", true);
-  form.SetCheck("ckbMassage", true);
-  form.SetCheck("ckbmassageproperty", true);
-  form.SetCheck("ckbmassageinvoice", true);
+  form.SetCheck(CheckBox::ckbPrelim, true);
+  form.SetCheck(CheckBox::ckbMassage, true);
+  form.SetCheck(CheckBox::ckbmassageproperty, true);
+  form.SetCheck(CheckBox::ckbmassageinvoice, true);
   std::vector<std::string> calls;
-  main_form.routines().FixPropertyFileNum = [&] { calls.push_back("FixPropertyFileNum"); };
-  main_form.routines().FixDataFileNums = [&](const std::string& control, const std::string& field,
-                                             const std::string& table) {
-    calls.push_back(control + "." + field + "." + table);
+  routines.fix_property = [&] { calls.push_back("FixPropertyFileNum"); };
+  routines.fix_data = [&](SourceControl control, const char* field, const char* table) {
+    calls.push_back(std::string(NameOf(control)) + "." + field + "." + table);
   };
-  main_form.routines().DeleteEmptyFilenumbers = [&] { calls.push_back("DeleteEmpty"); };
-  Register("MassageProperty", [&] { form.lblRecord = "10"; });
-  Register("MassageInvoice", [&] { form.lblRecord = "8"; });
+  routines.delete_empty = [&] { calls.push_back("DeleteEmpty"); };
+  Register(&R::MassageProperty, [&] { return test::Shown(10); });
+  Register(&R::MassageInvoice, [&] { return test::Shown(8); });
   main_form.cmdNEWConvert();
   EXPECT_EQ(calls, (std::vector<std::string>{
                        "FixPropertyFileNum", "datinvoice.Inv_num.Invoice", "datClient.Cli_num.Client",
@@ -288,17 +311,20 @@ TEST_F(RunTest, QuitWhileIdleEndsWithoutAPromptAndLogWritesAreHarmless) {
 }
 
 TEST_F(RunTest, ClosingTheWindowDuringARunAsksAndContinueCancelsTheClose) {
-  main_form.form().SetCheck("ckbProperty", true);
+  main_form.form().SetCheck(CheckBox::ckbProperty, true);
   bool cancelled = false;
-  Register("ConvertPropertyDBF", [&] { cancelled = main_form.Form_Unload(); });
+  Register(&R::ConvertPropertyDBF, [&] {
+    cancelled = main_form.Form_Unload();
+    return StepResult{};
+  });
   main_form.cmdNEWConvert();
   EXPECT_TRUE(cancelled);
   EXPECT_EQ(main_form.outcome(), RunOutcome::Completed);
 }
 
 TEST_F(RunTest, ViewLogChoiceOpensTheLogAndACompletedRunStoresItsChoices) {
-  main_form.form().SetCheck("ckbViewLog", true);
-  main_form.form().SetCheck("ckbinvoice", true);
+  main_form.form().SetCheck(CheckBox::ckbViewLog, true);
+  main_form.form().SetCheck(CheckBox::ckbinvoice, true);
   main_form.cmdNEWConvert();
   ASSERT_EQ(view.opened_logs.size(), 1u);
   EXPECT_EQ(view.opened_logs[0], main_form.LogPath());
@@ -308,8 +334,8 @@ TEST_F(RunTest, ViewLogChoiceOpensTheLogAndACompletedRunStoresItsChoices) {
   next.TagRead();
   EXPECT_EQ(next.form().txtPyxPath, source + "/");
   EXPECT_EQ(next.form().txtZulPath, target + "/");
-  EXPECT_TRUE(next.form().Checked("ckbinvoice"));
-  EXPECT_FALSE(next.form().Checked("ckbProperty"));
+  EXPECT_TRUE(next.form().Checked(CheckBox::ckbinvoice));
+  EXPECT_FALSE(next.form().Checked(CheckBox::ckbProperty));
 }
 
 TEST_F(RunTest, ALogThatCannotBeOpenedEndsTheRunCleanly) {
@@ -319,7 +345,7 @@ TEST_F(RunTest, ALogThatCannotBeOpenedEndsTheRunCleanly) {
   ASSERT_EQ(view.notices.size(), 1u);
   EXPECT_EQ(view.notices[0].rfind("Error # 53 in module cmdNEWConvert: cannot open: " + dir.path() +
                                   "/no/such/folder/ConvLog-", 0), 0u) << view.notices[0];
-  EXPECT_FALSE(main_form.session().InConversion);
+  EXPECT_FALSE(main_form.session().InConversion());
   EXPECT_TRUE(main_form.form().ButtonsEnabled);
 }
 

@@ -64,8 +64,8 @@ TEST(StartUp, DataDirectoriesComeFromTheProgramsSettingsFiles) {
   MainForm form(view, Settings(settings), clock);
   form.FormLoad();
   EXPECT_TRUE(form.session().DirectoriesSet);
-  EXPECT_EQ(form.session().SourcePath, dir.path() + "/pyx/");
-  EXPECT_EQ(form.session().TargetPath, dir.path() + "/zul/");
+  EXPECT_EQ(form.session().Paths.source_folder, dir.path() + "/pyx/");
+  EXPECT_EQ(form.session().Paths.target_folder, dir.path() + "/zul/");
   EXPECT_EQ(form.form().Caption, "Qorvane - Version 0.1.0");
   EXPECT_EQ(form.form().cmdTarget, "Office Plus 9 (Target)");
   EXPECT_EQ(form.form().cmdSource, "PYX (Source)");
@@ -78,7 +78,7 @@ TEST(StartUp, DataDirectoriesComeFromTheProgramsSettingsFiles) {
   MainForm overridden(other_view, Settings(settings), clock);
   overridden.FormLoad({dir.path() + "/elsewhere", std::nullopt});
   EXPECT_FALSE(overridden.session().DirectoriesSet);
-  EXPECT_EQ(overridden.session().TargetPath, dir.path() + "/zul/");
+  EXPECT_EQ(overridden.session().Paths.target_folder, dir.path() + "/zul/");
 }
 
 }  // namespace

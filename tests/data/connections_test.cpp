@@ -13,6 +13,8 @@
 #include <sstream>
 
 #include "../app/fake_view.h"
+#include "data/fields.h"
+#include "test_support/scripted_routines.h"
 #include "foxpro/table_writer.h"
 #include "jet/create/create.h"
 #include "jet/create/office_schema.h"
@@ -64,12 +66,12 @@ class ConnectionsTest : public ::testing::Test {
                {{Text("Acme Appraisals"), Text("555-0100"), Text("555-0101")}});
     auto schema = jet::create::OfficeSchema();
     jet::create::CreateDatabase(target + "/office.mdb", schema);
-    connections.Register();
+    main_form.SetRoutines(routines);
   }
 
   void Load() {
     main_form.FormLoad({source, target});
-    for (auto& [name, value] : main_form.form().CheckBoxes) value = 0;
+    main_form.form().CheckBoxes.fill(0);
   }
 
   test::TempDir dir;
@@ -78,6 +80,17 @@ class ConnectionsTest : public ::testing::Test {
   test::FakeClock clock{1794733507};
   app::MainForm main_form{view, app::Settings(dir.path() + "/settings"), clock};
   Connections connections{main_form, {}};
+  // The connection routines of the run, over these connections; converters scripted by tests.
+  struct Routines : test::ScriptedRoutines {
+    explicit Routines(Connections& connections) : connections(connections) {}
+    void Connect2Data() override { connections.Connect2Data(); }
+    void LoadCompanyLabels() override { connections.LoadCompanyLabels(); }
+    void PrepareSource() override { connections.PrepareSource(); }
+    void AdoConnect() override { connections.AdoConnect(); }
+    void RefreshSource() override { connections.RefreshSource(); }
+    void EndRun() override { connections.EndRun(); }
+    Connections& connections;
+  } routines{connections};
 };
 
 TEST_F(ConnectionsTest, ARunLogsEveryBindingAndStartUpFillsTheCompanyLabels) {
@@ -99,15 +112,15 @@ TEST_F(ConnectionsTest, ARunLogsEveryBindingAndStartUpFillsTheCompanyLabels) {
   EXPECT_EQ(test::ReadLogLines(main_form.LogPath())[0], "Company: Acme Appraisals");
 
   // The property control walks the table in file-number order; the second one in table order.
-  auto& ordered = connections.source()["datproperty"];
+  auto& ordered = connections.source()[app::SourceControl::datproperty];
   EXPECT_EQ(ordered.RecordSource, "Select * from Property order by file_num");
   EXPECT_EQ(ordered.DatabaseName, source);
   EXPECT_EQ(ordered.Connect, "FoxPro 2.6;");
   ordered.Recordset().MoveFirst();
-  EXPECT_EQ(ordered.Recordset().GetText("file_num"), "100");
-  auto& plain = connections.source()["datproperty2"];
+  EXPECT_EQ(DATgetfield(ordered, "file_num"), "100");
+  auto& plain = connections.source()[app::SourceControl::datproperty2];
   plain.Recordset().MoveFirst();
-  EXPECT_EQ(plain.Recordset().GetText("FILE_NUM"), "300");
+  EXPECT_EQ(DATgetfield(plain, "FILE_NUM"), "300");
 }
 
 TEST_F(ConnectionsTest, AMissingPropertyTableWarnsOnceForEachOfItsTwoControls) {
@@ -115,14 +128,14 @@ TEST_F(ConnectionsTest, AMissingPropertyTableWarnsOnceForEachOfItsTwoControls) {
   Load();
   std::string warning = "Warning.  The file " + source + "/property.dbf is missing.";
   EXPECT_EQ(std::count(view.messages.begin(), view.messages.end(), warning), 2);
-  EXPECT_FALSE(connections.source()["datproperty"].bound());
-  EXPECT_TRUE(connections.source()["datAssign"].bound());
+  EXPECT_FALSE(connections.source()[app::SourceControl::datproperty].bound());
+  EXPECT_TRUE(connections.source()[app::SourceControl::datAssign].bound());
 }
 
 TEST_F(ConnectionsTest, Connect2DbfTakesATableNameThatAlreadyEndsInDbf) {
   Load();
   foxpro::RecordSetOptions options;
-  DataControl bound("datforms", &options);
+  DataControl bound(app::SourceControl::datforms, &options, &main_form);
   connections.Connect2DBF(bound, source + "/", "ROOMS.dbf", 1);
   EXPECT_TRUE(bound.bound());
   EXPECT_EQ(bound.DatabaseName, source);
@@ -133,22 +146,22 @@ TEST_F(ConnectionsTest, Connect2DbfTakesATableNameThatAlreadyEndsInDbf) {
 
 TEST_F(ConnectionsTest, RowsWrittenDuringARunAreInOfficeMdbAfterItEvenAfterStop) {
   Load();
-  main_form.form().SetCheck("ckbappraiser", true);
-  main_form.form().SetCheck("ckbProperty", true);
-  main_form.routines().Converters["ConvertAppraisrDBF"] = [&] {
-    auto& appraisers = connections.target()["adoappraiser"].Recordset();
-    appraisers.AddNew();
-    appraisers.Set("Appraiser", jet::Value::String("JANE ROE"));
-    appraisers.Set("Active", jet::Value::Bool(true));
-    appraisers.Update();
-    main_form.form().lblRecord = "1";
+  main_form.form().SetCheck(app::CheckBox::ckbappraiser, true);
+  main_form.form().SetCheck(app::CheckBox::ckbProperty, true);
+  routines.On(&app::RunRoutines::ConvertAppraisrDBF, [&] {
+    auto& appraisers = connections.target()[app::TargetControl::adoappraiser];
+    appraisers.Recordset().AddNew();
+    AdoSetField(appraisers, "JANE ROE", "Appraiser");
+    AdoSetFieldTF(appraisers, true, "Active");
+    appraisers.Recordset().Update();
     view.requests.push_back(app::UserRequest::Quit);
-  };
+    return test::Shown(1);
+  });
   view.escape_answers.push_back(app::EscapeChoice::Stop);
-  EXPECT_EQ(connections.target()["adoproperty"].bound(), false);
+  EXPECT_EQ(connections.target()[app::TargetControl::adoproperty].bound(), false);
   main_form.cmdNEWConvert();
   EXPECT_EQ(main_form.outcome(), app::RunOutcome::Stopped);
-  EXPECT_EQ(connections.target()["adoproperty"].RecordSource, "Select * from property order by FileNumber");
+  EXPECT_EQ(connections.target()[app::TargetControl::adoproperty].RecordSource, "Select * from property order by FileNumber");
   EXPECT_FALSE(connections.target_database().is_open());
   std::string exported = Command("mdb-export " + target + "/office.mdb Appraiser 2>&1");
   EXPECT_NE(exported.find("\"JANE ROE\""), std::string::npos) << exported;

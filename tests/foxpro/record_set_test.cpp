@@ -3,6 +3,7 @@
 
 #include "common/error.h"
 #include "foxpro/record_set.h"
+#include "record_text.h"
 #include "sample_tables.h"
 #include "test_support/temp_dir.h"
 
@@ -18,7 +19,7 @@ class RecordSetTest : public ::testing::Test {
   std::unique_ptr<RecordSet> Open(const std::string& source) { return RecordSet::Open(folder_.path(), source, {437, &reporter_}); }
   std::vector<std::string> Column(RecordSet& set, const char* field) {
     std::vector<std::string> values;
-    for (set.MoveFirst(); !set.EndOfFile(); set.MoveNext()) values.push_back(set.GetText(field));
+    for (set.MoveFirst(); !set.EndOfFile(); set.MoveNext()) values.push_back(test::Text(set, field));
     return values;
   }
   qorvane::test::TempDir folder_;
@@ -30,32 +31,32 @@ TEST_F(RecordSetTest, TableNameSkipsDeletedRecordsAndNavigates) {
   EXPECT_EQ(set->RecordCount(), 5u);
   EXPECT_EQ(Column(*set, "file_num"), (std::vector<std::string>{"4521", "ab 12", "1#2#3&4", "1000", "4521"}));
   EXPECT_TRUE(set->EndOfFile());
-  EXPECT_THROW(set->GetText("FILE_NUM"), qorvane::Error);
+  EXPECT_THROW(test::Text(*set, "FILE_NUM"), qorvane::Error);
   set->MoveLast();
-  EXPECT_EQ(set->GetText("INV_NUM"), "INV6");
+  EXPECT_EQ(test::Text(*set, "INV_NUM"), "INV6");
   EXPECT_EQ(set->GetBookmark(), 5u);  // the sixth record; the fourth is deleted
   set->MovePrevious();
-  EXPECT_EQ(set->GetText("INV_NUM"), "INV5");
+  EXPECT_EQ(test::Text(*set, "INV_NUM"), "INV5");
   auto mark = set->GetBookmark();
   set->MoveFirst();
   set->SetBookmark(mark);
-  EXPECT_EQ(set->GetText("INV_NUM"), "INV5");
+  EXPECT_EQ(test::Text(*set, "INV_NUM"), "INV5");
   EXPECT_EQ(set->FieldSize("Pr_Street"), 30);
-  EXPECT_THROW(set->GetText("NO_SUCH"), qorvane::Error);
+  EXPECT_THROW(test::Text(*set, "NO_SUCH"), qorvane::Error);
 }
 
 TEST_F(RecordSetTest, TextAsTheConversionReadsIt) {
   auto set = Open("property.dbf");
-  EXPECT_EQ(set->GetText("PR_APPRVAL"), "123456.78");
-  EXPECT_EQ(set->GetText("PR_DRECEIV"), "12/31/1999");
-  EXPECT_EQ(set->GetText("PREF_BILL"), "True");
-  EXPECT_EQ(set->GetText("PR_COMM"), "First line\r\nsecond line");
+  EXPECT_EQ(test::Text(*set, "PR_APPRVAL"), "123456.78");
+  EXPECT_EQ(test::Text(*set, "PR_DRECEIV"), "12/31/1999");
+  EXPECT_EQ(test::Text(*set, "PREF_BILL"), "True");
+  EXPECT_EQ(test::Text(*set, "PR_COMM"), "First line\r\nsecond line");
   set->MoveNext();
-  for (const char* field : {"PR_APPRVAL", "PR_DRECEIV", "PREF_BILL", "PR_COMM"}) EXPECT_EQ(set->GetText(field), "") << field;
+  for (const char* field : {"PR_APPRVAL", "PR_DRECEIV", "PREF_BILL", "PR_COMM"}) EXPECT_EQ(test::Text(*set, field), "") << field;
   set->MoveNext();
-  EXPECT_EQ(set->GetText("PR_STREET"), "Café Straße");
-  EXPECT_EQ(set->GetText("PR_APPRVAL"), "-42.5");
-  EXPECT_EQ(set->GetText("PREF_BILL"), "False");
+  EXPECT_EQ(test::Text(*set, "PR_STREET"), "Café Straße");
+  EXPECT_EQ(test::Text(*set, "PR_APPRVAL"), "-42.5");
+  EXPECT_EQ(test::Text(*set, "PREF_BILL"), "False");
 }
 
 TEST_F(RecordSetTest, TheSelectFormsOfTheConversion) {
@@ -65,8 +66,8 @@ TEST_F(RecordSetTest, TheSelectFormsOfTheConversion) {
 
   auto columns = Open("select file_num, inv_num, Cli_Num from property");
   EXPECT_EQ(columns->RecordCount(), 5u);
-  EXPECT_EQ(columns->GetText("CLI_NUM"), "7");
-  EXPECT_THROW(columns->GetText("PR_STREET"), qorvane::Error);
+  EXPECT_EQ(test::Text(*columns, "CLI_NUM"), "7");
+  EXPECT_THROW(test::Text(*columns, "PR_STREET"), qorvane::Error);
 
   auto clients = Open("Select * from client order by cli_lname");
   EXPECT_EQ(Column(*clients, "CLI_LNAME"), (std::vector<std::string>{"", "A&B", "JONES", "SMITH", "SMITH", "SMITH"}));
@@ -116,24 +117,24 @@ TEST_F(RecordSetTest, SeekFindsByKeyAndKeepsTheCursorOnNoMatch) {
   EXPECT_EQ(set->GetBookmark(), before);
   EXPECT_TRUE(set->Seek("40    "));
   EXPECT_FALSE(set->NoMatch());
-  EXPECT_EQ(set->GetText("CLI_LNAME"), "");
+  EXPECT_EQ(test::Text(*set, "CLI_LNAME"), "");
   EXPECT_TRUE(set->Seek("5"));  // padded to the key length
-  EXPECT_EQ(set->GetText("CLI_LNAME"), "A&B");
+  EXPECT_EQ(test::Text(*set, "CLI_LNAME"), "A&B");
   set->MoveNext();  // Seek positions the record set; moving on goes on in record-source order
   EXPECT_TRUE(set->EndOfFile());
 
   auto property = Open("Select * from Property order by file_num");
   property->SetIndex("VALUE");  // numeric tag
   EXPECT_TRUE(property->Seek("-42.5"));
-  EXPECT_EQ(property->GetText("FILE_NUM"), "1#2#3&4");
+  EXPECT_EQ(test::Text(*property, "FILE_NUM"), "1#2#3&4");
   property->SetIndex("FILE_NUM");  // UPPER(FILE_NUM), compared without regard to case
   EXPECT_TRUE(property->Seek("AB 12"));
   EXPECT_TRUE(property->Seek("4521"));
-  EXPECT_EQ(property->GetText("INV_NUM"), "INV1");  // the lowest record of equal keys
+  EXPECT_EQ(test::Text(*property, "INV_NUM"), "INV1");  // the lowest record of equal keys
   EXPECT_FALSE(property->Seek("0999"));             // deleted records are not found
   property->SetIndex("pr_dreceiv");                 // a field without a tag
   EXPECT_TRUE(property->Seek("2/29/2024"));
-  EXPECT_EQ(property->GetText("FILE_NUM"), "1000");
+  EXPECT_EQ(test::Text(*property, "FILE_NUM"), "1000");
   EXPECT_THROW(property->SetIndex("NOTHING"), qorvane::Error);
 
   auto restricted = Open("Select * from property where TRIM(UCASE(file_num))='1000'");

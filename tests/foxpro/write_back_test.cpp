@@ -12,6 +12,7 @@
 #include "foxpro/format.h"
 #include "foxpro/index_maintenance.h"
 #include "foxpro/record_set.h"
+#include "record_text.h"
 #include "sample_tables.h"
 #include "test_support/temp_dir.h"
 #include "test_util.h"
@@ -87,7 +88,7 @@ TEST_F(WriteBackTest, EditUpdateRoundTripsEveryWritableType) {
     set->SetValue("PR_APPRVAL", test::Number(99.999));  // rounded to the field's 2 decimals
     set->SetText("PR_DRECEIV", "3/4/2024");
     set->SetText("PREF_BILL", "True");
-    EXPECT_EQ(set->GetText("FILE_NUM"), "AB12");  // the edit buffer is visible before Update
+    EXPECT_EQ(test::Text(*set, "FILE_NUM"), "AB12");  // the edit buffer is visible before Update
     set->Update();
     set->MoveNext();
     set->Edit();
@@ -103,15 +104,15 @@ TEST_F(WriteBackTest, EditUpdateRoundTripsEveryWritableType) {
   }
   auto check = Open("PROPERTY");
   check->MoveNext();
-  EXPECT_EQ(check->GetText("FILE_NUM"), "AB12");
-  EXPECT_EQ(check->GetText("PR_APPRVAL"), "100");
-  EXPECT_EQ(check->GetText("PR_DRECEIV"), "3/4/2024");
-  EXPECT_EQ(check->GetText("PREF_BILL"), "True");
-  EXPECT_EQ(check->GetText("PR_STREET"), "Elm Road");
+  EXPECT_EQ(test::Text(*check, "FILE_NUM"), "AB12");
+  EXPECT_EQ(test::Text(*check, "PR_APPRVAL"), "100");
+  EXPECT_EQ(test::Text(*check, "PR_DRECEIV"), "3/4/2024");
+  EXPECT_EQ(test::Text(*check, "PREF_BILL"), "True");
+  EXPECT_EQ(test::Text(*check, "PR_STREET"), "Elm Road");
   check->MoveNext();
-  EXPECT_EQ(check->GetText("PR_DRECEIV"), "");
-  EXPECT_EQ(check->GetText("PR_APPRVAL"), "");
-  EXPECT_EQ(check->GetText("PR_COMM"), std::string(150, 'x'));
+  EXPECT_EQ(test::Text(*check, "PR_DRECEIV"), "");
+  EXPECT_EQ(test::Text(*check, "PR_APPRVAL"), "");
+  EXPECT_EQ(test::Text(*check, "PR_COMM"), std::string(150, 'x'));
   ExpectIndexVerified(dbf_, cdx_);
   if (test::HaveDbfread()) {
     bool ok = false;
@@ -135,7 +136,7 @@ TEST_F(WriteBackTest, FirstWriteBacksUpOnceAndUnchangedRecordsWriteNothing) {
 
   for (set->MoveFirst(); !set->EndOfFile(); set->MoveNext()) {
     set->Edit();
-    set->SetText("INV_NUM", "X" + set->GetText("INV_NUM"));
+    set->SetText("INV_NUM", "X" + test::Text(*set, "INV_NUM"));
     set->Update();
   }
   set->Flush();
@@ -165,8 +166,8 @@ TEST_F(WriteBackTest, DuplicateClientCorrectionKeepsEveryTagTrue) {
   std::string previous;
   std::vector<std::pair<std::string, std::string>> listed;  // (client number, previous key)
   for (; !sorted->EndOfFile(); sorted->MoveNext()) {
-    std::string key = sorted->GetText("CLI_LNAME");
-    if (key.empty() || key == previous || key.find('&') != std::string::npos) listed.push_back({sorted->GetText("CLI_NUM"), previous});
+    std::string key = test::Text(*sorted, "CLI_LNAME");
+    if (key.empty() || key == previous || key.find('&') != std::string::npos) listed.push_back({test::Text(*sorted, "CLI_NUM"), previous});
     previous = key;
   }
   for (auto& [number, key] : listed) {
@@ -178,7 +179,7 @@ TEST_F(WriteBackTest, DuplicateClientCorrectionKeepsEveryTagTrue) {
   table->Flush();
   auto check = Open("Select * from client order by cli_lname");
   std::vector<std::string> keys;
-  for (; !check->EndOfFile(); check->MoveNext()) keys.push_back(check->GetText("CLI_LNAME"));
+  for (; !check->EndOfFile(); check->MoveNext()) keys.push_back(test::Text(*check, "CLI_LNAME"));
   EXPECT_EQ(keys, (std::vector<std::string>{"12SMITH", "40", "5", "9SMITH", "JONES", "SMITH"}));
   ExpectIndexVerified(folder_.path() + "/client.dbf", folder_.path() + "/client.cdx");
   // The Seek index followed the changes too.
@@ -202,7 +203,7 @@ TEST_F(WriteBackTest, RoomsForTagsStayTrueOnACopy) {
     auto set = Open("ROOMS");
     int changed = 0;
     for (; !set->EndOfFile(); set->MoveNext()) {
-      std::string facility = set->GetText("FACILITY");
+      std::string facility = test::Text(*set, "FACILITY");
       std::string swapped = facility == "Audio" ? "Film" : facility == "Film" ? "audio" : facility;
       if (swapped == facility) continue;
       set->Edit();
@@ -323,7 +324,7 @@ TEST_F(WriteBackTest, AnEditThroughAStaleRecordSetKeepsTheOthersWrite) {
   // Both record sets have read record 0; the second must not write its old copy back.
   auto first = Open("PROPERTY");
   auto second = Open("PROPERTY");
-  std::string old_number = second->GetText("FILE_NUM");
+  std::string old_number = test::Text(*second, "FILE_NUM");
   first->Edit();
   first->SetText("FILE_NUM", "FIXED-1");
   first->Update();
@@ -333,8 +334,8 @@ TEST_F(WriteBackTest, AnEditThroughAStaleRecordSetKeepsTheOthersWrite) {
   second->Update();
   second->Flush();
   auto reread = Open("PROPERTY");
-  EXPECT_EQ(reread->GetText("FILE_NUM"), "FIXED-1") << "was " << old_number;
-  EXPECT_EQ(reread->GetText("INV_NUM"), "INV-9");
+  EXPECT_EQ(test::Text(*reread, "FILE_NUM"), "FIXED-1") << "was " << old_number;
+  EXPECT_EQ(test::Text(*reread, "INV_NUM"), "INV-9");
   ExpectIndexVerified(dbf_, cdx_);
 }
 

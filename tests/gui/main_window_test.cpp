@@ -17,6 +17,7 @@
 #include <fstream>
 
 #include "test_support/office_folders.h"
+#include "test_support/scripted_routines.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::gui {
@@ -38,13 +39,14 @@ class WindowTest : public ::testing::Test {
     target = folders.target;
     std::ofstream(source + "/property.dbf") << "x";
     std::ofstream(target + "/office.mdb") << "x";
-    window = std::make_unique<MainWindow>(app::Settings(dir.path() + "/settings"), clock);
+    window = std::make_unique<MainWindow>(convert::ProgramOptions{.settings_dir = dir.path() + "/settings"}, clock);
     window->answer_message = [this](const std::string& text, app::MessageButtons buttons) {
       messages.push_back(text);
       return buttons == app::MessageButtons::YesNo ? app::MessageResult::Yes : app::MessageResult::Ok;
     };
     window->main_form().FormLoad({source, target});
     window->Refresh();
+    messages.clear();  // the start-up warnings for the source tables this folder lacks
   }
   template <typename Widget>
   Widget* Get(const std::string& name) {
@@ -63,29 +65,31 @@ TEST_F(WindowTest, ShowsTheModelAndTakesTheUsersEdits) {
   EXPECT_EQ(Get<QPushButton>("cmdSource")->text().toStdString(), "PYX (Source)");
   EXPECT_EQ(window->windowTitle().toStdString(), "Qorvane - Version 0.1.0");
   Get<QCheckBox>("ckbProperty")->setChecked(false);
-  EXPECT_FALSE(window->main_form().form().Checked("ckbProperty"));
+  EXPECT_FALSE(window->main_form().form().Checked(app::CheckBox::ckbProperty));
   Get<QCheckBox>("ckbMassage")->setChecked(true);
-  EXPECT_TRUE(window->main_form().form().Checked("ckbMassage"));
+  EXPECT_TRUE(window->main_form().form().Checked(app::CheckBox::ckbMassage));
   if (const char* shot = std::getenv("QORVANE_SCREENSHOT")) window->grab().save(shot);
 }
 
 TEST_F(WindowTest, ConvertButtonRunsTheConversionAndEscapeAsksToContinue) {
-  for (auto& [name, value] : window->main_form().form().CheckBoxes) value = 0;
-  window->main_form().form().SetCheck("ckbProperty", true);
+  window->main_form().form().CheckBoxes.fill(0);
+  window->main_form().form().SetCheck(app::CheckBox::ckbProperty, true);
+  test::ScriptedRoutines routines;
+  window->main_form().SetRoutines(routines);
   int prompts = 0;
   std::string running_mark;
   window->answer_escape = [&] {
     ++prompts;
     return app::EscapeChoice::Continue;
   };
-  window->main_form().routines().Converters["ConvertPropertyDBF"] = [&] {
+  routines.On(&app::RunRoutines::ConvertPropertyDBF, [&] {
     QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
     QApplication::sendEvent(window.get(), &escape);
     window->main_form().DoEvents();
-    window->main_form().form().lblRecord = "5";
     window->Refresh();
     running_mark = Get<QLabel>("imaproperty")->text().toStdString();
-  };
+    return test::Shown(5);
+  });
   Get<QPushButton>("cmdnewconvert")->click();
   EXPECT_EQ(prompts, 1);
   EXPECT_EQ(running_mark, "\u25B6");  // the step's now-running image while its converter runs

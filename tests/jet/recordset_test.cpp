@@ -53,7 +53,7 @@ TEST_F(RecordsetTest, KeyedSelectsAreCaseBlindAndSeeOnlyTheirRows) {
   EXPECT_TRUE(none.eof());
   EXPECT_EQ(none.RecordCount(), 0u);
   EXPECT_EQ(none.fields().size(), 11u);
-  EXPECT_EQ(none.Field("Fax").ado_type, 202);
+  EXPECT_EQ(none.Field("Fax").type, ColumnType::Text);
   EXPECT_EQ(none.Field("fax").defined_size, 24);
 
   Recordset ordered(*database_, "Select * from Products order by ProductName");

@@ -1,0 +1,91 @@
+// What the run calls in the layers above it: the connections, the target preparation, the
+// corrections, the thirteen converters and the three massage routines. One abstract class with
+// a member per routine, so the step table (steps.h) names each routine as a typed member and a
+// routine that nobody wrote is a compile error, not a silent "No records found". The conversion
+// layer implements it (convert/office.h); tests implement it with scripted stand-ins.
+//
+// Every routine guards itself under its own name (MainForm::Guard): a failure inside it is
+// reported and the routine returns its empty value, as the run expects.
+#pragma once
+
+#include "app/controls.h"
+#include "app/ledger.h"
+
+namespace qorvane::app {
+
+class RunRoutines {
+ public:
+  virtual ~RunRoutines() = default;
+
+  // Start-up: binds the source tables; fills lblCompany, lblphone and lblfax.
+  virtual void Connect2Data() = 0;
+  virtual void LoadCompanyLabels() = 0;
+
+  // A run, in the order the run calls them.
+  virtual void PrepareSource() = 0;  // after the directory discovery (SelectPropertyOrder)
+  virtual void AdoConnect() = 0;     // after the confirmation
+  virtual void ClearSelectedTables() = 0;
+  virtual void FixPropertyFileNum() = 0;
+  virtual void FixDataFileNums(SourceControl control, const char* field, const char* table) = 0;
+  virtual void RefreshSource() = 0;  // after the corrections: the source is read again
+  virtual void DeleteEmptyFilenumbers() = 0;
+  // Once a run has returned, however it ended: source writes flushed, office.mdb put in place.
+  virtual void EndRun() = 0;
+
+  // The converters, in step order.
+  virtual StepResult ConvertFormTypesDBF() = 0;
+  virtual StepResult ConvertClientDBF() = 0;
+  virtual StepResult ConvertClientDBFByCliNum() = 0;
+  virtual StepResult ConvertAppraisrDBF() = 0;
+  virtual StepResult AddFormTypesAppraiser() = 0;
+  virtual StepResult AddFormTypesClient() = 0;
+  virtual StepResult ConvertPropertyDBF() = 0;
+  virtual StepResult ConvertInvoiceDBF() = 0;
+  virtual StepResult ConvertApprExpDBF() = 0;
+  virtual StepResult ConvertApprFeeDBF() = 0;
+  virtual StepResult ConvertClientFeeDBF() = 0;
+  virtual StepResult ConvertAppliedDBF() = 0;
+  virtual StepResult ConvertCompanyName() = 0;
+  virtual StepResult ConvertUsers() = 0;
+
+  // The data massage.
+  virtual StepResult MassageProperty() = 0;
+  virtual StepResult MassageAssigned() = 0;
+  virtual StepResult MassageInvoice() = 0;
+};
+
+using StepRoutine = StepResult (RunRoutines::*)();
+
+// Routines that do nothing and convert nothing: a main form that nothing was wired into yet.
+class NoRoutines : public RunRoutines {
+ public:
+  void Connect2Data() override {}
+  void LoadCompanyLabels() override {}
+  void PrepareSource() override {}
+  void AdoConnect() override {}
+  void ClearSelectedTables() override {}
+  void FixPropertyFileNum() override {}
+  void FixDataFileNums(SourceControl, const char*, const char*) override {}
+  void RefreshSource() override {}
+  void DeleteEmptyFilenumbers() override {}
+  void EndRun() override {}
+  StepResult ConvertFormTypesDBF() override { return {}; }
+  StepResult ConvertClientDBF() override { return {}; }
+  StepResult ConvertClientDBFByCliNum() override { return {}; }
+  StepResult ConvertAppraisrDBF() override { return {}; }
+  StepResult AddFormTypesAppraiser() override { return {}; }
+  StepResult AddFormTypesClient() override { return {}; }
+  StepResult ConvertPropertyDBF() override { return {}; }
+  StepResult ConvertInvoiceDBF() override { return {}; }
+  StepResult ConvertApprExpDBF() override { return {}; }
+  StepResult ConvertApprFeeDBF() override { return {}; }
+  StepResult ConvertClientFeeDBF() override { return {}; }
+  StepResult ConvertAppliedDBF() override { return {}; }
+  StepResult ConvertCompanyName() override { return {}; }
+  StepResult ConvertUsers() override { return {}; }
+  StepResult MassageProperty() override { return {}; }
+  StepResult MassageAssigned() override { return {}; }
+  StepResult MassageInvoice() override { return {}; }
+};
+
+}  // namespace qorvane::app

@@ -1,0 +1,81 @@
+// Run routines for tests: every routine does nothing unless a test scripted it, and each call
+// is recorded by name. A converter's script returns the step result the run should see.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "app/routines.h"
+
+namespace qorvane::test {
+
+// The result of a converter whose counter last showed COUNT (nullopt: never shown).
+inline app::StepResult Shown(std::optional<std::int64_t> count) {
+  app::StepResult result;
+  result.shown_count = count;
+  return result;
+}
+
+class ScriptedRoutines : public app::RunRoutines {
+ public:
+  using R = app::RunRoutines;
+  void On(app::StepRoutine routine, std::function<app::StepResult()> body) {
+    scripts_.emplace_back(routine, std::move(body));
+  }
+
+  std::function<void()> connect2data, adoconnect, clear_tables, fix_property, refresh_source,
+      delete_empty, end_run;
+  std::function<void(app::SourceControl, const char*, const char*)> fix_data;
+  std::vector<std::string> calls;
+
+  void Connect2Data() override { Run("Connect2Data", connect2data); }
+  void LoadCompanyLabels() override {}
+  void PrepareSource() override {}
+  void AdoConnect() override { Run("AdoConnect", adoconnect); }
+  void ClearSelectedTables() override { Run("ClearSelectedTables", clear_tables); }
+  void FixPropertyFileNum() override { Run("FixPropertyFileNum", fix_property); }
+  void FixDataFileNums(app::SourceControl control, const char* field, const char* table) override {
+    calls.push_back("FixDataFileNums");
+    if (fix_data) fix_data(control, field, table);
+  }
+  void RefreshSource() override { Run("RefreshSource", refresh_source); }
+  void DeleteEmptyFilenumbers() override { Run("DeleteEmptyFilenumbers", delete_empty); }
+  void EndRun() override { Run("EndRun", end_run); }
+
+  app::StepResult ConvertFormTypesDBF() override { return Call(&R::ConvertFormTypesDBF, "ConvertFormTypesDBF"); }
+  app::StepResult ConvertClientDBF() override { return Call(&R::ConvertClientDBF, "ConvertClientDBF"); }
+  app::StepResult ConvertClientDBFByCliNum() override { return Call(&R::ConvertClientDBFByCliNum, "ConvertClientDBFByCliNum"); }
+  app::StepResult ConvertAppraisrDBF() override { return Call(&R::ConvertAppraisrDBF, "ConvertAppraisrDBF"); }
+  app::StepResult AddFormTypesAppraiser() override { return Call(&R::AddFormTypesAppraiser, "AddFormTypesAppraiser"); }
+  app::StepResult AddFormTypesClient() override { return Call(&R::AddFormTypesClient, "AddFormTypesClient"); }
+  app::StepResult ConvertPropertyDBF() override { return Call(&R::ConvertPropertyDBF, "ConvertPropertyDBF"); }
+  app::StepResult ConvertInvoiceDBF() override { return Call(&R::ConvertInvoiceDBF, "ConvertInvoiceDBF"); }
+  app::StepResult ConvertApprExpDBF() override { return Call(&R::ConvertApprExpDBF, "ConvertApprExpDBF"); }
+  app::StepResult ConvertApprFeeDBF() override { return Call(&R::ConvertApprFeeDBF, "ConvertApprFeeDBF"); }
+  app::StepResult ConvertClientFeeDBF() override { return Call(&R::ConvertClientFeeDBF, "ConvertClientFeeDBF"); }
+  app::StepResult ConvertAppliedDBF() override { return Call(&R::ConvertAppliedDBF, "ConvertAppliedDBF"); }
+  app::StepResult ConvertCompanyName() override { return Call(&R::ConvertCompanyName, "ConvertCompanyName"); }
+  app::StepResult ConvertUsers() override { return Call(&R::ConvertUsers, "ConvertUsers"); }
+  app::StepResult MassageProperty() override { return Call(&R::MassageProperty, "MassageProperty"); }
+  app::StepResult MassageAssigned() override { return Call(&R::MassageAssigned, "MassageAssigned"); }
+  app::StepResult MassageInvoice() override { return Call(&R::MassageInvoice, "MassageInvoice"); }
+
+ private:
+  void Run(const char* name, const std::function<void()>& body) {
+    calls.push_back(name);
+    if (body) body();
+  }
+  app::StepResult Call(app::StepRoutine routine, const char* name) {
+    calls.push_back(name);
+    for (auto& [scripted, body] : scripts_) {
+      if (scripted == routine) return body();
+    }
+    return {};
+  }
+  std::vector<std::pair<app::StepRoutine, std::function<app::StepResult()>>> scripts_;
+};
+
+}  // namespace qorvane::test
