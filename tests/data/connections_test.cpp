@@ -14,6 +14,7 @@
 
 #include "../app/fake_view.h"
 #include "data/fields.h"
+#include "test_support/sample_office.h"
 #include "test_support/scripted_routines.h"
 #include "foxpro/table_writer.h"
 #include "jet/create/create.h"
@@ -25,28 +26,9 @@
 namespace qorvane::data {
 namespace {
 
-foxpro::Value Text(const std::string& text) {
-  foxpro::Value value;
-  value.kind = foxpro::Value::Kind::Text;
-  value.text = text;
-  return value;
-}
-
-void WriteTable(const std::string& path, std::vector<foxpro::FieldSpec> fields,
-                const std::vector<std::vector<foxpro::Value>>& rows) {
-  foxpro::TableCreator creator(path, std::move(fields), {});
-  for (const auto& row : rows) creator.Append(row);
-  creator.Finish();
-}
-
-std::string Command(const std::string& command) {
-  std::string out;
-  FILE* pipe = popen(command.c_str(), "r");
-  std::array<char, 4096> buffer;
-  while (std::size_t n = fread(buffer.data(), 1, buffer.size(), pipe)) out.append(buffer.data(), n);
-  pclose(pipe);
-  return out;
-}
+using test::Command;
+using test::WriteFoxTable;
+foxpro::Value Text(const std::string& text) { return test::FoxText(text); }
 
 class ConnectionsTest : public ::testing::Test {
  protected:
@@ -57,11 +39,11 @@ class ConnectionsTest : public ::testing::Test {
     // Every source table the connections bind; names spelled as Windows left them.
     for (const char* name : {"ASSIGN", "APPLIED", "appraisr", "APPREXP", "APPRFEE", "Client",
                              "CLIEXP", "CLIFEE", "PAYFEE", "ROOMS", "INVOICE"}) {
-      WriteTable(source + "/" + name + ".DBF", {{"FILE_NUM", 'C', 10}}, {});
+      WriteFoxTable(source + "/" + name + ".DBF", {{"FILE_NUM", 'C', 10}}, {});
     }
-    WriteTable(source + "/Property.dbf", {{"FILE_NUM", 'C', 10}, {"ADDRESS", 'C', 30}},
+    WriteFoxTable(source + "/Property.dbf", {{"FILE_NUM", 'C', 10}, {"ADDRESS", 'C', 30}},
                {{Text("300"), Text("3 Elm")}, {Text("100"), Text("1 Oak")}, {Text("200"), Text("2 Ash")}});
-    WriteTable(source + "/user.dbf",
+    WriteFoxTable(source + "/user.dbf",
                {{"NAME", 'C', 30}, {"USER_PHONE", 'C', 15}, {"USER_FAX", 'C', 15}},
                {{Text("Acme Appraisals"), Text("555-0100"), Text("555-0101")}});
     auto schema = jet::create::OfficeSchema();
