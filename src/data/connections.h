@@ -39,6 +39,7 @@ class Connections {
   Connections(app::MainForm& main_form, SourceOptions options);
   ~Connections();
 
+  app::MainForm& main_form() { return main_form_; }
   SourceControls& source() { return source_; }
   TargetControls& target() { return target_; }
   TargetDatabase& target_database() { return target_database_; }

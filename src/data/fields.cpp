@@ -1,8 +1,11 @@
 // The field-transfer helpers (see fields.h).
 #include "data/fields.h"
 
+#include "common/error.h"
+
 #include <fmt/format.h>
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 
@@ -227,6 +230,28 @@ void AdoWriteFieldTF(AdoControl& control, bool value, std::string_view field) {
   });
 }
 
+void AdoSetFieldDate(AdoControl& control, std::string_view date, std::string_view field) {
+  Guarded(control, "AdoSetFieldDate", [&] {
+    std::string text(TrimSpaces(date));
+    if (text.empty()) {
+      control.Recordset().Set(field, jet::Value::Null());
+      return;
+    }
+    std::optional<double> days = DateToOleDays(text);
+    if (!days) throw Error(ErrorKind::InvalidArgument, "'" + text + "' is not a date (column " + std::string(field) + ")");
+    control.Recordset().Set(field, jet::Value::Date(*days));
+  });
+}
+
+void DaoSetField(DataControl& control, std::string_view text, std::string_view field) {
+  Guarded(control, "DaoSetField", [&] {
+    foxpro::RecordSet& records = control.Recordset();
+    std::string value = DaoTrim(control, text, field);
+    if (!records.EditInProgress()) records.Edit();
+    records.SetText(field, value);
+  });
+}
+
 std::string adogetfield(AdoControl& control, std::string_view field) {
   return Guarded(control, "adogetfield", [&] { return JetValueText(control.Recordset().Get(field)); });
 }
@@ -267,5 +292,83 @@ std::string SqlQuote(std::string_view text) {
   }
   return quoted;
 }
+
+bool SepDate(std::string_view text, int& month, int& day, int& year) {
+  text = TrimSpaces(text);
+  int parts[3] = {0, 0, 0};
+  int part = 0;
+  bool digits = false;
+  bool negative = false;
+  for (char c : text) {
+    if (c >= '0' && c <= '9') {
+      if (parts[part] > 100000) return false;
+      parts[part] = parts[part] * 10 + (c - '0');
+      digits = true;
+    } else if (c == '-' && !digits && part == 2 && !negative) {
+      negative = true;
+    } else if ((c == '/' || c == '-' || c == '.') && digits && part < 2) {
+      ++part;
+      digits = false;
+    } else {
+      return false;
+    }
+  }
+  if (part != 2 || !digits) return false;
+  month = parts[0];
+  day = parts[1];
+  year = negative ? -parts[2] : parts[2];
+  return true;
+}
+
+std::string NormalizeDate(std::string_view text) {
+  int month = 0, day = 0, year = 0;
+  if (TrimSpaces(text).empty() || !SepDate(text, month, day, year)) return "";
+  std::string month_day = std::to_string(month) + "/" + std::to_string(day) + "/";
+  if (year >= 0 && year <= 24) return month_day + fmt::format("20{:02}", year);
+  if (year >= 25 && year <= 99) return month_day + fmt::format("19{:02}", year);
+  if (year >= 100 && year <= 999) return "01/01/1900";
+  std::string year_text = std::to_string(year);
+  if (year_text.size() >= 4) return month_day + year_text;
+  return month_day + std::string(4 - year_text.size(), '0') + year_text;
+}
+
+std::optional<double> DateToOleDays(std::string_view text) {
+  int month = 0, day = 0, year = 0;
+  if (!SepDate(text, month, day, year)) return std::nullopt;
+  if (year >= 0 && year <= 99) year += year <= 29 ? 2000 : 1900;  // as Windows reads two digits
+  if (year < 100 || year > 9999 || month < 1 || month > 12 || day < 1) return std::nullopt;
+  static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+  int last = kDays[month - 1] + (month == 2 && leap ? 1 : 0);
+  if (day > last) return std::nullopt;
+  return jet::OleDateFromParts(year, month, day, 0, 0, 0);
+}
+
+bool IsDate(std::string_view text) {
+  std::string_view trimmed = TrimSpaces(text);
+  if (trimmed.size() < 6) return false;
+  if (NormalizeDate(trimmed) == "12/30/1899") return false;
+  return DateToOleDays(trimmed).has_value();
+}
+
+std::string NumericChars(std::string_view text) {
+  std::string kept;
+  for (char c : text) {
+    if ((c >= '0' && c <= '9') || c == '-' || c == '.') kept += c;
+  }
+  return kept;
+}
+
+float Csingle(std::string_view text) {
+  std::string number(TrimSpaces(NumericChars(text)));
+  if (number.empty() || number == "-" || number == "." || number == "-.") return 0;
+  float value = 0;
+  const char* end = number.data() + number.size();
+  auto [stop, error] = std::from_chars(number.data(), end, value);
+  if (error != std::errc() || stop != end) return 0;
+  return value;
+}
+
+std::string Int2Str(std::int16_t number) { return std::to_string(number); }
 
 }  // namespace qorvane::data

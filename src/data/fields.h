@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -43,6 +44,11 @@ void AdoWriteFieldSingle(AdoControl& control, float value, std::string_view fiel
 void AdoSetFieldMemo(AdoControl& control, std::string_view text, std::string_view field);
 void AdoSetFieldMemoAppend(AdoControl& control, std::string_view text, std::string_view field);
 void AdoSetFieldTF(AdoControl& control, bool value, std::string_view field);
+// DATE is a date as the conversion writes dates (M/D/YYYY, as NormalizeDate gives them); an
+// empty text stores no date (Null).
+void AdoSetFieldDate(AdoControl& control, std::string_view date, std::string_view field);
+// A source field (written back into the .dbf when the caller saves): DaoTrim of the text.
+void DaoSetField(DataControl& control, std::string_view text, std::string_view field);
 void AdoWriteFieldTF(AdoControl& control, bool value, std::string_view field);
 
 // Reads: the field's value as trimmed text (numbers in plain decimal, dates M/D/YYYY, flags
@@ -60,5 +66,22 @@ std::int16_t adogetfieldType(AdoControl& control, std::string_view field);
 std::string SqlQuote(std::string_view text);
 // True when the text holds any of the characters SqlQuote doubles.
 bool AdoQuickCheckChars(std::string_view text);
+
+// Dates as the office's records hold them. SepDate splits "M/D/Y" (or with '-' or '.') into
+// its three numbers; false when the text is not three numbers.
+bool SepDate(std::string_view text, int& month, int& day, int& year);
+// The date with a four-digit year: 00..24 are 2000s, 25..99 1900s, 100..999 "01/01/1900";
+// "" for an empty text (and for a text that is not a date).
+std::string NormalizeDate(std::string_view text);
+// A usable date: at least six characters, not 12/30/1899 (the empty date), a real day.
+bool IsDate(std::string_view text);
+// M/D/YYYY as an OLE day number; nullopt when it is not a real date.
+std::optional<double> DateToOleDays(std::string_view text);
+
+// Numbers: the digits, '-' and '.' of the text; a single-precision number from them (0 when
+// nothing is left, or only a sign or a point, or no number); an integer without blanks.
+std::string NumericChars(std::string_view text);
+float Csingle(std::string_view text);
+std::string Int2Str(std::int16_t number);
 
 }  // namespace qorvane::data

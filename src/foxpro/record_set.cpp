@@ -419,6 +419,8 @@ void RecordSet::Edit() {
   s.editing = true;
 }
 
+bool RecordSet::EditInProgress() const { return state_->editing; }
+
 void RecordSet::SetValue(std::string_view name, const Value& value) {
   State& s = *state_;
   if (!s.editing) throw Error(ErrorKind::InvalidArgument, s.Where() + ": a field is set without Edit");

@@ -68,6 +68,8 @@ class RecordSet {
   // record when it changed: the first write backs up the table's files and checks that every
   // index tag reading a changed field can be rebuilt (else NotSupported, nothing written).
   void Edit();
+  // Whether an Edit is in progress (until Update or CancelUpdate).
+  bool EditInProgress() const;
   void SetValue(std::string_view name, const Value& value);
   void SetText(std::string_view name, std::string_view text);
   void Update();
