@@ -118,8 +118,8 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
           continue;
         }
         Value value = DecodeColumn(definition, position, bytes,
-                                   [&table](Bytes descriptor, const ColumnDefinition& column) {
-                                     return table.ReadLongValue(descriptor, column);
+                                   [&table, row](Bytes descriptor, const ColumnDefinition& column) {
+                                     return table.ReadLongValue(descriptor, column, row);
                                    },
                                    where);
         key_values.push_back(ToKeyValue(definition.columns[position], value));

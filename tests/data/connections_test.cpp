@@ -15,7 +15,7 @@
 #include "../app/fake_view.h"
 #include "foxpro/table_writer.h"
 #include "jet/create/create.h"
-#include "jet/create/office_schema.h"
+#include "data/office_schema.h"
 #include "test_support/log_lines.h"
 #include "test_support/office_folders.h"
 #include "test_support/temp_dir.h"
@@ -62,7 +62,7 @@ class ConnectionsTest : public ::testing::Test {
     WriteTable(source + "/user.dbf",
                {{"NAME", 'C', 30}, {"USER_PHONE", 'C', 15}, {"USER_FAX", 'C', 15}},
                {{Text("Acme Appraisals"), Text("555-0100"), Text("555-0101")}});
-    auto schema = jet::create::OfficeSchema();
+    auto schema = data::OfficeSchema();
     jet::create::CreateDatabase(target + "/office.mdb", schema);
     connections.Register();
   }
