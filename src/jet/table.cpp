@@ -330,15 +330,17 @@ std::vector<std::byte> Table::ReadRowBytes(RowId row) {
 std::vector<Value> Table::ReadRow(RowId row) {
   std::vector<std::byte> bytes = ReadRowBytes(row);
   return DecodeRow(definition_, bytes,
-                   [this, row](Bytes descriptor, const ColumnDefinition& column) { return ReadLongValue(descriptor, column, row); },
-                   Context(row));
+                   LongValues(row), Context(row));
 }
 
 Value Table::ReadValue(RowId row, std::size_t column) {
   std::vector<std::byte> bytes = ReadRowBytes(row);
   return DecodeColumn(definition_, column, bytes,
-                      [this, row](Bytes descriptor, const ColumnDefinition& c) { return ReadLongValue(descriptor, c, row); },
-                      Context(row));
+                      LongValues(row), Context(row));
+}
+
+LongValueReader Table::LongValues(RowId row) {
+  return [this, row](Bytes descriptor, const ColumnDefinition& column) { return ReadLongValue(descriptor, column, row); };
 }
 
 std::vector<std::byte> Table::ReadLongValue(Bytes descriptor, const ColumnDefinition& column, RowId row) {
@@ -532,9 +534,7 @@ HashIndex& Table::Hash(const std::vector<std::size_t>& columns) {
     if (++scanned % 4096 == 0) store_.TrimCache();
     std::vector<std::byte> bytes = ReadRowBytes(row);
     for (std::size_t k = 0; k < columns.size(); ++k) {
-      key[k] = DecodeColumn(definition_, columns[k], bytes,
-                            [this, row](Bytes descriptor, const ColumnDefinition& c) { return ReadLongValue(descriptor, c, row); },
-                            Context(row));
+      key[k] = DecodeColumn(definition_, columns[k], bytes, LongValues(row), Context(row));
     }
     hash->Add(*RowKeyHash(definition_, columns, [&](std::size_t k) -> const Value& { return key[k]; },
                           Unmatchable::HashAsEmpty, key_scratch_),

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -101,7 +102,9 @@ class Table {
   std::vector<std::byte> ReadRowBytes(RowId row);
   // The row's bytes in the page cache, valid until the next TrimCache.
   Bytes RowBytes(RowId row);
+  // The bytes of a long value of ROW, given its descriptor; damage as the class comment says.
   std::vector<std::byte> ReadLongValue(Bytes descriptor, const ColumnDefinition& column, RowId row);
+  std::function<std::vector<std::byte>(Bytes, const ColumnDefinition&)> LongValues(RowId row);
   void WriteLongValue(Bytes data, const ColumnDefinition& column, bool inline_allowed, std::vector<std::byte>& out);
   // The row's bytes, valid until the next Encode.
   Bytes Encode(const std::vector<Value>& values, RowId row);
