@@ -15,8 +15,8 @@
 
 #include "common/error.h"
 #include "common/os.h"
+#include "data/office_schema.h"
 #include "jet/create/create.h"
-#include "jet/create/office_schema.h"
 #include "jet/database.h"
 
 namespace qorvane::jet {
@@ -46,7 +46,7 @@ struct Scratch {
     std::string pattern = (std::filesystem::temp_directory_path() / "qorvane-bench-XXXXXX").string();
     dir = ::mkdtemp(pattern.data());
     path = dir + "/office.mdb";
-    create::CreateDatabase(path, create::OfficeSchema());
+    create::CreateDatabase(path, data::OfficeSchema());
   }
   ~Scratch() { std::filesystem::remove_all(dir); }
 };

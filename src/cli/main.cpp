@@ -12,11 +12,10 @@
 #include "app/main_form.h"
 #include "common/os.h"
 #include "cli/choices.h"
+#include "cli/export.h"
 #include "cli/terminal_view.h"
 #include "convert/office.h"
-#include "foxpro/export.h"
-#include "jet/create/init_target.h"
-#include "jet/export.h"
+#include "data/init_target.h"
 
 namespace {
 
@@ -88,24 +87,6 @@ int RunConvert(const ConvertOptions& options) {
     std::cout << main_form.LogPath() << "\n";
   }
   return status;
-}
-
-bool EndsWithNoCase(const std::string& text, const std::string& suffix) {
-  if (text.size() < suffix.size()) return false;
-  for (std::size_t i = 0; i < suffix.size(); ++i) {
-    if (std::tolower(static_cast<unsigned char>(text[text.size() - suffix.size() + i])) != suffix[i]) {
-      return false;
-    }
-  }
-  return true;
-}
-
-int RunExport(ExportOptions options) {
-  if (EndsWithNoCase(options.file, ".mdb")) return ExportMdb(options, std::cout, std::cerr);
-  if (EndsWithNoCase(options.file, ".dbf")) return foxpro::ExportDbf(options, std::cout, std::cerr);
-  std::cerr << "qorvane: " << options.file << ": not a .dbf table or a .mdb database (the name "
-            << "must end in .dbf or .mdb)\n";
-  return kExitUsage;
 }
 
 int NotAvailableYet(const std::string& command) {
@@ -183,18 +164,18 @@ int main(int argc, char** argv) {
   if (init_command->parsed()) {
     std::error_code ignored;
     std::filesystem::create_directories(init_dir, ignored);
-    int status = jet::create::InitTarget(init_dir, std::cout, std::cerr);
+    int status = data::InitTarget(init_dir, std::cout, std::cerr);
     return status == 0 ? kExitCompleted : kExitRefused;
   }
   if (check_command->parsed()) return NotAvailableYet("check");
   if (sample_command->parsed()) return NotAvailableYet("sample");
   if (export_command->parsed()) {
-    ExportOptions options;
+    cli::ExportOptions options;
     options.file = export_file;
     if (!export_table.empty()) options.table = export_table;
-    options.format = export_format == "json" ? ExportFormat::Json : ExportFormat::Csv;
+    options.format = export_format == "json" ? cli::ExportFormat::Json : cli::ExportFormat::Csv;
     options.source_codepage = export_codepage;
-    return RunExport(options);
+    return cli::Export(options, std::cout, std::cerr);
   }
   return kExitUsage;
 }

@@ -71,7 +71,8 @@ bool EndsWithDbf(const std::string& name) {
 
 }  // namespace
 
-void LogReporter::Report(const std::string& message) {
+void LogReporter::Report(const Damage& damage) {
+  const std::string message = DamageMessage(damage);
   if (!reported_.insert(message).second) return;
   if (main_form_.session().LogOpen()) {
     main_form_.AddtoLogFile(message);

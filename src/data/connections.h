@@ -21,7 +21,7 @@ namespace qorvane::data {
 class LogReporter : public Reporter {
  public:
   explicit LogReporter(app::MainForm& main_form) : main_form_(main_form) {}
-  void Report(const std::string& message) override;
+  void Report(const Damage& damage) override;
   void FlushPending();
 
  private:

@@ -34,7 +34,7 @@ void BackupSession::EnsureBackedUp(const std::vector<std::string>& paths) {
     os::CopyFile(path, target);
     os::SyncDirectory(folder);
     done_.insert(path);
-    if (reporter_) reporter_->Report("backed up " + path + " to " + target);
+    if (reporter_) reporter_->Report({.kind = DamageKind::Notice, .what = "backed up " + path + " to " + target});
   }
 }
 

@@ -17,8 +17,9 @@ MemoFile::MemoFile(std::unique_ptr<ByteSource> source, std::string file_name, Re
     : source_(std::move(source)), file_name_(std::move(file_name)), reporter_(reporter) {
   size_ = source_->Size();
   if (size_ < format::kMemoBlockSizeOffset + 2) {
-    Report(file_name_ + ": the memo file is only " + std::to_string(size_) +
-           " bytes long, shorter than its header; memos read as empty");
+    Report({.kind = DamageKind::Header,
+            .what = "the memo file is only " + std::to_string(size_) +
+                    " bytes long, shorter than its header; memos read as empty"});
     return;
   }
   std::byte header[8] = {};
@@ -26,12 +27,14 @@ MemoFile::MemoFile(std::unique_ptr<ByteSource> source, std::string file_name, Re
   next_free_ = ReadU32BigEndian(header + format::kMemoNextFreeOffset);
   block_size_ = ReadU16BigEndian(header + format::kMemoBlockSizeOffset);
   if (block_size_ == 0) {
-    Report(file_name_ + ": the memo file header gives block size 0; memos read as empty");
+    Report({.kind = DamageKind::Header, .what = "the memo file header gives block size 0; memos read as empty"});
   }
 }
 
-void MemoFile::Report(const std::string& message) const {
-  if (reporter_) reporter_->Report(message);
+void MemoFile::Report(Damage damage) const {
+  if (!reporter_) return;
+  damage.file = file_name_;
+  reporter_->Report(damage);
 }
 
 bool MemoFile::ReadRange(std::uint64_t offset, std::size_t length, std::string& out) const {
@@ -54,14 +57,22 @@ bool MemoFile::ReadRange(std::uint64_t offset, std::size_t length, std::string& 
   return true;
 }
 
-std::optional<Memo> MemoFile::Read(std::uint32_t block, const std::string& where) const {
+std::optional<Memo> MemoFile::Read(std::uint32_t block, const Damage& place) const {
+  auto report = [&](std::uint64_t at, std::uint64_t dropped, std::string what) {
+    Damage damage = place;
+    damage.kind = DamageKind::LongValue;
+    damage.offset = at;
+    damage.bytes_dropped = dropped;
+    damage.what = std::move(what);
+    Report(std::move(damage));
+  };
   if (block == 0 || block_size_ == 0) return std::nullopt;
   std::uint64_t offset = static_cast<std::uint64_t>(block) * block_size_;
   std::string header;
   if (!ReadRange(offset, format::kMemoBlockHeaderSize, header)) {
-    Report(file_name_ + ": " + where + ": memo block " + std::to_string(block) + " (byte offset " +
-           std::to_string(offset) + ") lies past the end of the memo file (" + std::to_string(size_) +
-           " bytes); the memo reads as empty");
+    report(offset, 0,
+           "memo block " + std::to_string(block) + " (byte offset " + std::to_string(offset) +
+               ") lies past the end of the memo file (" + std::to_string(size_) + " bytes); the memo reads as empty");
     return std::nullopt;
   }
   const auto* bytes = reinterpret_cast<const std::byte*>(header.data());
@@ -71,15 +82,16 @@ std::optional<Memo> MemoFile::Read(std::uint32_t block, const std::string& where
   std::uint64_t data_offset = offset + format::kMemoBlockHeaderSize;
   if (!ReadRange(data_offset, length, memo.bytes)) {
     std::uint64_t available = size_ > data_offset ? size_ - data_offset : 0;
-    Report(file_name_ + ": " + where + ": memo at block " + std::to_string(block) + " claims " +
-           std::to_string(length) + " bytes but only " + std::to_string(available) +
-           " remain in the memo file; the bytes that are there are kept");
+    report(data_offset, length - available,
+           "memo at block " + std::to_string(block) + " claims " + std::to_string(length) + " bytes but only " +
+               std::to_string(available) + " remain in the memo file; the bytes that are there are kept");
     if (available > 0 && ReadRange(data_offset, static_cast<std::size_t>(available), memo.bytes)) return memo;
     return std::nullopt;
   }
   if (memo.type != format::kMemoTypeText && memo.type != format::kMemoTypePicture) {
-    Report(file_name_ + ": " + where + ": memo block " + std::to_string(block) + " has unknown block type " +
-           std::to_string(memo.type) + "; its bytes are read as they are");
+    report(offset, 0,
+           "memo block " + std::to_string(block) + " has unknown block type " + std::to_string(memo.type) +
+               "; its bytes are read as they are");
   }
   return memo;
 }

@@ -29,13 +29,13 @@ class MemoFile {
   std::uint16_t block_size() const { return block_size_; }
   std::uint32_t next_free_block() const { return next_free_; }
   // The memo at block; nullopt when the pointer or length runs past the end of the file
-  // (reported with `where`, e.g. "record 12, field NOTES").
-  std::optional<Memo> Read(std::uint32_t block, const std::string& where) const;
+  // (reported at PLACE, the record and field that point to it).
+  std::optional<Memo> Read(std::uint32_t block, const Damage& place) const;
 
  private:
   // Reads [offset, offset + length) into out, through the window; false when past the end.
   bool ReadRange(std::uint64_t offset, std::size_t length, std::string& out) const;
-  void Report(const std::string& message) const;
+  void Report(Damage damage) const;
 
   std::unique_ptr<ByteSource> source_;
   std::string file_name_;

@@ -169,7 +169,7 @@ RecordSet::~RecordSet() {
   try {
     Flush();
   } catch (const std::exception& error) {
-    if (state_->options.reporter) state_->options.reporter->Report(error.what());
+    if (state_->options.reporter) state_->options.reporter->Report({.kind = DamageKind::Index, .what = error.what()});
   } catch (...) {
     // A destructor never throws; the pending index work is lost, the table itself is written.
   }
@@ -199,10 +199,15 @@ std::unique_ptr<RecordSet> RecordSet::Open(const std::string& folder, const std:
       s.index.emplace(CompoundIndex::Open(s.index_path));
     } catch (const Error& error) {
       // A broken index is not needed for reading; writes then refuse to go on (see Update).
-      if (options.reporter) options.reporter->Report(std::string(error.what()) + "; the index is not used");
+      if (options.reporter) {
+        options.reporter->Report(DamageFromMessage(DamageKind::Index, s.index_path.substr(s.index_path.rfind('/') + 1),
+                                                   std::string(error.what()) + "; the index is not used"));
+      }
     }
   } else if (s.table->header().has_structural_index() && options.reporter) {
-    options.reporter->Report(s.table->name() + ": the header says a structural .cdx exists but it is not there");
+    options.reporter->Report({.kind = DamageKind::Index,
+                              .file = s.table->name(),
+                              .what = "the header says a structural .cdx exists but it is not there"});
   }
   const Table& table = *s.table;
   if (query.columns.empty()) {

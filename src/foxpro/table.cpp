@@ -46,10 +46,6 @@ std::string Hex(unsigned value) {
   return text;
 }
 
-std::string Where(std::uint32_t record, const Field& field) {
-  return "record " + std::to_string(record + 1) + ", field " + field.name;
-}
-
 std::string Printable(std::string_view bytes) {
   std::string text;
   for (char c : bytes) {
@@ -85,8 +81,8 @@ std::string BaseName(const std::string& path) {
 
 TableLayout ParseTableLayout(std::span<const std::byte> bytes, std::uint64_t file_size,
                              const std::string& name, Reporter* reporter) {
-  auto report = [&](const std::string& message) {
-    if (reporter) reporter->Report(name + ": " + message);
+  auto report = [&](const std::string& what) {
+    if (reporter) reporter->Report({.kind = DamageKind::Header, .file = name, .what = what});
   };
   if (bytes.size() < format::kTableHeaderSize) {
     throw Error(ErrorKind::Corrupt, name + ": the file is " + std::to_string(file_size) +
@@ -256,8 +252,19 @@ std::unique_ptr<Table> Table::FromBytes(const std::string& name, std::vector<std
   return table;
 }
 
-void Table::Report(const std::string& message) const {
-  if (reporter_) reporter_->Report(name_ + ": " + message);
+void Table::Report(Damage damage) const {
+  if (!reporter_) return;
+  damage.file = name_;
+  reporter_->Report(damage);
+}
+
+void Table::ReportValue(std::uint32_t record, const Field& field, const std::string& what) const {
+  Report({.kind = DamageKind::Value,
+          .record = record + 1,
+          .field = field.name,
+          .offset = header_.header_length + std::uint64_t(record) * header_.record_length + field.offset,
+          .bytes_dropped = field.length,
+          .what = what});
 }
 
 void Table::Load(std::unique_ptr<ByteSource> source, std::unique_ptr<MemoFile> memo, bool memo_missing,
@@ -279,8 +286,8 @@ void Table::Load(std::unique_ptr<ByteSource> source, std::unique_ptr<MemoFile> m
   int code_page = CodePageFromMark(header_.code_page_mark);
   if (code_page == 0) {
     if (header_.code_page_mark != 0) {
-      Report("unknown code page mark " + Hex(header_.code_page_mark) + "; text is read as code page " +
-             std::to_string(options.default_code_page));
+      Report({.what = "unknown code page mark " + Hex(header_.code_page_mark) + "; text is read as code page " +
+                      std::to_string(options.default_code_page)});
     }
     code_page = options.default_code_page;
   }
@@ -293,27 +300,32 @@ void Table::Load(std::unique_ptr<ByteSource> source, std::unique_ptr<MemoFile> m
   header_.records = header_.declared_records;
   if (available < header_.declared_records) {
     header_.records = static_cast<std::uint32_t>(available);
-    Report("the header counts " + std::to_string(header_.declared_records) + " records but the file (" +
-           std::to_string(size) + " bytes) holds only " + std::to_string(available) +
-           "; the table is truncated and the records that are there are read");
+    const std::uint64_t records_end = header_.header_length + available * header_.record_length;
+    Report({.offset = records_end,
+            .bytes_dropped = size - records_end,
+            .what = "the header counts " + std::to_string(header_.declared_records) + " records but the file (" +
+                    std::to_string(size) + " bytes) holds only " + std::to_string(available) +
+                    "; the table is truncated and the records that are there are read"});
   } else if (available > header_.declared_records) {
     std::byte flag{};
     source_->ReadAt(declared_end, std::span(&flag, 1));
     auto value = std::to_integer<std::uint8_t>(flag);
     if (value == format::kLiveFlag || value == format::kDeletedFlag) {
       header_.records = static_cast<std::uint32_t>(std::min<std::uint64_t>(available, 0xFFFFFFFFu));
-      Report("the header counts " + std::to_string(header_.declared_records) + " records but the file holds " +
-             std::to_string(available) + "; the file size is trusted and all " + std::to_string(header_.records) +
-             " are read");
+      Report({.what = "the header counts " + std::to_string(header_.declared_records) + " records but the file holds " +
+                      std::to_string(available) + "; the file size is trusted and all " +
+                      std::to_string(header_.records) + " are read"});
     } else if (value != format::kEndOfFile || data_bytes - std::uint64_t(header_.declared_records) * header_.record_length > header_.record_length) {
-      Report("there are " + std::to_string(size - declared_end) + " bytes after the last of the " +
-             std::to_string(header_.declared_records) + " records the header counts; they are ignored");
+      Report({.offset = declared_end,
+              .bytes_dropped = size - declared_end,
+              .what = "there are " + std::to_string(size - declared_end) + " bytes after the last of the " +
+                      std::to_string(header_.declared_records) + " records the header counts; they are ignored"});
     }
   }
   if (header_.records == header_.declared_records) {
     std::byte end{};
     if (source_->ReadAt(declared_end, std::span(&end, 1)) == 0 || std::to_integer<std::uint8_t>(end) != format::kEndOfFile) {
-      Report("the end-of-file mark 0x1A after the last record is missing");
+      Report({.offset = declared_end, .what = "the end-of-file mark 0x1A after the last record is missing"});
     }
   }
 
@@ -323,7 +335,7 @@ void Table::Load(std::unique_ptr<ByteSource> source, std::unique_ptr<MemoFile> m
   }
   if (has_memo_field && memo_missing) {
     std::string base = name_.substr(0, name_.rfind('.'));
-    Report("the memo file " + base + ".fpt is missing; memo fields read as empty");
+    Report({.kind = DamageKind::LongValue, .what = "the memo file " + base + ".fpt is missing; memo fields read as empty"});
   }
 }
 
@@ -419,8 +431,8 @@ Value Table::DecodeField(std::span<const std::byte> record_bytes, std::uint32_t 
         value.text = std::move(number.text);
       } else if (number.status == ParseStatus::Invalid) {
         bool overflow = raw.find('*') != std::string_view::npos;
-        Report(Where(record, f) + ": '" + Printable(raw) + "' " +
-               (overflow ? "is a numeric overflow" : "is not a number") + "; it is read as blank");
+        ReportValue(record, f, "'" + Printable(raw) + "' " + (overflow ? "is a numeric overflow" : "is not a number") +
+                                   "; it is read as blank");
       }
       return value;
     }
@@ -430,7 +442,7 @@ Value Table::DecodeField(std::span<const std::byte> record_bytes, std::uint32_t 
         value.kind = Value::Kind::Date;
         value.date = date.date;
       } else if (date.status == ParseStatus::Invalid) {
-        Report(Where(record, f) + ": '" + Printable(raw) + "' is not a date; it is read as blank");
+        ReportValue(record, f, "'" + Printable(raw) + "' is not a date; it is read as blank");
       }
       return value;
     }
@@ -440,7 +452,7 @@ Value Table::DecodeField(std::span<const std::byte> record_bytes, std::uint32_t 
         value.kind = Value::Kind::Logical;
         value.logical = logical.value;
       } else if (logical.status == ParseStatus::Invalid) {
-        Report(Where(record, f) + ": '" + Printable(raw) + "' is not a logical value; it is read as blank");
+        ReportValue(record, f, "'" + Printable(raw) + "' is not a logical value; it is read as blank");
       }
       return value;
     }
@@ -450,11 +462,11 @@ Value Table::DecodeField(std::span<const std::byte> record_bytes, std::uint32_t 
       bool binary_pointer = header_.visual_foxpro && f.length == format::kBinaryMemoPointerLength;
       auto block = ParseMemoPointer(raw, binary_pointer);
       if (!block) {
-        Report(Where(record, f) + ": '" + Printable(raw) + "' is not a memo block number; the memo reads as empty");
+        ReportValue(record, f, "'" + Printable(raw) + "' is not a memo block number; the memo reads as empty");
         return value;
       }
       if (*block == 0 || !memo_) return value;
-      auto memo = memo_->Read(*block, Where(record, f));
+      auto memo = memo_->Read(*block, {.record = record + 1, .field = f.name});
       if (!memo) return value;
       if (f.type == 'M' && memo->type == format::kMemoTypeText) {
         value.kind = Value::Kind::Text;

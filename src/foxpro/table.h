@@ -92,7 +92,9 @@ class Table {
   Table() = default;
   void Load(std::unique_ptr<ByteSource> source, std::unique_ptr<MemoFile> memo, bool memo_missing,
             const TableOptions& options);
-  void Report(const std::string& message) const;
+  // Reports DAMAGE as this table's (its file set here); a value's damage with its place.
+  void Report(Damage damage) const;
+  void ReportValue(std::uint32_t record, const Field& field, const std::string& what) const;
 
   std::string path_;
   std::string name_;

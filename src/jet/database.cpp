@@ -30,8 +30,10 @@ std::unique_ptr<Database> Database::Open(const std::string& path, const Database
   return database;
 }
 
-std::unique_ptr<Database> Database::OpenBytes(std::vector<std::byte> bytes, const std::string& name) {
+std::unique_ptr<Database> Database::OpenBytes(std::vector<std::byte> bytes, const std::string& name,
+                                             Reporter* reporter) {
   std::unique_ptr<Database> database(new Database());
+  database->options_.reporter = reporter;
   database->store_ = PageStore::OpenBuffer(std::move(bytes), name);
   database->LoadCatalog();
   return database;
@@ -44,7 +46,7 @@ const std::string& Database::file_name() const { return store_->file_name(); }
 void Database::LoadCatalog() {
   catalog_.clear();
   tables_.clear();
-  Table objects(*store_, "MSysObjects", format::kSystemObjectsTableDefinitionPage);
+  Table objects(*store_, "MSysObjects", format::kSystemObjectsTableDefinitionPage, options_.reporter);
   auto id = objects.FindColumn("Id");
   auto parent = objects.FindColumn("ParentId");
   auto name = objects.FindColumn("Name");
@@ -88,7 +90,7 @@ Table& Database::GetTable(std::string_view name) {
   for (std::size_t i = 0; i < catalog_.size(); ++i) {
     if (FoldForComparison(catalog_[i].name) != wanted) continue;
     if (!tables_[i]) {
-      tables_[i] = std::make_unique<Table>(*store_, catalog_[i].name, catalog_[i].definition_page);
+      tables_[i] = std::make_unique<Table>(*store_, catalog_[i].name, catalog_[i].definition_page, options_.reporter);
       tables_[i]->set_index_maintenance(options_.index_maintenance);
     }
     return *tables_[i];

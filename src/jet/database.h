@@ -23,6 +23,9 @@ enum class OpenFor { Reading, Writing };
 struct DatabaseOptions {
   OpenFor open_for = OpenFor::Reading;
   IndexMaintenance index_maintenance = IndexMaintenance::Rebuild;
+  // Damage the tables can read past (see Table) goes here and reading goes on; without a
+  // reporter the same damage throws Corrupt. Not owned; outlives the database.
+  Reporter* reporter = nullptr;
 };
 
 struct TableSummary {
@@ -36,8 +39,9 @@ class Database {
   // Opens PATH. Throws qorvane::Error naming the file: NotFound, NotSupported (Jet 3, .accdb,
   // encrypted, password), Corrupt (not a database), Locked (open in another program).
   static std::unique_ptr<Database> Open(const std::string& path, const DatabaseOptions& options = {});
-  // Opens a database held in memory, read-only (fuzzing and tests).
-  static std::unique_ptr<Database> OpenBytes(std::vector<std::byte> bytes, const std::string& name);
+  // Opens a database held in memory, read-only (fuzzing and tests); REPORTER as in DatabaseOptions.
+  static std::unique_ptr<Database> OpenBytes(std::vector<std::byte> bytes, const std::string& name,
+                                             Reporter* reporter = nullptr);
   ~Database();
 
   const std::string& file_name() const;

@@ -7,7 +7,8 @@
 
 namespace qorvane::jet {
 
-// Returns the number of rows read; a damaged input ends early with no exception.
+// Reads without and with a reporter; returns the larger number of rows read. A damaged input
+// ends early with no exception.
 std::size_t ReadEverything(std::vector<std::byte> bytes);
 
 }  // namespace qorvane::jet

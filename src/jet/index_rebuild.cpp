@@ -117,11 +117,7 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
           }
           continue;
         }
-        Value value = DecodeColumn(definition, position, bytes,
-                                   [&table](Bytes descriptor, const ColumnDefinition& column) {
-                                     return table.ReadLongValue(descriptor, column);
-                                   },
-                                   where);
+        Value value = DecodeColumn(definition, position, bytes, table.LongValues(row), where);
         key_values.push_back(ToKeyValue(definition.columns[position], value));
       }
       auto key = index::MakeKey(layouts[i].columns, key_values, layouts[i].nulls);

@@ -1,95 +1,22 @@
-// Tokenizer, recursive-descent parser and evaluator for the record sets' SQL.
+// Recursive-descent parser (over the shared SQL tokenizer) and evaluator for the record sets' SQL.
 #include "jet/sql.h"
 
-#include <cctype>
 #include <cstdlib>
 
 #include "common/error.h"
+#include "common/sql_tokens.h"
 #include "jet/table.h"
 
 namespace qorvane::jet {
 namespace {
 
-struct Token {
-  enum class Kind { End, Name, QuotedName, String, Number, Symbol };
-  Kind kind = Kind::End;
-  std::string text;
-  std::size_t offset = 0;
-};
-
-std::string Upper(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return text;
-}
-
-std::vector<Token> Tokenize(const std::string& sql) {
-  std::vector<Token> tokens;
-  std::size_t i = 0;
-  auto fail = [&](const std::string& why) {
-    throw Error(ErrorKind::InvalidArgument, "SQL \"" + sql + "\": " + why + " at character " + std::to_string(i + 1));
-  };
-  while (i < sql.size()) {
-    unsigned char c = static_cast<unsigned char>(sql[i]);
-    if (std::isspace(c)) {
-      ++i;
-      continue;
-    }
-    Token token;
-    token.offset = i;
-    if (c == '\'' || c == '"') {
-      char quote = static_cast<char>(c);
-      token.kind = Token::Kind::String;
-      ++i;
-      for (;;) {
-        if (i >= sql.size()) fail("unterminated text literal");
-        if (sql[i] == quote) {
-          if (i + 1 < sql.size() && sql[i + 1] == quote) {
-            token.text += quote;
-            i += 2;
-            continue;
-          }
-          ++i;
-          break;
-        }
-        token.text += sql[i++];
-      }
-    } else if (c == '[') {
-      token.kind = Token::Kind::QuotedName;
-      std::size_t end = sql.find(']', i);
-      if (end == std::string::npos) fail("unterminated [name]");
-      token.text = sql.substr(i + 1, end - i - 1);
-      i = end + 1;
-    } else if (std::isdigit(c) || (c == '.' && i + 1 < sql.size() && std::isdigit(static_cast<unsigned char>(sql[i + 1])))) {
-      token.kind = Token::Kind::Number;
-      while (i < sql.size() && (std::isdigit(static_cast<unsigned char>(sql[i])) || sql[i] == '.')) token.text += sql[i++];
-    } else if (std::isalpha(c) || c == '_' || c >= 0x80) {
-      token.kind = Token::Kind::Name;
-      while (i < sql.size() && (std::isalnum(static_cast<unsigned char>(sql[i])) || sql[i] == '_' ||
-                                static_cast<unsigned char>(sql[i]) >= 0x80)) {
-        token.text += sql[i++];
-      }
-    } else {
-      token.kind = Token::Kind::Symbol;
-      std::string two = sql.substr(i, 2);
-      if (two == "<>" || two == "<=" || two == ">=" || two == "!=") {
-        token.text = two == "!=" ? "<>" : two;
-        i += 2;
-      } else if (std::string("=<>(),.*;-+").find(static_cast<char>(c)) != std::string::npos) {
-        token.text = std::string(1, static_cast<char>(c));
-        ++i;
-      } else {
-        fail(std::string("unexpected character '") + static_cast<char>(c) + "'");
-      }
-    }
-    tokens.push_back(token);
-  }
-  tokens.push_back(Token{Token::Kind::End, "", sql.size()});
-  return tokens;
-}
+using Token = SqlToken;
 
 class Parser {
  public:
-  explicit Parser(const std::string& sql) : sql_(sql), tokens_(Tokenize(sql)) {}
+  explicit Parser(const std::string& sql) : sql_(sql), cursor_(TokenizeSql(sql)) {
+    if (Peek().kind == Token::Kind::Error) Fail(Peek().text);
+  }
 
   Statement ParseStatementText() {
     Statement statement;
@@ -137,31 +64,19 @@ class Parser {
   }
 
  private:
-  const Token& Peek() const { return tokens_[position_]; }
+  const Token& Peek() const { return cursor_.Peek(); }
   [[noreturn]] void Fail(const std::string& why) const {
     throw Error(ErrorKind::InvalidArgument,
                 "SQL \"" + sql_ + "\": " + why + " at character " + std::to_string(Peek().offset + 1));
   }
-  bool Keyword(const char* word) {
-    if (Peek().kind == Token::Kind::Name && Upper(Peek().text) == word) {
-      ++position_;
-      return true;
-    }
-    return false;
-  }
+  bool Keyword(const char* word) { return cursor_.AcceptWord(word); }
   void Expect(const char* word) {
     if (!Keyword(word)) Fail(std::string("expected ") + word);
   }
-  bool Symbol(const char* symbol) {
-    if (Peek().kind == Token::Kind::Symbol && Peek().text == symbol) {
-      ++position_;
-      return true;
-    }
-    return false;
-  }
+  bool Symbol(const char* symbol) { return cursor_.AcceptSymbol(symbol); }
   std::string NameText(const char* what) {
     if (Peek().kind != Token::Kind::Name && Peek().kind != Token::Kind::QuotedName) Fail(std::string("expected ") + what);
-    return tokens_[position_++].text;
+    return cursor_.Take().text;
   }
   // [path].[table], owner.table or table: the last part names the table.
   std::string TableName() {
@@ -211,7 +126,7 @@ class Parser {
     if (Peek().kind == Token::Kind::Symbol &&
         (Peek().text == "=" || Peek().text == "<>" || Peek().text == "<" || Peek().text == ">" ||
          Peek().text == "<=" || Peek().text == ">=")) {
-      op = tokens_[position_++].text;
+      op = cursor_.Take().text;
     } else if (Keyword("LIKE")) {
       op = "LIKE";
     } else if (Keyword("IS")) {
@@ -229,37 +144,33 @@ class Parser {
     return node;
   }
   std::unique_ptr<Expression> ParseOperand() {
-    const Token& token = Peek();
+    const Token token = Peek();
     if (Symbol("(")) {
       auto inner = ParseOr();
       if (!Symbol(")")) Fail("expected )");
       return inner;
     }
-    if (Symbol("-") || Symbol("+")) {
-      bool negative = tokens_[position_ - 1].text == "-";
+    if (bool negative = Symbol("-"); negative || Symbol("+")) {
       if (Peek().kind != Token::Kind::Number) Fail("expected a number");
       auto node = Node(Expression::Kind::Literal);
-      double number = std::strtod(tokens_[position_++].text.c_str(), nullptr);
+      double number = std::strtod(cursor_.Take().text.c_str(), nullptr);
       node->literal = Value::Real(negative ? -number : number);
       return node;
     }
     if (token.kind == Token::Kind::Number) {
       auto node = Node(Expression::Kind::Literal);
-      node->literal = Value::Real(std::strtod(token.text.c_str(), nullptr));
-      ++position_;
+      node->literal = Value::Real(std::strtod(cursor_.Take().text.c_str(), nullptr));
       return node;
     }
-    if (token.kind == Token::Kind::String) {
+    if (token.kind == Token::Kind::Text) {
       auto node = Node(Expression::Kind::Literal);
-      node->literal = Value::String(token.text);
-      ++position_;
+      node->literal = Value::String(cursor_.Take().text);
       return node;
     }
     if (token.kind == Token::Kind::Name || token.kind == Token::Kind::QuotedName) {
-      std::string name = token.text;
-      ++position_;
+      std::string name = cursor_.Take().text;
       if (token.kind == Token::Kind::Name) {
-        std::string upper = Upper(name);
+        std::string upper = UpperAscii(name);
         if (upper == "TRUE" || upper == "FALSE") {
           auto node = Node(Expression::Kind::Literal);
           node->literal = Value::Int(upper == "TRUE" ? -1 : 0);
@@ -285,8 +196,7 @@ class Parser {
   }
 
   const std::string& sql_;
-  std::vector<Token> tokens_;
-  std::size_t position_ = 0;
+  SqlCursor cursor_;
 };
 
 std::string TrimText(const std::string& text, bool left, bool right) {

@@ -183,8 +183,11 @@ std::optional<std::uint64_t> RowKeyHash(const TableDefinition& definition, const
 
 }  // namespace
 
-Table::Table(PageStore& store, std::string name, std::uint32_t definition_page)
-    : store_(store), name_(std::move(name)), definition_(TableDefinition::Load(store, definition_page, name_)) {}
+Table::Table(PageStore& store, std::string name, std::uint32_t definition_page, Reporter* reporter)
+    : store_(store),
+      name_(std::move(name)),
+      reporter_(reporter),
+      definition_(TableDefinition::Load(store, definition_page, name_, reporter)) {}
 
 Table::~Table() = default;
 
@@ -262,6 +265,15 @@ void Table::LoadRows() {
     for (std::uint16_t slot = 0; slot < slots && slot < kMaxRowsPerPage; ++slot) {
       std::uint16_t word = Get16(bytes, kDataSlotsOffset + 2u * slot);
       if (word & kSlotDeleted) continue;
+      if (reporter_ && !FindRow(bytes, slot)) {
+        reporter_->Report({.kind = DamageKind::Row,
+                           .file = store_.file_name(),
+                           .table = name_,
+                           .page = page,
+                           .slot = slot,
+                           .what = "the row's place on its page is damaged; the row is skipped"});
+        continue;
+      }
       rows_.push_back((page << 8) | slot);
     }
   }
@@ -318,60 +330,82 @@ std::vector<std::byte> Table::ReadRowBytes(RowId row) {
 std::vector<Value> Table::ReadRow(RowId row) {
   std::vector<std::byte> bytes = ReadRowBytes(row);
   return DecodeRow(definition_, bytes,
-                   [this](Bytes descriptor, const ColumnDefinition& column) { return ReadLongValue(descriptor, column); },
-                   Context(row));
+                   LongValues(row), Context(row));
 }
 
 Value Table::ReadValue(RowId row, std::size_t column) {
   std::vector<std::byte> bytes = ReadRowBytes(row);
   return DecodeColumn(definition_, column, bytes,
-                      [this](Bytes descriptor, const ColumnDefinition& c) { return ReadLongValue(descriptor, c); },
-                      Context(row));
+                      LongValues(row), Context(row));
 }
 
-std::vector<std::byte> Table::ReadLongValue(Bytes descriptor, const ColumnDefinition& column) {
-  std::string where = store_.file_name() + ": table " + name_ + ", column " + column.name;
+LongValueReader Table::LongValues(RowId row) {
+  return [this, row](Bytes descriptor, const ColumnDefinition& column) { return ReadLongValue(descriptor, column, row); };
+}
+
+std::vector<std::byte> Table::ReadLongValue(Bytes descriptor, const ColumnDefinition& column, RowId row) {
+  std::vector<std::byte> data;
+  std::size_t length = 0;
+  // Damage inside a long value: thrown, or with a reporter reported and the bytes read so far kept.
+  auto damaged = [&](const std::string& why) {
+    if (!reporter_) {
+      throw Error(ErrorKind::Corrupt, store_.file_name() + ": table " + name_ + ", column " + column.name + ": " + why);
+    }
+    reporter_->Report({.kind = DamageKind::LongValue,
+                       .file = store_.file_name(),
+                       .table = name_,
+                       .page = row >> 8,
+                       .slot = static_cast<std::uint16_t>(row & 0xFF),
+                       .field = column.name,
+                       .bytes_dropped = length > data.size() ? length - data.size() : 0,
+                       .what = why + "; the value keeps the " + std::to_string(data.size()) + " of its " +
+                               std::to_string(length) + " bytes that could be read"});
+    return std::move(data);
+  };
   if (descriptor.size() < kLongValueDescriptorSize) {
-    throw Error(ErrorKind::Corrupt, where + ": long-value descriptor of " + std::to_string(descriptor.size()) + " bytes");
+    return damaged("long-value descriptor of " + std::to_string(descriptor.size()) + " bytes");
   }
   std::uint32_t head = Get32(descriptor, 0);
-  std::size_t length = head & kLongValueLengthMask;
+  length = head & kLongValueLengthMask;
   std::uint8_t form = static_cast<std::uint8_t>(head >> 24) & 0xC0;
   RowPointer pointer = RowPointer::Decode(Get32(descriptor, 4));
-  std::vector<std::byte> data;
   if (form == kLongValueInline) {
     std::size_t available = descriptor.size() - kLongValueDescriptorSize;
     data.assign(descriptor.begin() + kLongValueDescriptorSize,
                 descriptor.begin() + kLongValueDescriptorSize + std::min(length, available));
     return data;
   }
-  auto read_piece = [&](RowPointer at) -> Bytes {
+  std::string problem;
+  auto read_piece = [&](RowPointer at) -> std::optional<Bytes> {
     if (at.page == 0 || at.page >= store_.page_count()) {
-      throw Error(ErrorKind::Corrupt, where + ": long value points to page " + std::to_string(at.page));
+      problem = "long value points to page " + std::to_string(at.page);
+      return std::nullopt;
     }
     Bytes page = store_.Read(at.page);
     auto extent = FindRow(page, at.row);
     if (Get8(page, 0) != kPageTypeData || !extent) {
-      throw Error(ErrorKind::Corrupt, where + ": long value row " + std::to_string(at.row) + " of page " +
-                                          std::to_string(at.page) + " is missing");
+      problem = "long value row " + std::to_string(at.row) + " of page " + std::to_string(at.page) + " is missing";
+      return std::nullopt;
     }
     return page.subspan(extent->start, extent->end - extent->start);
   };
   if (form == kLongValueSinglePage) {
-    Bytes piece = read_piece(pointer);
-    data.assign(piece.begin(), piece.begin() + std::min(length, piece.size()));
+    std::optional<Bytes> piece = read_piece(pointer);
+    if (!piece) return damaged(problem);
+    data.assign(piece->begin(), piece->begin() + std::min(length, piece->size()));
     return data;
   }
-  if (form != kLongValueChained) throw Error(ErrorKind::Corrupt, where + ": unknown long-value form");
+  if (form != kLongValueChained) return damaged("unknown long-value form");
   data.reserve(std::min<std::size_t>(length, 64u << 20));
   std::size_t pieces = 0;
   while (data.size() < length) {
-    if (++pieces > store_.page_count() * 255u) throw Error(ErrorKind::Corrupt, where + ": long-value chain loops");
-    Bytes piece = read_piece(pointer);
-    if (piece.size() < 4) throw Error(ErrorKind::Corrupt, where + ": long-value piece too short");
-    std::size_t take = std::min(piece.size() - 4, length - data.size());
-    data.insert(data.end(), piece.begin() + 4, piece.begin() + 4 + take);
-    RowPointer next = RowPointer::Decode(Get32(piece, 0));
+    if (++pieces > store_.page_count() * 255u) return damaged("long-value chain loops");
+    std::optional<Bytes> piece = read_piece(pointer);
+    if (!piece) return damaged(problem);
+    if (piece->size() < 4) return damaged("long-value piece too short");
+    std::size_t take = std::min(piece->size() - 4, length - data.size());
+    data.insert(data.end(), piece->begin() + 4, piece->begin() + 4 + take);
+    RowPointer next = RowPointer::Decode(Get32(*piece, 0));
     if (next.page == 0) break;
     pointer = next;
   }
@@ -500,9 +534,7 @@ HashIndex& Table::Hash(const std::vector<std::size_t>& columns) {
     if (++scanned % 4096 == 0) store_.TrimCache();
     std::vector<std::byte> bytes = ReadRowBytes(row);
     for (std::size_t k = 0; k < columns.size(); ++k) {
-      key[k] = DecodeColumn(definition_, columns[k], bytes,
-                            [this](Bytes descriptor, const ColumnDefinition& c) { return ReadLongValue(descriptor, c); },
-                            Context(row));
+      key[k] = DecodeColumn(definition_, columns[k], bytes, LongValues(row), Context(row));
     }
     hash->Add(*RowKeyHash(definition_, columns, [&](std::size_t k) -> const Value& { return key[k]; },
                           Unmatchable::HashAsEmpty, key_scratch_),

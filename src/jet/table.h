@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,6 +14,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "common/reporter.h"
 #include "jet/table_definition.h"
 #include "jet/usage_map.h"
 #include "jet/value.h"
@@ -38,9 +40,14 @@ struct IndexInfo {
   bool ignore_nulls = false;
 };
 
+// Damage a table reads past when it has a REPORTER (reported, and reading goes on): a row whose
+// place on its page is damaged (left out of the row list), a long value whose pages are
+// missing or cut (the bytes that can be read are kept) and, in a database opened for reading,
+// an index definition that points nowhere (the index is left out). Without a reporter, and
+// for any other damage, Corrupt is thrown naming the file, the table and the row.
 class Table {
  public:
-  Table(PageStore& store, std::string name, std::uint32_t definition_page);
+  Table(PageStore& store, std::string name, std::uint32_t definition_page, Reporter* reporter = nullptr);
   ~Table();
   Table(const Table&) = delete;
   Table& operator=(const Table&) = delete;
@@ -95,7 +102,9 @@ class Table {
   std::vector<std::byte> ReadRowBytes(RowId row);
   // The row's bytes in the page cache, valid until the next TrimCache.
   Bytes RowBytes(RowId row);
-  std::vector<std::byte> ReadLongValue(Bytes descriptor, const ColumnDefinition& column);
+  // The bytes of a long value of ROW, given its descriptor; damage as the class comment says.
+  std::vector<std::byte> ReadLongValue(Bytes descriptor, const ColumnDefinition& column, RowId row);
+  std::function<std::vector<std::byte>(Bytes, const ColumnDefinition&)> LongValues(RowId row);
   void WriteLongValue(Bytes data, const ColumnDefinition& column, bool inline_allowed, std::vector<std::byte>& out);
   // The row's bytes, valid until the next Encode.
   Bytes Encode(const std::vector<Value>& values, RowId row);
@@ -118,6 +127,7 @@ class Table {
 
   PageStore& store_;
   std::string name_;
+  Reporter* reporter_ = nullptr;
   TableDefinition definition_;
   bool rows_loaded_ = false;
   std::vector<RowId> rows_;

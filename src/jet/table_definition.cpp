@@ -42,7 +42,8 @@ std::int32_t ColumnDefinition::defined_size() const {
   }
 }
 
-TableDefinition TableDefinition::Load(PageStore& store, std::uint32_t page, const std::string& table) {
+TableDefinition TableDefinition::Load(PageStore& store, std::uint32_t page, const std::string& table,
+                                      Reporter* reporter) {
   TableDefinition definition;
   definition.page = page;
   std::unordered_set<std::uint32_t> seen;
@@ -141,12 +142,23 @@ TableDefinition TableDefinition::Load(PageStore& store, std::uint32_t page, cons
     LogicalIndexDefinition index;
     index.real_index = Get32(data, at + kLogicalIndexRealNumberOffset);
     index.index_type = Get8(data, at + kLogicalIndexTypeOffset);
-    if (index.real_index >= real_count) {
+    if (index.real_index >= real_count && (!reporter || store.writable())) {
       Damaged(store, table, page, "has a logical index on missing real index " + std::to_string(index.real_index));
     }
     definition.logical_indexes.push_back(index);
   }
   for (auto& index : definition.logical_indexes) index.name = read_name();
+  // Reading needs no index: one that points nowhere is reported and left out.
+  std::erase_if(definition.logical_indexes, [&](const LogicalIndexDefinition& index) {
+    if (index.real_index < real_count) return false;
+    reporter->Report({.kind = DamageKind::Index,
+                      .file = store.file_name(),
+                      .table = table,
+                      .page = page,
+                      .what = "index " + index.name + " is defined on missing real index " +
+                              std::to_string(index.real_index) + "; the index is not used"});
+    return true;
+  });
   for (;;) {
     need(2);
     std::uint16_t column_id = Get16(data, at);

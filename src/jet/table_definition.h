@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "common/reporter.h"
 #include "jet/bytes.h"
 #include "jet/format.h"
 #include "jet/value.h"
@@ -79,8 +80,10 @@ struct TableDefinition {
   std::vector<LogicalIndexDefinition> logical_indexes;
   std::vector<LongValueMaps> long_value_maps;
 
-  // Reads and checks the definition starting at PAGE; TABLE names it in errors.
-  static TableDefinition Load(PageStore& store, std::uint32_t page, const std::string& table);
+  // Reads and checks the definition starting at PAGE; TABLE names it in errors. With a
+  // REPORTER, a read-only store drops (and reports) a logical index on a missing real index.
+  static TableDefinition Load(PageStore& store, std::uint32_t page, const std::string& table,
+                              Reporter* reporter = nullptr);
   // Writes the row count, AutoNumber, index roots and statistics back into the TDEF pages.
   void StoreCounters(PageStore& store, const std::vector<std::uint32_t>& distinct_keys) const;
 };

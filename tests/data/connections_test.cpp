@@ -18,7 +18,7 @@
 #include "test_support/scripted_routines.h"
 #include "foxpro/table_writer.h"
 #include "jet/create/create.h"
-#include "jet/create/office_schema.h"
+#include "data/office_schema.h"
 #include "test_support/log_lines.h"
 #include "test_support/office_folders.h"
 #include "test_support/temp_dir.h"
@@ -46,7 +46,7 @@ class ConnectionsTest : public ::testing::Test {
     WriteFoxTable(source + "/user.dbf",
                {{"NAME", 'C', 30}, {"USER_PHONE", 'C', 15}, {"USER_FAX", 'C', 15}},
                {{Text("Acme Appraisals"), Text("555-0100"), Text("555-0101")}});
-    auto schema = jet::create::OfficeSchema();
+    auto schema = data::OfficeSchema();
     jet::create::CreateDatabase(target + "/office.mdb", schema);
     main_form.SetRoutines(routines);
   }

@@ -10,7 +10,7 @@
 #include "../app/fake_view.h"
 #include "data/fields.h"
 #include "jet/create/create.h"
-#include "jet/create/office_schema.h"
+#include "data/office_schema.h"
 #include "test_support/log_lines.h"
 #include "test_support/office_folders.h"
 #include "test_support/sample_office.h"
@@ -29,7 +29,7 @@ class RecordLoopTest : public ::testing::Test {
     std::vector<std::vector<foxpro::Value>> rows;
     for (const char* number : {"100", "200", "200", "300", "400"}) rows.push_back({test::FoxText(number)});
     test::WriteFoxTable(source + "/PROPERTY.DBF", {{"FILE_NUM", 'C', 10}}, rows);
-    jet::create::CreateDatabase(target + "/office.mdb", jet::create::OfficeSchema());
+    jet::create::CreateDatabase(target + "/office.mdb", data::OfficeSchema());
     main_form.SetRoutines(routines);
     main_form.FormLoad({source, target});
     main_form.form().CheckBoxes.fill(0);

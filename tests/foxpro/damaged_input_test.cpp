@@ -2,11 +2,10 @@
 // and no crash; what can be read is read.
 #include <gtest/gtest.h>
 
-#include <sstream>
+#include <algorithm>
 
 #include "common/error.h"
 #include "common/os.h"
-#include "foxpro/export.h"
 #include "foxpro/format.h"
 #include "foxpro/table.h"
 #include "sample_tables.h"
@@ -27,7 +26,7 @@ class DamagedInputTest : public ::testing::Test {
   }
   // Reads every value of a damaged copy; returns the reported messages, one per line.
   std::string ReadAll(std::vector<std::byte> table, std::optional<std::vector<std::byte>> memo) {
-    reporter_.messages.clear();
+    reporter_ = CollectingReporter();
     auto opened = Table::FromBytes("property.dbf", std::move(table), std::move(memo), {437, &reporter_});
     records_ = opened->record_count();
     for (std::uint32_t r = 0; r < opened->record_count(); ++r) {
@@ -128,6 +127,14 @@ TEST_F(DamagedInputTest, ValuesThatAreNotWhatTheirTypeSays) {
   EXPECT_NE(messages.find("record 1, field PREF_BILL: 'X' is not a logical value"), std::string::npos) << messages;
   EXPECT_NE(messages.find("record 3, field PR_APPRVAL: '  12 34   ' is not a number"), std::string::npos) << messages;
   EXPECT_NE(messages.find("record 3, field PR_DRECEIV: '20240230' is not a date"), std::string::npos) << messages;
+  // The report carries its place: the first one is the overflowing number of record 1.
+  const Damage& overflow = reporter_.damages.front();
+  EXPECT_EQ(overflow.kind, DamageKind::Value);
+  EXPECT_EQ(overflow.file, "property.dbf");
+  EXPECT_EQ(overflow.record, 1u);
+  EXPECT_EQ(overflow.field, "PR_APPRVAL");
+  EXPECT_EQ(overflow.offset, RecordOffset(0) + FieldOffset(4));
+  EXPECT_EQ(overflow.bytes_dropped, 10u);
   auto table = Table::FromBytes("property.dbf", damaged, memo_, {});
   EXPECT_TRUE(table->ReadValue(0, 4).is_null());
   EXPECT_FALSE(table->IsDeleted(4));
@@ -142,6 +149,13 @@ TEST_F(DamagedInputTest, MemoFileMissingShortOrPointingPastItsEnd) {
   messages = ReadAll(table_, short_memo);
   EXPECT_NE(messages.find("property.dbf (memo): record 3, field PR_COMM: memo at block 9 claims 150 bytes but only 16 remain"), std::string::npos) << messages;
   EXPECT_NE(messages.find("record 4, field PR_COMM: memo block 12 (byte offset 768) lies past the end of the memo file"), std::string::npos) << messages;
+  auto memo_damage = std::find_if(reporter_.damages.begin(), reporter_.damages.end(),
+                                  [](const Damage& damage) { return damage.kind == DamageKind::LongValue; });
+  ASSERT_NE(memo_damage, reporter_.damages.end());
+  const Damage& cut = *memo_damage;
+  EXPECT_EQ(cut.file, "property.dbf (memo)");
+  EXPECT_EQ(cut.record, 3u);
+  EXPECT_EQ(cut.bytes_dropped, 150u - 16u);
 
   messages = ReadAll(table_, std::vector<std::byte>(4));
   EXPECT_NE(messages.find("shorter than its header"), std::string::npos) << messages;
@@ -162,28 +176,6 @@ TEST_F(DamagedInputTest, FilesThatCannotBeOpened) {
   }
   os::MakeDirectory(folder_.path() + "/folder.dbf");
   EXPECT_THROW(Table::Open(folder_.path() + "/folder.dbf", {}), qorvane::Error);
-
-  std::ostringstream out, err;
-  ExportOptions options;
-  options.file = folder_.path() + "/nothing.dbf";
-  EXPECT_EQ(ExportDbf(options, out, err), 3);
-  EXPECT_NE(err.str().find("nothing.dbf"), std::string::npos);
-}
-
-TEST(Export, PrintsLiveRecordsInTheAgreedForms) {
-  TempDir folder;
-  test::WritePropertyTable(folder.path());
-  std::ostringstream out, err;
-  ExportOptions options;
-  options.file = folder.path() + "/Property.DBF";
-  ASSERT_EQ(ExportDbf(options, out, err), 0) << err.str();
-  std::string csv = out.str();
-  EXPECT_EQ(csv.substr(0, csv.find('\n')), "FILE_NUM,INV_NUM,CLI_NUM,PR_STREET,PR_APPRVAL,PR_DRECEIV,PREF_BILL,PR_COMM");
-  EXPECT_NE(csv.find("4521,INV1,7,12 Main St,123456.78,1999-12-31 00:00:00,1,\"First line\r\nsecond line\"\n"), std::string::npos) << csv;
-  EXPECT_NE(csv.find("ab 12,INV2,9,Elm Road,,,,\n"), std::string::npos) << csv;
-  EXPECT_NE(csv.find("Café Straße,-42.50,"), std::string::npos) << csv;
-  EXPECT_EQ(csv.find("Gone"), std::string::npos);  // the deleted record
-  EXPECT_EQ(err.str(), "");
 }
 
 }  // namespace

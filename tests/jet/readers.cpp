@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "jet/export.h"
+#include "jet/value_text.h"
 
 namespace qorvane::jet::test {
 
@@ -29,9 +29,9 @@ Cell ScriptForm(const ColumnDefinition& column, const Value& value) {
     case Value::Kind::Currency: return JsNumber(static_cast<double>(value.integer) / 10000.0);
     default: break;
   }
-  ExportValue exported = ToExportValue(column, value);
-  if (column.type == ColumnType::Numeric) return JsNumber(std::strtod(exported.text.c_str(), nullptr));
-  return exported.text;
+  std::string text = ColumnValueText(column, value);
+  if (column.type == ColumnType::Numeric) return JsNumber(std::strtod(text.c_str(), nullptr));
+  return text;
 }
 
 ReadTable ReadWithEngine(const std::string& file, const std::string& name) {

@@ -3,12 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <sstream>
 
 #include "common/error.h"
 #include "common/os.h"
 #include "jet/database.h"
-#include "jet/export.h"
 #include "readers.h"
 #include "test_support/temp_dir.h"
 
@@ -110,23 +108,6 @@ TEST(Reading, RefusesWhatIsNotAPlainJet4DatabaseSayingWhich) {
   os::WriteWholeFile(cut, bytes);
   ExpectRefused(cut, ErrorKind::Corrupt, "damaged");
   ExpectRefused(dir.path() + "/missing.mdb", ErrorKind::NotFound, "no such");
-}
-
-TEST(Reading, ExportListsTablesAndPrintsRows) {
-  ExportOptions options;
-  options.file = FixturePath("mdb/testV2000.mdb");
-  std::ostringstream out, err;
-  EXPECT_EQ(ExportMdb(options, out, err), 0);
-  EXPECT_EQ(out.str(), "table,rows\nTable1,2\nTable2,0\nTable3,0\nTable4,0\n");
-  options.table = "table1";
-  out.str("");
-  EXPECT_EQ(ExportMdb(options, out, err), 0);
-  EXPECT_EQ(out.str(),
-            "A,B,C,D,E,F,G,H,I\nabcdefg,hijklmnop,2,222,333333333,444.555,1974-09-21 00:00:00,3.5,1\n"
-            "a,b,0,0,0,0,1981-12-12 00:00:00,0,0\n");
-  options.file = FixturePath("mdb/testV1997.mdb");
-  EXPECT_EQ(ExportMdb(options, out, err), 3);
-  EXPECT_NE(err.str().find("testV1997.mdb"), std::string::npos);
 }
 
 }  // namespace

@@ -13,7 +13,7 @@
 #include "../../app/fake_view.h"
 #include "convert/office.h"
 #include "jet/create/create.h"
-#include "jet/create/office_schema.h"
+#include "data/office_schema.h"
 #include "jet/database.h"
 #include "test_support/log_lines.h"
 #include "test_support/office_folders.h"
@@ -39,7 +39,7 @@ class FormTypesTest : public ::testing::Test {
     std::vector<std::vector<foxpro::Value>> rows;
     for (const std::string& code : codes) rows.push_back({FoxText(code), FoxText("Desc " + code)});
     test::WriteFoxTable(source + "/FORMS.DBF", {{"FORM_TYPE", 'C', 10}, {"FORM_DESC", 'C', 40}}, rows);
-    jet::create::CreateDatabase(target + "/office.mdb", jet::create::OfficeSchema());
+    jet::create::CreateDatabase(target + "/office.mdb", data::OfficeSchema());
   }
 
   // One run of the form-types step alone, as the command line runs it.

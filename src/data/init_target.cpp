@@ -1,13 +1,13 @@
 // init-target: refuses to replace an existing office.mdb (whatever its letter case), else
 // creates it from the office schema and says where it went.
-#include "jet/create/init_target.h"
+#include "data/init_target.h"
 
 #include "common/error.h"
 #include "common/os.h"
 #include "jet/create/create.h"
-#include "jet/create/office_schema.h"
+#include "data/office_schema.h"
 
-namespace qorvane::jet::create {
+namespace qorvane::data {
 
 int InitTarget(const std::string& dir, std::ostream& out, std::ostream& err) {
   const std::string path = os::JoinPath(dir, "office.mdb");
@@ -21,8 +21,8 @@ int InitTarget(const std::string& dir, std::ostream& out, std::ostream& err) {
           << ": already exists; it is left as it is (remove it first to start afresh)\n";
       return 1;
     }
-    const std::vector<TableSchema> schema = OfficeSchema();
-    CreateDatabase(path, schema);
+    const std::vector<jet::create::TableSchema> schema = OfficeSchema();
+    jet::create::CreateDatabase(path, schema);
     out << "init-target: wrote " << path << " (" << schema.size() << " tables)\n";
     return 0;
   } catch (const Error& error) {
@@ -31,4 +31,4 @@ int InitTarget(const std::string& dir, std::ostream& out, std::ostream& err) {
   }
 }
 
-}  // namespace qorvane::jet::create
+}  // namespace qorvane::data

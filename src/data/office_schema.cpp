@@ -1,8 +1,12 @@
 // The tables of a blank office.mdb (see the project's office schema): every table has an
 // AutoNumber ID as its primary key; indexes are named after their column, as Access names them.
-#include "jet/create/office_schema.h"
+#include "data/office_schema.h"
 
-namespace qorvane::jet::create {
+namespace qorvane::data {
+
+using jet::create::ColumnType;
+using jet::create::IndexKind;
+using jet::create::TableSchema;
 
 std::vector<TableSchema> OfficeSchema() {
   return {
@@ -183,4 +187,4 @@ std::vector<TableSchema> OfficeSchema() {
   };
 }
 
-}  // namespace qorvane::jet::create
+}  // namespace qorvane::data

@@ -1,9 +1,9 @@
 // CSV and JSON quoting for ExportWriter.
-#include "common/export_writer.h"
+#include "cli/export_writer.h"
 
 #include <cstdio>
 
-namespace qorvane {
+namespace qorvane::cli {
 namespace {
 
 void WriteCsvField(std::ostream& out, const std::string& text) {
@@ -87,4 +87,4 @@ void ExportWriter::End() {
   if (format_ == ExportFormat::Json) out_ << (first_row_ ? "]\n" : "\n]\n");
 }
 
-}  // namespace qorvane
+}  // namespace qorvane::cli

@@ -1,14 +1,13 @@
-// Prints rows as CSV or JSON for `qorvane export`, whichever engine they come from. The engine
+// Prints rows as CSV or JSON for `qorvane export`, whichever engine they come from. The export
 // turns each value into text in the agreed forms (UTF-8 text, dates "YYYY-MM-DD HH:MM:SS",
 // booleans 1/0, numbers in plain decimal, memos whole); this writer only quotes and escapes.
 #pragma once
 
-#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
 
-namespace qorvane {
+namespace qorvane::cli {
 
 enum class ExportFormat { Csv, Json };
 
@@ -40,12 +39,4 @@ class ExportWriter {
   bool first_row_ = true;
 };
 
-// Options shared by the two export back ends.
-struct ExportOptions {
-  std::string file;
-  std::optional<std::string> table;  // .mdb only; without it the user tables are listed
-  ExportFormat format = ExportFormat::Csv;
-  int source_codepage = 437;  // .dbf tables whose header names no code page
-};
-
-}  // namespace qorvane
+}  // namespace qorvane::cli
