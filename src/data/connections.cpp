@@ -94,6 +94,7 @@ Connections::Connections(app::MainForm& main_form, SourceOptions options)
       target_(&target_database_, &main_form) {
   record_options_.default_code_page = options.default_code_page;
   record_options_.reporter = &reporter_;
+  target_database_.SetReporter(&reporter_);
 }
 
 Connections::~Connections() = default;

@@ -24,6 +24,7 @@ jet::Database& TargetDatabase::Open() {
   if (next_path_.empty()) throw Error(ErrorKind::InvalidArgument, "office.mdb: the target data directory is not set");
   jet::DatabaseOptions options;
   options.open_for = jet::OpenFor::Writing;
+  options.reporter = reporter_;
   database_ = jet::Database::Open(next_path_, options);
   path_ = next_path_;
   return *database_;

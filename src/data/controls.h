@@ -51,6 +51,8 @@ class TargetDatabase {
  public:
   // The file the next Open opens (the run's resolved office.mdb).
   void SetPath(std::string path) { next_path_ = std::move(path); }
+  // Where damage the engine reads past is reported (the conversion log); not owned.
+  void SetReporter(Reporter* reporter) { reporter_ = reporter; }
   // Opens the file of SetPath for writing, unless it is the one already open.
   jet::Database& Open();
   bool is_open() const { return database_ != nullptr; }
@@ -60,6 +62,7 @@ class TargetDatabase {
 
  private:
   std::string next_path_;
+  Reporter* reporter_ = nullptr;
   std::string path_;
   std::unique_ptr<jet::Database> database_;
 };
