@@ -14,7 +14,7 @@ void Ledger::Record(const std::string& record, const RecordResult& result) {
 void Ledger::Merge(const Ledger& other) {
   read_ += other.read_;
   expected_ += other.expected_;
-  for (int i = 0; i < 4; ++i) counts_[i] += other.counts_[i];
+  for (int i = 0; i < 5; ++i) counts_[i] += other.counts_[i];
   notes_.insert(notes_.end(), other.notes_.begin(), other.notes_.end());
 }
 

@@ -12,7 +12,9 @@
 
 namespace qorvane::app {
 
-enum class RecordOutcome { Added, Updated, Skipped, Refused };
+// Unchanged: read and found in order (a correction that had nothing to correct); counted, with
+// no note, so a walk over a million good records keeps no million notes.
+enum class RecordOutcome { Added, Updated, Skipped, Refused, Unchanged };
 
 // What became of one source record. RECORD names it for a person (table, record number, key).
 struct RecordResult {
@@ -23,6 +25,7 @@ struct RecordResult {
   static RecordResult Updated() { return {RecordOutcome::Updated, {}}; }
   static RecordResult Skipped(std::string why) { return {RecordOutcome::Skipped, std::move(why)}; }
   static RecordResult Refused(std::string why) { return {RecordOutcome::Refused, std::move(why)}; }
+  static RecordResult Unchanged() { return {RecordOutcome::Unchanged, {}}; }
 };
 
 struct LedgerNote {
@@ -50,7 +53,7 @@ class Ledger {
  private:
   std::int64_t read_ = 0;
   std::int64_t expected_ = 0;
-  std::int64_t counts_[4] = {0, 0, 0, 0};
+  std::int64_t counts_[5] = {0, 0, 0, 0, 0};
   std::vector<LedgerNote> notes_;
 };
 

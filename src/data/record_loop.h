@@ -1,5 +1,6 @@
-// The one record loop every converter and massage routine runs: it walks a source record set
-// from its first record to its last and owns what every converter does around a record. Per
+// The one record loop every converter, correction and massage routine runs: it walks a source
+// record set (or a target one) from its first record to its last and owns what every converter
+// does around a record. Per
 // record it yields to the interface, returns at once when a Stop was asked for, counts the
 // record (lblRecord, when the converter shows the counter), lets the converter show it, moves
 // the gauge, runs the converter's body and enters what became of the record in the step's
@@ -23,6 +24,7 @@ namespace qorvane::data {
 struct RecordLoop {
   const char* routine = "";        // the converter's routine name
   DataControl* source = nullptr;   // walked from its current record source
+  AdoControl* target = nullptr;    // or this one, when SOURCE is not set
   // Whether lblRecord shows the counter (and the run then reports it as the step's count).
   bool counter_in_label = true;
   // The converter's display of the record being worked on (lblCaption, lblAddress).

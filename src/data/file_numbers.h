@@ -1,0 +1,39 @@
+// File numbers: the key that ties an order's property, invoice, assignment and expense records
+// together. The characters a legal one holds, the repair of illegal ones in the source tables
+// (the preliminary corrections, written back into the .dbf files), and the key forms in which
+// they are stored and looked up in office.mdb.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "app/ledger.h"
+#include "data/context.h"
+
+namespace qorvane::data {
+
+// A legal file name: letters, digits and _ ^ $ ~ ! { } # % & - ( ) @ ' ` only, no blank (a
+// leading blank fails too).
+bool ValidateFileName(std::string_view text);
+// A character below 32 or above 126, or one of % * $ # &.
+bool HasIllegalFileChars(std::string_view text);
+// Every occurrence of the first illegal character replaced by "-"; other kinds stay.
+std::string FixIllegalFileChars(std::string_view text);
+// The number trimmed, upper-cased and right-justified in 10 characters (longer kept whole);
+// the same with "-A" appended before the padding.
+std::string MakeFileNumber(std::string_view number);
+std::string MakeFileNumberDashA(std::string_view number);
+
+// Points datproperty at one file number's records / adoproperty at its "-A" row.
+void SelectOnlyFileNumber(Context& context, std::string_view number);
+void SelectOnlyadoFileNumber(Context& context, std::string_view number);
+
+// The preliminary corrections: the file, invoice and client numbers of property.dbf, and one
+// file-number field of another source table. Every record read is in the result's ledger.
+app::StepResult FixPropertyFileNum(Context& context);
+app::StepResult FixDataFileNums(Context& context, app::SourceControl control, const char* field, const char* table);
+// The same repair on one column of a target table; no list or log lines.
+app::StepResult AdoFixDataFileNums(Context& context, AdoControl& control, std::string_view table,
+                                   std::string_view key_field, std::string_view field);
+
+}  // namespace qorvane::data
