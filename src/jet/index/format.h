@@ -58,6 +58,12 @@ constexpr uint16_t kIgnorablePositionBase = 7;       // position field = base + 
 constexpr uint16_t kIgnorablePositionStep = 4;
 constexpr uint8_t kIgnorableMarker = 0x06;           // third byte of each ignorable record
 constexpr size_t kMaxTextKeyCharacters = 255;        // only the first 255 characters count
+// Kana (Japanese syllables) add a section after the accents: their flags, 2 or 3 each, three to
+// a byte under 0x80, then a fixed suffix, then 0xFF when ignorable records follow.
+constexpr uint8_t kKanaPlainFlag = 0x03;
+constexpr uint8_t kKanaFlagByte = 0x80;
+constexpr uint8_t kKanaSuffix[] = {0xFF, 0x02, 0x80, 0xFF, 0x80};
+constexpr uint8_t kKanaIgnorableSeparator = 0xFF;
 
 // Binary and GUID keys: 8-byte chunks, each followed by 0x09 when more chunks follow, or by the
 // number of real bytes in the last chunk.

@@ -45,8 +45,8 @@ class OracleTest : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(OracleTest, ComputedKeysEqualStoredKeysAndTreesVerify) {
   FixtureFile file(test::FixturePath(std::string("mdb/") + GetParam()));
-  // testUnicodeCompV2003.mdb holds Cyrillic/Greek/CJK text (no weights in our table) and a long
-  // value whose key another library wrote; only its other entries count.
+  // testUnicodeCompV2003.mdb holds Cyrillic/Greek/CJK text, whose keys agree with ours, and a long
+  // value whose key another library wrote (longer than the keys we build); only the others count.
   const bool partial = std::string(GetParam()) == "testUnicodeCompV2003.mdb";
   size_t checked = 0, skipped = 0;
   std::vector<std::string> mismatches;
