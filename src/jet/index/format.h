@@ -39,6 +39,10 @@ constexpr size_t kChildPointerSize = 4;
 // checksum, which we do not reproduce, so such keys are refused.
 constexpr size_t kMaxEntrySize = 510;
 constexpr size_t kMaxKeySize = kMaxEntrySize - kRowPointerSize;
+// Trees are rebuilt with the keys other writers stored for rows whose values we did not change,
+// even when those are longer (another library's uncapped keys); any key up to a third of a
+// page still leaves room for the entries around it.
+constexpr size_t kMaxStoredKeySize = (kPageSize - kEntryAreaOffset) / 3;
 
 // Key column flag bytes. A present value starts with 0x7F (ascending) or 0x80 (descending);
 // a NULL is the single byte 0x00 (ascending) or 0xFF (descending), with no value bytes.

@@ -110,7 +110,7 @@ void AppendKanaFlags(std::vector<uint8_t>& key, std::vector<uint8_t>& flags) {
 }
 
 // The General-order sort key of TEXT, ascending, without the column flag.
-void AppendTextKey(std::vector<uint8_t>& key, const std::u16string& text) {
+void AppendTextKey(std::vector<uint8_t>& key, std::u16string_view text) {
   size_t length = std::min(text.size(), format::kMaxTextKeyCharacters);
   while (length > 0 && text[length - 1] == u' ') --length;
 
@@ -186,6 +186,17 @@ void AppendTextKey(std::vector<uint8_t>& key, const std::u16string& text) {
 
 
 }  // namespace
+
+bool AppendTextSortKey(std::vector<uint8_t>& key, std::u16string_view text) {
+  const size_t size = key.size();
+  try {
+    AppendTextKey(key, text);
+    return true;
+  } catch (const Error&) {
+    key.resize(size);
+    return false;
+  }
+}
 
 std::optional<KeyType> KeyTypeFromColumnType(uint8_t column_type) {
   switch (column_type) {
