@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <unordered_map>
 
 #include "common/error.h"
 #include "jet/format.h"
 #include "jet/index/key.h"
+#include "jet/index_keys.h"
 #include "jet/index/tree.h"
 #include "jet/page_store.h"
 #include "jet/row_codec.h"
@@ -17,28 +19,19 @@
 namespace qorvane::jet {
 namespace {
 
-index::KeyValue ToKeyValue(const ColumnDefinition& column, const Value& value) {
-  using Kind = Value::Kind;
-  switch (value.kind) {
-    case Kind::Null: return index::Null{};
-    case Kind::Boolean: return value.integer != 0;
-    case Kind::Integer:
-    case Kind::Currency: return value.integer;
-    case Kind::Single:
-    case Kind::Double:
-    case Kind::DateTime: return value.number;
-    case Kind::Text: return Utf8ToUtf16(value.bytes);
-    case Kind::Binary: return std::vector<std::uint8_t>(value.bytes.begin(), value.bytes.end());
+// The keys the tree under ROOT holds, by row: what Access (or an earlier commit) stored.
+std::unordered_map<RowId, std::vector<std::uint8_t>> StoredKeys(PageStore& store, std::uint32_t root) {
+  std::unordered_map<RowId, std::vector<std::uint8_t>> keys;
+  if (root == 0 || root >= store.page_count()) return keys;
+  index::PageSource source = [&store](std::uint32_t page, std::span<std::uint8_t> out) {
+    if (page >= store.page_count()) throw Error(ErrorKind::Corrupt, "index page " + std::to_string(page) + " lies past the end");
+    Bytes bytes = store.Read(page);
+    std::memcpy(out.data(), bytes.data(), std::min(out.size(), bytes.size()));
+  };
+  for (index::Entry& entry : index::ReadTree(root, source)) {
+    keys.emplace((entry.data_page << 8) | entry.data_row, std::move(entry.key));
   }
-  return index::Null{};
-}
-
-// Text as a key, with lone surrogate halves replaced as a round trip through UTF-8 replaces them
-// (the form every other path hands to the index module).
-index::KeyValue TextKey(std::u16string text) {
-  bool surrogates = std::any_of(text.begin(), text.end(), [](char16_t c) { return c >= 0xD800 && c < 0xE000; });
-  if (surrogates) return Utf8ToUtf16(Utf16ToUtf8(text));
-  return text;
+  return keys;
 }
 
 }  // namespace
@@ -50,36 +43,7 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
   PageStore& store = table.store_;
   std::string where = store.file_name() + ": table " + table.name_;
 
-  // Key layout of each real index: column positions, key types and orders.
-  struct Layout {
-    std::vector<std::size_t> positions;
-    std::vector<index::KeyColumn> columns;
-    index::NullKeys nulls = index::NullKeys::Store;
-  };
-  std::vector<Layout> layouts(definition.real_indexes.size());
-  for (std::size_t i = 0; i < definition.real_indexes.size(); ++i) {
-    const RealIndexDefinition& real = definition.real_indexes[i];
-    layouts[i].nulls = (real.flags & format::kIndexFlagIgnoreNulls) ? index::NullKeys::Ignore : index::NullKeys::Store;
-    for (const auto& part : real.columns) {
-      for (std::size_t c = 0; c < definition.columns.size(); ++c) {
-        const ColumnDefinition& column = definition.columns[c];
-        if (column.id != part.column_id) continue;
-        auto type = index::KeyTypeFromColumnType(static_cast<std::uint8_t>(column.type));
-        if (!type) {
-          throw Error(ErrorKind::NotSupported, where + ": cannot maintain an index on column " + column.name +
-                                                   " of type " + ColumnTypeName(column.type));
-        }
-        if (IsTextType(column.type) &&
-            !(column.sort_order[0] == 0x09 && column.sort_order[1] == 0x04 && column.sort_order[2] == 0 &&
-              column.sort_order[3] == 0)) {
-          throw Error(ErrorKind::NotSupported, where + ": column " + column.name +
-                                                   " uses a sort order other than General (1033); its index cannot be written");
-        }
-        layouts[i].positions.push_back(c);
-        layouts[i].columns.push_back({*type, part.ascending ? index::SortOrder::Ascending : index::SortOrder::Descending});
-      }
-    }
-  }
+  std::vector<IndexKeyLayout> layouts = IndexKeyLayouts(definition, where);
 
   // One pass over the rows, decoding only the key columns. Keys go into one flat byte arena per
   // index (offsets apart), which costs far less memory than a vector per key; the page cache is
@@ -100,6 +64,7 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
     list.rows.reserve(rows.size());
   }
   std::vector<index::KeyValue> key_values;
+  std::vector<std::optional<std::unordered_map<RowId, std::vector<std::uint8_t>>>> stored_keys(layouts.size());
   std::size_t scanned = 0;
   for (RowId row : rows) {
     if (++scanned % 4096 == 0) store.TrimCache();
@@ -113,14 +78,24 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
           if (!stored) {
             key_values.push_back(index::Null{});
           } else {
-            key_values.push_back(TextKey(DecodeTextUtf16(*stored)));
+            key_values.push_back(TextKeyValue(DecodeTextUtf16(*stored)));
           }
           continue;
         }
         Value value = DecodeColumn(definition, position, bytes, table.LongValues(row), where);
-        key_values.push_back(ToKeyValue(definition.columns[position], value));
+        key_values.push_back(ToKeyValue(value));
       }
-      auto key = index::MakeKey(layouts[i].columns, key_values, layouts[i].nulls);
+      std::optional<std::vector<std::uint8_t>> key;
+      try {
+        key = index::MakeKey(layouts[i].columns, key_values, layouts[i].nulls);
+      } catch (const Error& error) {
+        // Insert and Update refuse such keys, so this row's indexed values are as they were
+        // when the tree was written (by Access, or by us keeping its key): keep the stored key.
+        if (!stored_keys[i]) stored_keys[i] = StoredKeys(store, definition.real_indexes[i].root_page);
+        auto found = stored_keys[i]->find(row);
+        if (found == stored_keys[i]->end()) throw Error(error.kind(), where + ": " + error.what());
+        key = found->second;
+      }
       if (!key) continue;
       Keys& list = keys[i];
       list.arena.insert(list.arena.end(), key->begin(), key->end());

@@ -10,6 +10,8 @@
 #include "common/error.h"
 #include "jet/data_page.h"
 #include "jet/format.h"
+#include "jet/index/key.h"
+#include "jet/index_keys.h"
 #include "jet/index_rebuild.h"
 #include "jet/page_store.h"
 #include "jet/row_codec.h"
@@ -18,7 +20,8 @@ namespace qorvane::jet {
 
 using namespace format;
 
-// Row ids by a hash of their (case-folded) key values; candidates are checked against the row.
+// Row ids by a hash of their key values (text as its index key); candidates are checked
+// against the row.
 // Open addressing in one flat array of 8-byte entries (32 bits of the hash and the row id;
 // linear probing; removed entries stay as tombstones until the next growth), so keeping it
 // current costs no allocation per row. Row id 0 (page 0 is the header) marks an empty entry.
@@ -108,30 +111,60 @@ class HashIndex {
 
 namespace {
 
-// The comparable form of a value in a column: text folded, numbers by value, null apart.
-// Nullopt when the value cannot equal anything in the column (text that is not a number).
-std::optional<std::string> KeyOf(const ColumnDefinition& column, const Value& value) {
-  if (value.is_null()) return std::string("Z");
+// The comparable form of a value in a column, appended to OUT: text as the bytes its index key
+// holds (so that values an index sees as one are one here too: case, ß and ss, Æ and AE,
+// superscript digits), numbers by value, null apart. False when the value cannot equal anything
+// in the column (text that is not a number).
+bool AppendComparable(const ColumnDefinition& column, const Value& value, KeyScratch& scratch, std::string& out) {
+  if (value.is_null()) {
+    out += 'Z';
+    return true;
+  }
   if (IsTextType(column.type)) {
-    return "T" + FoldForComparison(value.kind == Value::Kind::Text ? value.bytes : value.AsText());
+    const std::string* utf8 = &value.bytes;
+    std::string printed;
+    if (value.kind != Value::Kind::Text) utf8 = &(printed = value.AsText());
+    bool ascii = std::all_of(utf8->begin(), utf8->end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    if (ascii) {
+      scratch.text.assign(utf8->begin(), utf8->end());
+    } else {
+      scratch.text = Utf8ToUtf16(*utf8);
+    }
+    scratch.key.clear();
+    if (index::AppendTextSortKey(scratch.key, scratch.text)) {
+      out += 'T';
+      out.append(reinterpret_cast<const char*>(scratch.key.data()), scratch.key.size());
+    } else {
+      out += 'U';  // a character without a weight: such text is never indexed by us
+      out += FoldForComparison(*utf8);
+    }
+    return true;
   }
   if (value.kind == Value::Kind::Binary || column.type == ColumnType::Binary || column.type == ColumnType::Ole ||
       column.type == ColumnType::Guid || column.type == ColumnType::Numeric) {
-    return "B" + value.bytes;
+    out += 'B';
+    out += value.bytes;
+    return true;
   }
   double number;
   if (value.kind == Value::Kind::Text) {
     char* end = nullptr;
     number = std::strtod(value.bytes.c_str(), &end);
-    if (end == value.bytes.c_str()) return std::nullopt;
+    if (end == value.bytes.c_str()) return false;
   } else {
     number = value.AsDouble();
   }
   if (column.type == ColumnType::Boolean) number = number != 0 ? -1 : 0;
   if (column.type == ColumnType::Single) number = static_cast<float>(number);
   if (number == 0) number = 0;  // -0 equals 0
-  std::string key(1 + sizeof number, 'N');
-  std::memcpy(key.data() + 1, &number, sizeof number);
+  out += 'N';
+  out.append(reinterpret_cast<const char*>(&number), sizeof number);
+  return true;
+}
+
+std::optional<std::string> KeyOf(const ColumnDefinition& column, const Value& value, KeyScratch& scratch) {
+  std::string key;
+  if (!AppendComparable(column, value, scratch, key)) return std::nullopt;
   return key;
 }
 
@@ -140,26 +173,11 @@ constexpr std::uint64_t kHashPrime = 1099511628211ull;
 
 std::uint64_t HashBytes(std::string_view bytes) { return std::hash<std::string_view>{}(bytes); }
 
-// The hash of KeyOf's result (equal keys hash alike), computed without building the key for
-// plain ASCII text, the common case; SCRATCH is reused for the folded text. Nullopt as KeyOf.
-std::optional<std::uint64_t> KeyHash(const ColumnDefinition& column, const Value& value, std::string& scratch) {
-  if (IsTextType(column.type) && value.kind == Value::Kind::Text) {
-    std::string_view text = value.bytes;
-    bool ascii = std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-    if (ascii) {
-      std::size_t end = text.size();
-      while (end > 0 && text[end - 1] == ' ') --end;
-      scratch.assign(1, 'T');
-      scratch.append(text.substr(0, end));
-      for (char& c : scratch) {
-        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
-      }
-      return HashBytes(scratch);
-    }
-  }
-  std::optional<std::string> key = KeyOf(column, value);
-  if (!key) return std::nullopt;
-  return HashBytes(*key);
+// The hash of KeyOf's result (equal keys hash alike), built in SCRATCH. Nullopt as KeyOf.
+std::optional<std::uint64_t> KeyHash(const ColumnDefinition& column, const Value& value, KeyScratch& scratch) {
+  scratch.comparable.clear();
+  if (!AppendComparable(column, value, scratch, scratch.comparable)) return std::nullopt;
+  return HashBytes(scratch.comparable);
 }
 
 // Combines the key hashes of several columns; VALUE_AT(k) gives the value of the k-th column.
@@ -167,7 +185,7 @@ std::optional<std::uint64_t> KeyHash(const ColumnDefinition& column, const Value
 enum class Unmatchable { HashAsEmpty, GiveNothing };
 template <typename ValueAt>
 std::optional<std::uint64_t> RowKeyHash(const TableDefinition& definition, const std::vector<std::size_t>& columns,
-                                        ValueAt value_at, Unmatchable unmatchable, std::string& scratch) {
+                                        ValueAt value_at, Unmatchable unmatchable, KeyScratch& scratch) {
   std::uint64_t hash = kHashSeed;
   for (std::size_t k = 0; k < columns.size(); ++k) {
     std::optional<std::uint64_t> part = KeyHash(definition.columns[columns[k]], value_at(k), scratch);
@@ -564,12 +582,14 @@ std::vector<RowId> Table::FindMatching(const std::vector<std::size_t>& columns, 
   std::vector<RowId> candidates = Hash(columns).Candidates(*key);
   if (candidates.empty()) return candidates;
   std::vector<std::string> wanted;
-  for (std::size_t k = 0; k < columns.size(); ++k) wanted.push_back(*KeyOf(definition_.columns[columns[k]], value_at(k)));
+  for (std::size_t k = 0; k < columns.size(); ++k) {
+    wanted.push_back(*KeyOf(definition_.columns[columns[k]], value_at(k), key_scratch_));
+  }
   std::vector<RowId> found;
   for (RowId row : candidates) {
     bool equal = true;
     for (std::size_t k = 0; k < columns.size() && equal; ++k) {
-      equal = KeyOf(definition_.columns[columns[k]], ReadValue(row, columns[k])) == wanted[k];
+      equal = KeyOf(definition_.columns[columns[k]], ReadValue(row, columns[k]), key_scratch_) == wanted[k];
     }
     if (equal) found.push_back(row);
   }
@@ -603,18 +623,57 @@ void Table::CheckUnique(const std::vector<Value>& values, std::optional<RowId> s
     if (std::any_of(columns.begin(), columns.end(), [&](std::size_t c) { return values[c].is_null(); })) continue;
     for (RowId other : FindMatching(columns, [&](std::size_t k) -> const Value& { return values[columns[k]]; })) {
       if (self && other == *self) continue;
-      // Name the index as Access shows it: the primary key, else a plain index, else any.
-      std::string name;
-      int best = 3;
-      for (const auto& logical : definition_.logical_indexes) {
-        if (logical.real_index != unique.real_index) continue;
-        int rank = logical.index_type == kLogicalIndexTypePrimary ? 0 : (logical.index_type == kLogicalIndexTypeForeign ? 2 : 1);
-        if (rank < best) best = rank, name = logical.name;
+      std::string shown, held;
+      for (std::size_t c : columns) {
+        shown += (shown.empty() ? "" : ", ") + ("'" + values[c].AsText() + "'");
+        held += (held.empty() ? "" : ", ") + ("'" + ReadValue(other, c).AsText() + "'");
       }
-      std::string shown;
-      for (std::size_t c : columns) shown += (shown.empty() ? "" : ", ") + ("'" + values[c].AsText() + "'");
-      throw Error(ErrorKind::Constraint, store_.file_name() + ": table " + name_ + ": index " + name +
-                                             " is unique and already holds " + shown);
+      std::string same = held == shown ? "" : " (" + held + ", the same to the index)";
+      throw Error(ErrorKind::Constraint, store_.file_name() + ": table " + name_ + ": index " + IndexName(unique.real_index) +
+                                             " is unique and already holds " + shown + same);
+    }
+  }
+}
+
+std::string Table::IndexName(std::size_t real) const {
+  std::string name;
+  int best = 3;
+  for (const auto& logical : definition_.logical_indexes) {
+    if (logical.real_index != real) continue;
+    int rank = logical.index_type == kLogicalIndexTypePrimary ? 0 : (logical.index_type == kLogicalIndexTypeForeign ? 2 : 1);
+    if (rank < best) best = rank, name = logical.name;
+  }
+  return name;
+}
+
+void Table::CheckKeys(const std::vector<Value>& values, const std::vector<Value>* old_values) {
+  if (index_maintenance_ == IndexMaintenance::Skip || definition_.real_indexes.empty()) return;
+  const std::string where = store_.file_name() + ": table " + name_;
+  if (!key_layouts_) key_layouts_ = std::make_unique<std::vector<IndexKeyLayout>>(IndexKeyLayouts(definition_, where));
+  for (std::size_t i = 0; i < key_layouts_->size(); ++i) {
+    const IndexKeyLayout& layout = (*key_layouts_)[i];
+    key_values_.clear();
+    for (std::size_t position : layout.positions) {
+      const Value& value = values[position];
+      key_values_.push_back(value.kind == Value::Kind::Text ? TextKeyValue(Utf8ToUtf16(value.bytes)) : ToKeyValue(value));
+    }
+    try {
+      index::MakeKey(layout.columns, key_values_, layout.nulls);
+    } catch (const Error& error) {
+      bool unchanged = old_values != nullptr;
+      for (std::size_t position : layout.positions) {
+        unchanged = unchanged && values[position] == (*old_values)[position];
+      }
+      if (unchanged) continue;
+      std::string columns, shown;
+      for (std::size_t position : layout.positions) {
+        columns += (columns.empty() ? "" : ", ") + definition_.columns[position].name;
+        shown += (shown.empty() ? "" : ", ") + index::DescribeValue(ToKeyValue(values[position]));
+      }
+      std::string reason = error.what();
+      if (reason.rfind("index key: ", 0) == 0) reason.erase(0, 11);
+      throw Error(ErrorKind::Constraint, where + ", index " + IndexName(i) + " (" + columns + "): the value " + shown +
+                                             " cannot be indexed: " + reason);
     }
   }
 }
@@ -651,6 +710,7 @@ RowId Table::Insert(std::vector<Value> values) {
       }
     }
   }
+  CheckKeys(values, nullptr);
   CheckUnique(values, std::nullopt);
   Bytes bytes = Encode(values, 0);
   Location location = PlaceRow(bytes, 0);
@@ -679,6 +739,7 @@ void Table::Update(RowId row, std::vector<Value> values) {
       definition_.auto_number = static_cast<std::uint32_t>(values[i].integer);
     }
   }
+  CheckKeys(values, &old_values);
   CheckUnique(values, row);
   Bytes encoded = Encode(values, row);
   std::vector<std::byte> bytes(encoded.begin(), encoded.end());

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "common/reporter.h"
+#include "jet/index/key.h"
 #include "jet/table_definition.h"
 #include "jet/usage_map.h"
 #include "jet/value.h"
@@ -24,6 +25,14 @@ namespace qorvane::jet {
 class PageStore;
 class HashIndex;
 class RowEncoder;
+struct IndexKeyLayout;
+
+// Buffers reused from value to value when values are turned into comparable keys.
+struct KeyScratch {
+  std::u16string text;
+  std::vector<std::uint8_t> key;
+  std::string comparable;
+};
 
 // A row's place: page << 8 | slot of its first (header) row.
 using RowId = std::uint32_t;
@@ -74,12 +83,14 @@ class Table {
   bool IsLive(RowId row);
   std::vector<Value> ReadRow(RowId row);
   Value ReadValue(RowId row, std::size_t column);
-  // Rows whose COLUMNS equal VALUES (text case-blind, trailing blanks ignored), in table order.
+  // Rows whose COLUMNS equal VALUES, in table order. Text compares as its index keys do (Jet's
+  // General order): case and trailing blanks do not count, ß equals ss, Æ AE, ² 2.
   std::vector<RowId> FindEqual(const std::vector<std::size_t>& columns, const std::vector<Value>& values);
 
   // Adds a row (one value per column, column order; nulls where nothing is set). A null
   // AutoNumber gets the next number. Returns the new row id. Throws Constraint naming the
-  // table, the column or index and the value when the row breaks a rule; nothing is written then.
+  // table, the column or index and the value when the row breaks a rule (a duplicate in a
+  // unique index, a value an index key cannot hold); nothing is written then.
   RowId Insert(std::vector<Value> values);
   void Update(RowId row, std::vector<Value> values);
   void Delete(RowId row);
@@ -123,6 +134,12 @@ class Table {
   };
   const std::vector<UniqueKey>& UniqueKeys();
   void CheckUnique(const std::vector<Value>& values, std::optional<RowId> self);
+  // Throws Constraint when an index key of VALUES cannot be built (a character without a
+  // weight, a key longer than Jet allows). OLD_VALUES (an Update's row as it was) lets a key
+  // pass whose columns did not change: the rebuild keeps that row's stored key.
+  void CheckKeys(const std::vector<Value>& values, const std::vector<Value>* old_values);
+  // The name Access shows for real index REAL: its primary key, else a plain index, else any.
+  std::string IndexName(std::size_t real) const;
   void IndexRow(RowId row, const std::vector<Value>& values, bool add);
 
   PageStore& store_;
@@ -144,10 +161,12 @@ class Table {
   std::unordered_map<std::uint32_t, std::unique_ptr<UsageMap>> maps_;  // by encoded pointer
   std::vector<std::unique_ptr<HashIndex>> hashes_;
   std::optional<std::vector<UniqueKey>> unique_keys_;
+  std::unique_ptr<std::vector<IndexKeyLayout>> key_layouts_;
+  std::vector<index::KeyValue> key_values_;
   // Reused from row to row: the encoder's buffers, a long-value piece, a folded key.
   std::unique_ptr<RowEncoder> encoder_;
   std::vector<std::byte> long_value_piece_;
-  std::string key_scratch_;
+  KeyScratch key_scratch_;
   std::string new_row_context_;
   bool changed_ = false;
   IndexMaintenance index_maintenance_ = IndexMaintenance::Rebuild;

@@ -3,6 +3,8 @@
 #include "common/utf8.h"
 
 #include "jet/format.h"
+#include "jet/index/format.h"
+#include "jet/index/key.h"
 
 #include <algorithm>
 #include <charconv>
@@ -266,8 +268,18 @@ int CompareValues(const Value& a, const Value& b) {
   bool a_text = a.kind == Value::Kind::Text;
   bool b_text = b.kind == Value::Kind::Text;
   if (a_text && b_text) {
-    std::u16string x = FoldForComparison(Utf8ToUtf16(a.bytes));
-    std::u16string y = FoldForComparison(Utf8ToUtf16(b.bytes));
+    // As the General sort order ranks them (the order of their index keys); texts the keys
+    // cannot tell apart past their first 255 characters, or that have a character without a
+    // weight, fall back to their case-folded forms.
+    std::u16string x = Utf8ToUtf16(a.bytes);
+    std::u16string y = Utf8ToUtf16(b.bytes);
+    std::vector<std::uint8_t> x_key, y_key;
+    if (index::AppendTextSortKey(x_key, x) && index::AppendTextSortKey(y_key, y)) {
+      if (x_key != y_key) return x_key < y_key ? -1 : 1;
+      if (x.size() <= index::format::kMaxTextKeyCharacters && y.size() <= index::format::kMaxTextKeyCharacters) return 0;
+    }
+    x = FoldForComparison(x);
+    y = FoldForComparison(y);
     return x < y ? -1 : (x == y ? 0 : 1);
   }
   if (a.kind == Value::Kind::Binary || b.kind == Value::Kind::Binary) {

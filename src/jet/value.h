@@ -78,8 +78,9 @@ std::string Utf16ToUtf8(std::u16string_view utf16);
 // without regard to case; trailing blanks do not count.
 std::u16string FoldForComparison(std::u16string_view text);
 std::string FoldForComparison(std::string_view utf8);
-// Compares two values as Jet's '=' and ORDER BY do: text case-blind, numbers by value, null
-// first. Returns <0, 0, >0.
+// Compares two values as Jet's '=' and ORDER BY do: text in the General sort order (as its index
+// keys rank it: case-blind, ß = ss, accents after letters), numbers by value, null first.
+// Returns <0, 0, >0.
 int CompareValues(const Value& a, const Value& b);
 
 }  // namespace qorvane::jet

@@ -39,6 +39,10 @@ constexpr size_t kChildPointerSize = 4;
 // checksum, which we do not reproduce, so such keys are refused.
 constexpr size_t kMaxEntrySize = 510;
 constexpr size_t kMaxKeySize = kMaxEntrySize - kRowPointerSize;
+// Trees are rebuilt with the keys other writers stored for rows whose values we did not change,
+// even when those are longer (another library's uncapped keys); any key up to a third of a
+// page still leaves room for the entries around it.
+constexpr size_t kMaxStoredKeySize = (kPageSize - kEntryAreaOffset) / 3;
 
 // Key column flag bytes. A present value starts with 0x7F (ascending) or 0x80 (descending);
 // a NULL is the single byte 0x00 (ascending) or 0xFF (descending), with no value bytes.
@@ -58,6 +62,12 @@ constexpr uint16_t kIgnorablePositionBase = 7;       // position field = base + 
 constexpr uint16_t kIgnorablePositionStep = 4;
 constexpr uint8_t kIgnorableMarker = 0x06;           // third byte of each ignorable record
 constexpr size_t kMaxTextKeyCharacters = 255;        // only the first 255 characters count
+// Kana (Japanese syllables) add a section after the accents: their flags, 2 or 3 each, three to
+// a byte under 0x80, then a fixed suffix, then 0xFF when ignorable records follow.
+constexpr uint8_t kKanaPlainFlag = 0x03;
+constexpr uint8_t kKanaFlagByte = 0x80;
+constexpr uint8_t kKanaSuffix[] = {0xFF, 0x02, 0x80, 0xFF, 0x80};
+constexpr uint8_t kKanaIgnorableSeparator = 0xFF;
 
 // Binary and GUID keys: 8-byte chunks, each followed by 0x09 when more chunks follow, or by the
 // number of real bytes in the last chunk.

@@ -97,14 +97,30 @@ std::string CodePointName(char16_t character) {
   return buffer;
 }
 
+// Packs the kana flags three to a byte (0x80 | f0 << 4 | f1 << 2 | f2) after dropping the
+// trailing 3s (the flag of plain kana), then the fixed suffix.
+void AppendKanaFlags(std::vector<uint8_t>& key, std::vector<uint8_t>& flags) {
+  while (!flags.empty() && flags.back() == format::kKanaPlainFlag) flags.pop_back();
+  for (size_t i = 0; i < flags.size(); i += 3) {
+    uint8_t packed = format::kKanaFlagByte;
+    for (size_t k = 0; k < 3 && i + k < flags.size(); ++k) packed |= flags[i + k] << (4 - 2 * k);
+    key.push_back(packed);
+  }
+  key.insert(key.end(), std::begin(format::kKanaSuffix), std::end(format::kKanaSuffix));
+}
+
 // The General-order sort key of TEXT, ascending, without the column flag.
-void AppendTextKey(std::vector<uint8_t>& key, const std::u16string& text) {
+void AppendTextKey(std::vector<uint8_t>& key, std::u16string_view text) {
   size_t length = std::min(text.size(), format::kMaxTextKeyCharacters);
   while (length > 0 && text[length - 1] == u' ') --length;
 
-  std::vector<uint8_t> accents;          // one slot per primary weight once any accent occurs
-  std::vector<uint8_t> ignorables;       // 4 bytes per ignorable character
-  uint32_t weights = 0;                  // primary weights emitted so far
+  // The accent section holds one slot per sort element once any accent occurs; a combining mark
+  // before any element leaves one byte ahead of the slots (LEAD).
+  std::vector<uint8_t> accents;
+  size_t lead = 0;
+  std::vector<uint8_t> ignorables;  // 4 bytes per ignorable character
+  std::vector<uint8_t> kana;        // one flag per kana character
+  uint32_t elements = 0;            // sort elements emitted so far
   for (size_t i = 0; i < length; ++i) {
     CharWeight weight = WeightOf(text[i]);
     switch (weight.kind) {
@@ -112,22 +128,32 @@ void AppendTextKey(std::vector<uint8_t>& key, const std::u16string& text) {
         throw Error(ErrorKind::NotSupported,
                     "index key: the character " + CodePointName(text[i]) +
                         " has no known weight in the General sort order");
-      case WeightKind::Simple:
-        key.insert(key.end(), weight.primary, weight.primary + weight.primary_size);
-        ++weights;
+      case WeightKind::Ignored:
         break;
-      case WeightKind::Expanding:
-        key.insert(key.end(), weight.primary, weight.primary + 2);
-        weights += 2;
-        break;
-      case WeightKind::Accented:
+      case WeightKind::Kana:
+        kana.push_back(weight.code);
+        [[fallthrough]];
+      case WeightKind::Letters:
         key.insert(key.end(), weight.primary, weight.primary + weight.primary_size);
-        accents.resize(weights, format::kTextNoAccent);
-        accents.push_back(weight.accent);
-        ++weights;
+        if (weight.accent_size > 0) {
+          accents.resize(lead + elements, format::kTextNoAccent);
+          accents.insert(accents.end(), weight.accents, weight.accents + weight.accent_size);
+        }
+        elements += weight.elements;
+        break;
+      case WeightKind::AccentMark:
+        if (lead + elements == 0) {
+          if (accents.empty()) {
+            accents.push_back(0);
+            lead = 1;
+          }
+        } else {
+          accents.resize(lead + elements, format::kTextNoAccent);
+        }
+        accents.back() = static_cast<uint8_t>(accents.back() + weight.code);
         break;
       case WeightKind::Ignorable: {
-        uint32_t position = format::kIgnorablePositionBase + format::kIgnorablePositionStep * weights;
+        uint32_t position = format::kIgnorablePositionBase + format::kIgnorablePositionStep * elements;
         if (position > 0x7FFF) {
           throw Error(ErrorKind::NotSupported, "index key: ignorable character too far into the text");
         }
@@ -135,25 +161,42 @@ void AppendTextKey(std::vector<uint8_t>& key, const std::u16string& text) {
         ignorables.push_back(static_cast<uint8_t>(field >> 8));
         ignorables.push_back(static_cast<uint8_t>(field));
         ignorables.push_back(format::kIgnorableMarker);
-        ignorables.push_back(weight.accent);
+        ignorables.push_back(weight.code);
         break;
       }
     }
   }
   key.push_back(format::kTextSectionEnd);
-  while (!accents.empty() && accents.back() == format::kTextNoAccent) accents.pop_back();
+  while (!accents.empty() && accents.back() <= format::kTextNoAccent) accents.pop_back();
   key.insert(key.end(), accents.begin(), accents.end());
-  if (!ignorables.empty()) {
+  if (!ignorables.empty() || !kana.empty()) {
     key.push_back(format::kTextSectionEnd);
     key.push_back(format::kTextSectionEnd);
-    key.push_back(format::kTextSectionEnd);
-    key.insert(key.end(), ignorables.begin(), ignorables.end());
+    if (!kana.empty()) {
+      AppendKanaFlags(key, kana);
+      if (!ignorables.empty()) key.push_back(format::kKanaIgnorableSeparator);
+    }
+    if (!ignorables.empty()) {
+      key.push_back(format::kTextSectionEnd);
+      key.insert(key.end(), ignorables.begin(), ignorables.end());
+    }
   }
   key.push_back(format::kTextKeyEnd);
 }
 
 
 }  // namespace
+
+bool AppendTextSortKey(std::vector<uint8_t>& key, std::u16string_view text) {
+  const size_t size = key.size();
+  try {
+    AppendTextKey(key, text);
+    return true;
+  } catch (const Error&) {
+    key.resize(size);
+    return false;
+  }
+}
 
 std::optional<KeyType> KeyTypeFromColumnType(uint8_t column_type) {
   switch (column_type) {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -36,6 +37,12 @@ using KeyValue = std::variant<Null, bool, int64_t, double, std::u16string, std::
 // the type's range, and Error(NotSupported) when a text holds a character without a known weight.
 void AppendKeyColumn(std::vector<uint8_t>& key, KeyType type, SortOrder order,
                      const KeyValue& value);
+
+// Appends the ascending General-order bytes of TEXT as a text key column holds them after its
+// flag byte: two texts are the same to a Jet index (and so to a unique index and to '=')
+// exactly when these bytes are. Returns false, leaving KEY as it was, when a character of TEXT
+// has no known weight.
+bool AppendTextSortKey(std::vector<uint8_t>& key, std::u16string_view text);
 
 // The columns of one real index, in key order.
 struct KeyColumn {

@@ -1,20 +1,25 @@
-// The General sort order's weights for Latin-1 and the Windows-1252 extras, built once at
-// compile time from short lists: letters and digits step through their ranges, punctuation and
-// symbols carry explicit codes, accented letters name their base letter and accent code.
+// The General sort order's weights. Latin-1 is built once at compile time from short lists:
+// letters and digits step through their ranges, punctuation and symbols carry explicit codes,
+// accented letters name their base letter and accent code. The rest of the BMP comes from
+// generated runs (text_weight_runs.inc): neighbouring characters whose primary weight or code
+// steps by 0 or 1 from one character to the next share one entry, found by binary search.
 #include "jet/index/text_weights.h"
 
+#include <algorithm>
 #include <array>
 
 namespace qorvane::jet::index {
 namespace {
 
-constexpr CharWeight Simple(uint8_t first) { return {WeightKind::Simple, 1, {first, 0}, 0}; }
+constexpr CharWeight Simple(uint8_t first) { return {WeightKind::Letters, 1, 1, 0, {first}, {}, 0}; }
+// One sort element of two bytes (punctuation, symbols and other scripts' letters).
 constexpr CharWeight Simple(uint8_t first, uint8_t second) {
-  return {WeightKind::Simple, 2, {first, second}, 0};
+  return {WeightKind::Letters, 2, 1, 0, {first, second}, {}, 0};
 }
-constexpr CharWeight Ignorable(uint8_t code) { return {WeightKind::Ignorable, 0, {0, 0}, code}; }
+constexpr CharWeight Ignorable(uint8_t code) { return {WeightKind::Ignorable, 0, 0, 0, {}, {}, code}; }
+// Two letters, each an element of its own: Æ, Œ, Þ, ß.
 constexpr CharWeight Expanding(uint8_t first, uint8_t second) {
-  return {WeightKind::Expanding, 2, {first, second}, 0};
+  return {WeightKind::Letters, 2, 2, 0, {first, second}, {}, 0};
 }
 
 // Primary weights of the letters A..Z (lower case shares them). The steps are uneven: some
@@ -26,13 +31,13 @@ constexpr uint8_t kLetterWeights[26] = {
 constexpr uint8_t Letter(char upper) { return kLetterWeights[upper - 'A']; }
 
 constexpr CharWeight Accented(char base, uint8_t accent) {
-  return {WeightKind::Accented, 1, {Letter(base), 0}, accent};
+  return {WeightKind::Letters, 1, 1, 1, {Letter(base)}, {accent}, 0};
 }
 
 // Accent codes of the secondary section.
 constexpr uint8_t kAcute = 0x0E, kGrave = 0x0F, kCircumflex = 0x12, kDiaeresis = 0x13,
-                  kTilde = 0x19, kRing = 0x1A, kCedilla = 0x1C, kStroke = 0x21, kCaron = 0x14,
-                  kOrdinal = 0x03, kEth = 0x68, kHook = 0x7B;
+                  kTilde = 0x19, kRing = 0x1A, kCedilla = 0x1C, kStroke = 0x21, kOrdinal = 0x03,
+                  kEth = 0x68;
 
 struct Assignment {
   char16_t character;
@@ -40,7 +45,7 @@ struct Assignment {
 };
 
 // Characters of U+00A0..U+00FF that are not letters with a plain accent (those are listed by
-// base letter below), and the Windows-1252 characters outside Latin-1.
+// base letter below).
 constexpr Assignment kSymbols[] = {
     {0x00A0, Simple(0x08, 0x02)}, {0x00A1, Simple(0x2B, 0x10)}, {0x00A2, Simple(0x34, 0xA6)},
     {0x00A3, Simple(0x34, 0xA7)}, {0x00A4, Simple(0x34, 0xA8)}, {0x00A5, Simple(0x34, 0xA9)},
@@ -58,18 +63,6 @@ constexpr Assignment kSymbols[] = {
     {0x00FE, Expanding(Letter('T'), Letter('H'))}, {0x00DF, Expanding(Letter('S'), Letter('S'))},
     {0x00D0, Accented('D', kEth)}, {0x00F0, Accented('D', kEth)},
     {0x00D8, Accented('O', kStroke)}, {0x00F8, Accented('O', kStroke)},
-    // Windows-1252 characters outside Latin-1.
-    {0x0152, Expanding(Letter('O'), Letter('E'))}, {0x0153, Expanding(Letter('O'), Letter('E'))},
-    {0x0160, Accented('S', kCaron)}, {0x0161, Accented('S', kCaron)},
-    {0x017D, Accented('Z', kCaron)}, {0x017E, Accented('Z', kCaron)},
-    {0x0178, Accented('Y', kDiaeresis)}, {0x0192, Accented('F', kHook)},
-    {0x02C6, {WeightKind::Accented, 2, {0x2B, 0x02}, kOrdinal}}, {0x02DC, Simple(0x2B, 0x1C)},
-    {0x2013, Ignorable(0x89)}, {0x2014, Ignorable(0x8B)},
-    {0x2018, Simple(0x2B, 0x37)}, {0x2019, Simple(0x2B, 0x38)}, {0x201A, Simple(0x2B, 0x39)},
-    {0x201C, Simple(0x2B, 0x3B)}, {0x201D, Simple(0x2B, 0x3C)}, {0x201E, Simple(0x2B, 0x3D)},
-    {0x2020, Simple(0x34, 0xB3)}, {0x2021, Simple(0x34, 0xB4)}, {0x2022, Simple(0x34, 0xB5)},
-    {0x2026, Simple(0x34, 0xB9)}, {0x2030, Simple(0x34, 0xBA)}, {0x2039, Simple(0x2B, 0x46)},
-    {0x203A, Simple(0x2B, 0x47)}, {0x20AC, Simple(0x35, 0xA1)}, {0x2122, Simple(0x6E, 0x04)},
 };
 
 // Accented Latin-1 letters, upper case (lower case is 0x20 above each).
@@ -88,6 +81,7 @@ constexpr Assignment kAccentedUpper[] = {
 
 constexpr std::array<CharWeight, 256> BuildLatin1() {
   std::array<CharWeight, 256> table{};
+  table[0] = {WeightKind::Ignored, 0, 0, 0, {}, {}, 0};
   // Control characters are ignorable, numbered in order, except TAB..CR which sort as spaces.
   uint8_t code = 0x03;
   for (int c = 0x01; c <= 0x1F; ++c) {
@@ -121,22 +115,74 @@ constexpr std::array<CharWeight, 256> BuildLatin1() {
     table[entry.character + 0x20] = entry.weight;
   }
   table[0xFF] = Accented('Y', kDiaeresis);
-  for (const Assignment& entry : kSymbols) {
-    if (entry.character < 0x100) table[entry.character] = entry.weight;
-  }
+  for (const Assignment& entry : kSymbols) table[entry.character] = entry.weight;
   return table;
 }
 
 constexpr std::array<CharWeight, 256> kLatin1 = BuildLatin1();
 
+// COUNT characters from FIRST: the I-th has primary (or code) FIRST_VALUE + I * STEP, the primary
+// being PRIMARY_SIZE bytes big-endian; the other fields are the same for all of them.
+struct WeightRun {
+  char16_t first;
+  uint16_t count;
+  WeightKind kind;
+  uint8_t primary_size;
+  uint8_t elements;
+  uint32_t first_value;
+  uint8_t step;
+  uint8_t accent_size;
+  uint8_t accents[2];
+  uint8_t kana_flag;
+};
+
+constexpr WeightRun kRuns[] = {
+#include "jet/index/text_weight_runs.inc"
+};
+
+constexpr bool RunsAreOrdered() {
+  for (size_t i = 1; i < std::size(kRuns); ++i) {
+    if (kRuns[i].first < kRuns[i - 1].first + kRuns[i - 1].count) return false;
+  }
+  return kRuns[0].first == 0x100;
+}
+static_assert(RunsAreOrdered(), "weight runs must be sorted and must not overlap");
+
 }  // namespace
 
 CharWeight WeightOf(char16_t character) {
   if (character < 0x100) return kLatin1[character];
-  for (const Assignment& entry : kSymbols) {
-    if (entry.character == character) return entry.weight;
+  const WeightRun* run = std::upper_bound(std::begin(kRuns), std::end(kRuns), character,
+                                          [](char16_t c, const WeightRun& r) { return c < r.first; });
+  if (run == std::begin(kRuns)) return {};
+  --run;
+  const uint32_t offset = character - run->first;
+  if (offset >= run->count) return {};  // the surrogates lie between runs
+  const uint32_t value = run->first_value + offset * run->step;
+  CharWeight weight;
+  weight.kind = run->kind;
+  switch (run->kind) {
+    case WeightKind::Ignorable:
+    case WeightKind::AccentMark:
+      weight.code = static_cast<uint8_t>(value);
+      return weight;
+    case WeightKind::Ignored:
+    case WeightKind::Unknown:
+      return weight;
+    case WeightKind::Letters:
+    case WeightKind::Kana:
+      break;
   }
-  return {};
+  weight.primary_size = run->primary_size;
+  weight.elements = run->elements;
+  for (int i = 0; i < run->primary_size; ++i) {
+    weight.primary[i] = static_cast<uint8_t>(value >> (8 * (run->primary_size - 1 - i)));
+  }
+  weight.accent_size = run->accent_size;
+  weight.accents[0] = run->accents[0];
+  weight.accents[1] = run->accents[1];
+  weight.code = run->kana_flag;
+  return weight;
 }
 
 }  // namespace qorvane::jet::index

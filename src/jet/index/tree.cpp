@@ -239,11 +239,11 @@ long FindDuplicateKey(std::span<const Entry> sorted) {
 
 BuiltTree BuildTree(std::span<const Entry> sorted, uint32_t owner_tdef, const PageSink& sink) {
   for (size_t i = 0; i < sorted.size(); ++i) {
-    if (sorted[i].key.size() > format::kMaxKeySize) {
+    if (sorted[i].key.size() > format::kMaxStoredKeySize) {
       throw Error(ErrorKind::InvalidArgument,
                   "index build: entry " + std::to_string(i) + " has a key of " +
                       std::to_string(sorted[i].key.size()) + " bytes (at most " +
-                      std::to_string(format::kMaxKeySize) + ")");
+                      std::to_string(format::kMaxStoredKeySize) + ")");
     }
     if (sorted[i].data_page > 0xFFFFFF) {
       throw Error(ErrorKind::InvalidArgument, "index build: entry " + std::to_string(i) +

@@ -46,7 +46,8 @@ struct BuiltTree {
 // Writes a tree holding SORTED (which must be in EntryLess order): leaves left to right with
 // previous/next links and prefix compression, then node levels until one root remains. An empty
 // list gives one empty leaf. OWNER_TDEF is the table definition page written in every page.
-// Throws Error(InvalidArgument) when SORTED is not sorted or an entry is too long.
+// Throws Error(InvalidArgument) when SORTED is not sorted or a key is longer than
+// format::kMaxStoredKeySize.
 BuiltTree BuildTree(std::span<const Entry> sorted, uint32_t owner_tdef, const PageSink& sink);
 
 // Every entry of the tree under ROOT in order, read by descending to the leftmost leaf and then
