@@ -210,4 +210,19 @@ inline long MdbCount(const std::string& file, const std::string& table) {
 // Cells equal, numbers compared as numbers (the readers print them differently).
 bool SameCell(const Cell& a, const Cell& b);
 
+// What mdb-export (mdbtools) reads from TABLE: the header's column names and the rows, an
+// unquoted empty field read as null. Dates as "YYYY-MM-DD HH:MM:SS".
+ReadTable ReadWithMdbExport(const std::string& file, const std::string& table);
+
+// Runs the shared structural checker (jetcheck.py) on FILE; its report goes to OUTPUT. True
+// when it found nothing wrong.
+bool Jetcheck(const std::string& file, std::string* output = nullptr);
+
+// Our reader, mdb-reader and mdbtools (mdb-count, mdb-json) see the same rows of TABLE.
+void ExpectReadersAgree(const std::string& path, const std::string& table);
+
+// Every real index of TABLE holds exactly the keys of its live rows, in a tree the index
+// module's verifier accepts, and its usage map names exactly the tree's pages.
+void ExpectIndexesMatchRows(const std::string& path, const std::string& table);
+
 }  // namespace qorvane::jet::test
