@@ -459,7 +459,9 @@ void Table::FreeLongValues(Bytes row_bytes, const std::string& context) {
     if (!descriptor || descriptor->size() < kLongValueDescriptorSize) continue;
     std::uint32_t head = Get32(*descriptor, 0);
     std::uint8_t form = static_cast<std::uint8_t>(head >> 24) & 0xC0;
-    if (form == kLongValueInline) continue;
+    bool mapped = std::any_of(definition_.long_value_maps.begin(), definition_.long_value_maps.end(),
+                              [&](const LongValueMaps& maps) { return maps.column_id == column.id; });
+    if (form == kLongValueInline || !mapped) continue;
     LongValueColumn& state = LongValueState(column);
     // The pieces first, every one checked, then the deletions.
     std::vector<RowPointer> pieces;

@@ -90,52 +90,83 @@ bool SameCell(const Cell& a, const Cell& b) {
   return std::fabs(x - y) <= 1e-6 * std::max(1.0, std::fabs(x));
 }
 
-ReadTable ReadWithMdbExport(const std::string& file, const std::string& table) {
-  std::string output = Run("mdb-export -D '%Y-%m-%d %H:%M:%S' -T '%Y-%m-%d %H:%M:%S' " + Quote(file) + " " + Quote(table));
+ReadTable ReadWithMdbReader(const std::string& file, const std::string& table, long offset, long limit) {
+  std::string range = limit < 0 ? "" : " " + std::to_string(offset) + " " + std::to_string(limit);
+  std::string output = Run("node " + Quote(DumpScript()) + " " + Quote(file) + " " + Quote(table) + range);
+  Json json = JsonParser(output).Parse();
   ReadTable result;
-  std::vector<Cell> record;
-  std::size_t at = 0;
-  bool header = true;
-  while (at < output.size()) {
-    // One field: quoted ("" inside for a quote) or bare up to the next comma or line end.
-    Cell field;
-    if (output[at] == '"') {
-      std::string text;
-      for (++at; at < output.size(); ++at) {
-        if (output[at] == '"') {
-          if (at + 1 < output.size() && output[at + 1] == '"') {
-            text += '"';
-            ++at;
-            continue;
-          }
-          ++at;
-          break;
-        }
-        text += output[at];
+  if (const Json* count = json.Member("rowCount")) result.row_count = std::stol(count->text);
+  if (const Json* columns = json.Member("columns")) {
+    for (const auto& column : columns->items) result.columns.push_back(column.Member("name")->text);
+  }
+  if (const Json* rows = json.Member("rows")) {
+    for (const auto& row : rows->items) {
+      std::vector<Cell> cells;
+      for (const auto& item : row.items) {
+        cells.push_back(item.kind == Json::Kind::Null ? Cell() : Cell(item.text));
       }
-      field = text;
-    } else {
-      std::size_t end = output.find_first_of(",\n", at);
-      if (end == std::string::npos) end = output.size();
-      if (end > at) field = output.substr(at, end - at);
-      at = end;
+      result.rows.push_back(std::move(cells));
     }
-    record.push_back(std::move(field));
-    if (at < output.size() && output[at] == ',') {
-      ++at;
-      continue;
-    }
-    ++at;  // the line end
+  }
+  return result;
+}
+
+void ForEachMdbExportRow(const std::string& file, const std::string& table,
+                         const std::function<void(const std::vector<std::string>& columns, std::vector<Cell>& row)>& each_row) {
+  std::string command = "mdb-export -D '%Y-%m-%d %H:%M:%S' -T '%Y-%m-%d %H:%M:%S' " + Quote(file) + " " + Quote(table);
+  FILE* pipe = ::popen((command + " 2>/dev/null").c_str(), "r");
+  if (!pipe) throw std::runtime_error("cannot run " + command);
+  std::vector<std::string> columns;
+  std::vector<Cell> record;
+  bool header = true;
+  // The reader's state between characters: inside quotes, just after a closing quote, a field so far.
+  bool quoted = false, after_quote = false, field_quoted = false;
+  std::string field;
+  auto end_field = [&] {
+    record.push_back(field_quoted || !field.empty() ? Cell(field) : Cell());
+    field.clear();
+    field_quoted = false;
+  };
+  auto end_record = [&] {
+    end_field();
     if (header) {
-      for (const Cell& name : record) result.columns.push_back(name.value_or(""));
+      for (const Cell& name : record) columns.push_back(name.value_or(""));
       header = false;
     } else {
-      result.rows.push_back(std::move(record));
+      each_row(columns, record);
     }
     record.clear();
+  };
+  char buffer[65536];
+  std::size_t n;
+  while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) {
+    for (std::size_t i = 0; i < n; ++i) {
+      char c = buffer[i];
+      if (quoted) {
+        if (c == '"') {
+          quoted = false;
+          after_quote = true;
+        } else {
+          field += c;
+        }
+        continue;
+      }
+      if (c == '"') {
+        if (after_quote) field += '"';  // a doubled quote inside quotes
+        quoted = true;
+        field_quoted = true;
+      } else if (c == ',') {
+        end_field();
+      } else if (c == '\n') {
+        end_record();
+      } else {
+        field += c;
+      }
+      after_quote = false;
+    }
   }
-  result.row_count = static_cast<long>(result.rows.size());
-  return result;
+  if (!record.empty() || !field.empty()) end_record();
+  ::pclose(pipe);
 }
 
 bool Jetcheck(const std::string& file, std::string* output) {
