@@ -216,34 +216,44 @@ void PageStore::EnsureWorkCopy() {
   work_is_original_ = false;
 }
 
-std::uint32_t PageStore::Allocate() {
-  EnsureWorkCopy();
+UsageMap& PageStore::GlobalMap() {
   if (!global_map_) {
     global_map_ = std::make_unique<UsageMap>(
         UsageMap::Load(*this, RowPointer{kGlobalUsageMapPage, 0}, "global free-page map"));
+    first_maybe_free_ = kGlobalUsageMapPage + 1;
   }
+  return *global_map_;
+}
+
+std::uint32_t PageStore::Allocate() {
+  EnsureWorkCopy();
+  UsageMap& map = GlobalMap();
   std::uint32_t page;
-  if (!reusable_pages_.empty()) {
-    page = reusable_pages_.back();
-    reusable_pages_.pop_back();
+  if (auto free = map.FirstSet(first_maybe_free_, page_count_)) {
+    page = *free;
   } else {
     page = page_count_++;
   }
-  if (global_map_->InRange(page)) global_map_->Set(page, false);
-  auto cached = NewCachedPage();
-  cached->dirty = true;
-  cache_[page] = std::move(cached);
+  first_maybe_free_ = std::min(page + 1, page_count_);
+  map.Set(page, false);
+  // A page freed earlier may still be cached; its buffer is reused so no span of it dangles.
+  auto found = cache_.find(page);
+  if (found != cache_.end()) {
+    found->second->bytes.fill(std::byte{0});
+    found->second->dirty = true;
+  } else {
+    auto cached = NewCachedPage();
+    cached->dirty = true;
+    cache_[page] = std::move(cached);
+  }
   return page;
 }
 
 void PageStore::Free(std::uint32_t page) {
+  if (page <= kGlobalUsageMapPage || page >= page_count_) return;
   EnsureWorkCopy();
-  if (!global_map_) {
-    global_map_ = std::make_unique<UsageMap>(
-        UsageMap::Load(*this, RowPointer{kGlobalUsageMapPage, 0}, "global free-page map"));
-  }
-  if (global_map_->InRange(page)) global_map_->Set(page, true);
-  reusable_pages_.push_back(page);
+  GlobalMap().Set(page, true);
+  first_maybe_free_ = std::min(first_maybe_free_, page);
 }
 
 void PageStore::TrimCache() {
@@ -296,9 +306,10 @@ void PageStore::FlushDirty() {
 
 void PageStore::Commit() {
   if (mode_ != AccessMode::ReadWrite) return;
-  if (global_map_) global_map_->Store(*this);
   bool any_dirty = std::any_of(cache_.begin(), cache_.end(), [](auto& entry) { return entry.second->dirty; });
   if (work_is_original_ && !any_dirty) return;
+  // Last, as it may take bitmap pages: the map records every page of the file.
+  GlobalMap().StoreFreePageMap(*this);
   FlushDirty();
   // Pages allocated but never written still count: the file must end on a whole page.
   std::uint64_t size = static_cast<std::uint64_t>(page_count_) * kPageSize;
@@ -307,14 +318,12 @@ void PageStore::Commit() {
   os::Rename(work_path_, path_);
   os::SyncDirectory(DirectoryOf(path_));
   work_is_original_ = true;
-  reusable_pages_.clear();
 }
 
 void PageStore::Discard() {
   if (mode_ != AccessMode::ReadWrite) return;
   cache_.clear();
   global_map_.reset();
-  reusable_pages_.clear();
   if (!work_is_original_) {
     file_ = os::File::Open(path_, os::OpenMode::ReadOnly);
     os::RemoveFile(work_path_);

@@ -44,9 +44,11 @@ class PageStore {
   Bytes Read(std::uint32_t page);
   // The same page for writing; marks it changed.
   MutableBytes Write(std::uint32_t page);
-  // A fresh page (all zero) taken through the global free-page map.
+  // A fresh page (all zero): the lowest page the global free-page map records as free, else a
+  // new page at the end of the file.
   std::uint32_t Allocate();
-  // Gives a page back: its bit in the global map is set again and it may be reused.
+  // Gives a page back: its bit in the global map is set again and the next Allocate may take
+  // it. The caller has taken it out of every other map.
   void Free(std::uint32_t page);
 
   // Writes changed pages to the work file when the cache holds too many. Callers make sure no
@@ -70,6 +72,7 @@ class PageStore {
   void EnsureWorkCopy();
   void FlushDirty();
   void ReleaseLock();
+  UsageMap& GlobalMap();
 
   std::string path_;
   std::string work_path_;
@@ -85,9 +88,9 @@ class PageStore {
   std::uint32_t page_count_ = 0;
   std::unordered_map<std::uint32_t, std::unique_ptr<CachedPage>> cache_;
   std::vector<std::unique_ptr<CachedPage>> spare_pages_;
-  // Global free-page map (page 1, row 0; a set bit means free), loaded on the first Allocate.
+  // Global free-page map (page 1, row 0; a set bit means free), loaded on first use.
   std::unique_ptr<UsageMap> global_map_;
-  std::vector<std::uint32_t> reusable_pages_;  // freed in this session
+  std::uint32_t first_maybe_free_ = 0;  // no page below it is free in the global map
 };
 
 }  // namespace qorvane::jet

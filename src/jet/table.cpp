@@ -461,29 +461,31 @@ Table::Location Table::PlaceRow(Bytes row, std::uint16_t flags) {
   return {data_tail_, slot};
 }
 
-std::uint32_t Table::LongValuePage(const ColumnDefinition& column, std::size_t length) {
+Table::LongValueColumn& Table::LongValueState(const ColumnDefinition& column) {
   // The column's maps are looked up once per column and kept, with the page being filled.
-  LongValueColumn* state = nullptr;
   for (auto& entry : long_value_columns_) {
-    if (entry.column_id == column.id) state = &entry;
+    if (entry.column_id == column.id) return entry;
   }
-  if (!state) {
-    const LongValueMaps* maps = nullptr;
-    for (const auto& entry : definition_.long_value_maps) {
-      if (entry.column_id == column.id) maps = &entry;
-    }
-    if (!maps) {
-      throw Error(ErrorKind::Corrupt, store_.file_name() + ": table " + name_ + ", column " + column.name +
-                                          ": no long-value page map in the table definition");
-    }
-    state = &long_value_columns_.emplace_back();
-    state->column_id = column.id;
-    state->owned = &Map(maps->owned, "column " + column.name + " long-value pages");
-    state->free = &Map(maps->free, "column " + column.name + " free long-value pages");
+  const LongValueMaps* maps = nullptr;
+  for (const auto& entry : definition_.long_value_maps) {
+    if (entry.column_id == column.id) maps = &entry;
   }
-  UsageMap& owned = *state->owned;
-  UsageMap& free = *state->free;
-  std::uint32_t& tail = state->tail;
+  if (!maps) {
+    throw Error(ErrorKind::Corrupt, store_.file_name() + ": table " + name_ + ", column " + column.name +
+                                        ": no long-value page map in the table definition");
+  }
+  LongValueColumn& state = long_value_columns_.emplace_back();
+  state.column_id = column.id;
+  state.owned = &Map(maps->owned, "column " + column.name + " long-value pages");
+  state.free = &Map(maps->free, "column " + column.name + " free long-value pages");
+  return state;
+}
+
+std::uint32_t Table::LongValuePage(const ColumnDefinition& column, std::size_t length) {
+  LongValueColumn& state = LongValueState(column);
+  UsageMap& owned = *state.owned;
+  UsageMap& free = *state.free;
+  std::uint32_t& tail = state.tail;
   if (tail == 0) {
     auto last = free.LastSet();
     if (last && *last < store_.page_count() && owned.Contains(*last)) {
@@ -499,6 +501,57 @@ std::uint32_t Table::LongValuePage(const ColumnDefinition& column, std::size_t l
   free.Set(page, true);
   tail = page;
   return page;
+}
+
+void Table::FreeLongValues(Bytes row_bytes, const std::string& context) {
+  for (std::size_t c = 0; c < definition_.columns.size(); ++c) {
+    const ColumnDefinition& column = definition_.columns[c];
+    if (!IsLongValueType(column.type)) continue;
+    std::optional<Bytes> descriptor = ColumnBytes(definition_, c, row_bytes, context);
+    if (!descriptor || descriptor->size() < kLongValueDescriptorSize) continue;
+    std::uint32_t head = Get32(*descriptor, 0);
+    std::uint8_t form = static_cast<std::uint8_t>(head >> 24) & 0xC0;
+    bool mapped = std::any_of(definition_.long_value_maps.begin(), definition_.long_value_maps.end(),
+                              [&](const LongValueMaps& maps) { return maps.column_id == column.id; });
+    if (form == kLongValueInline || !mapped) continue;
+    LongValueColumn& state = LongValueState(column);
+    // The pieces first, every one checked, then the deletions.
+    std::vector<RowPointer> pieces;
+    RowPointer at = RowPointer::Decode(Get32(*descriptor, 4));
+    std::size_t remaining = head & kLongValueLengthMask;
+    for (;;) {
+      if (at.page == 0 || at.page >= store_.page_count() || !state.owned->Contains(at.page)) break;
+      Bytes page = store_.Read(at.page);
+      auto extent = FindRow(page, at.row);
+      if (Get8(page, 0) != kPageTypeData || Get32(page, kDataOwnerOffset) != kLongValueOwner || !extent ||
+          (extent->flags & kSlotDeleted) != 0 || extent->start == extent->end) {
+        break;
+      }
+      pieces.push_back(at);
+      if (form != kLongValueChained || extent->end - extent->start < 4) break;
+      std::size_t carried = extent->end - extent->start - 4u;
+      if (carried == 0 || carried >= remaining) break;
+      remaining -= carried;
+      at = RowPointer::Decode(Get32(page, extent->start));
+    }
+    for (RowPointer piece : pieces) {
+      // The piece shrinks to nothing rather than being flagged deleted: its room goes back to
+      // the page, and mdb-reader, which takes a flagged slot's word as the end of the next row,
+      // still reads the rows after it.
+      MutableBytes page = store_.Write(piece.page);
+      ReplaceRow(page, piece.row, Bytes());
+      bool live = false;
+      for (std::uint16_t slot = 0, count = RowSlotCount(page); slot < count && !live; ++slot) {
+        auto extent = FindRow(page, slot);
+        live = extent && (extent->flags & kSlotDeleted) == 0 && extent->start != extent->end;
+      }
+      if (live || !state.owned->Contains(piece.page)) continue;
+      state.owned->Set(piece.page, false);
+      state.free->Set(piece.page, false);
+      if (state.tail == piece.page) state.tail = 0;
+      store_.Free(piece.page);
+    }
+  }
 }
 
 void Table::WriteLongValue(Bytes data, const ColumnDefinition& column, bool inline_allowed,
@@ -741,6 +794,7 @@ void Table::Update(RowId row, std::vector<Value> values) {
   }
   CheckKeys(values, &old_values);
   CheckUnique(values, row);
+  std::vector<std::byte> old_bytes = ReadRowBytes(row);
   Bytes encoded = Encode(values, row);
   std::vector<std::byte> bytes(encoded.begin(), encoded.end());
   std::uint16_t header_flags = 0;
@@ -766,6 +820,7 @@ void Table::Update(RowId row, std::vector<Value> values) {
     Put32(header_page, header_extent->start, RowPointer{target.page, static_cast<std::uint8_t>(target.slot)}.Encode());
     SetSlotFlags(header_page, header.slot, kSlotOverflow);
   }
+  FreeLongValues(old_bytes, context);
   IndexRow(row, old_values, false);
   IndexRow(row, values, true);
   changed_ = true;
@@ -775,10 +830,12 @@ void Table::Delete(RowId row) {
   store_.TrimCache();
   LoadRows();
   std::vector<Value> old_values = ReadRow(row);
+  std::vector<std::byte> old_bytes = ReadRowBytes(row);
   std::uint16_t header_flags = 0;
   Location location = Resolve(row, &header_flags);
   if (header_flags & kSlotOverflow) SetSlotFlags(store_.Write(location.page), location.slot, kSlotDeleted | kSlotOverflow);
   SetSlotFlags(store_.Write(row >> 8), static_cast<std::uint16_t>(row & 0xFF), kSlotDeleted | kSlotOverflow);
+  FreeLongValues(old_bytes, Context(row));
   deleted_.insert(row);
   IndexRow(row, old_values, false);
   if (definition_.row_count > 0) --definition_.row_count;

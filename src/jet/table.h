@@ -123,6 +123,13 @@ class Table {
   Location PlaceRow(Bytes row, std::uint16_t flags);
   std::uint32_t NewDataPage();
   std::uint32_t LongValuePage(const ColumnDefinition& column, std::size_t length);
+  struct LongValueColumn;
+  LongValueColumn& LongValueState(const ColumnDefinition& column);
+  // Gives back the long-value rows the stored row ROW_BYTES points to (a row being replaced or
+  // deleted): each piece is deleted, and a page left without live rows leaves the column's maps
+  // and returns to the file's free pages. A piece that does not look like one of the column's
+  // is left alone (space may leak, data never goes).
+  void FreeLongValues(Bytes row_bytes, const std::string& context);
   UsageMap& Map(RowPointer where, const std::string& what);
   HashIndex& Hash(const std::vector<std::size_t>& columns);
   // Rows whose COLUMNS equal the values VALUE_AT(k) gives for the k-th of them.

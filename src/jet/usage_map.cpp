@@ -149,7 +149,7 @@ void UsageMap::Store(PageStore& store) {
   dirty_ = false;
 }
 
-void UsageMap::StoreInline(PageStore& store) {
+std::vector<std::byte> UsageMap::InlineRow() {
   // Trim trailing zero bytes beyond the row's current size; keep at least the old length.
   std::size_t used = bits_.size();
   while (used > row_bitmap_bytes_ && bits_[used - 1] == 0) --used;
@@ -160,28 +160,73 @@ void UsageMap::StoreInline(PageStore& store) {
   Put8(row, 0, kUsageMapInline);
   Put32(row, 1, start_);
   std::memcpy(row.data() + kUsageMapInlineHeaderSize, bits_.data(), bits_.size());
+  return row;
+}
+
+bool UsageMap::WriteInline(PageStore& store, const std::vector<std::byte>& row, bool whole_page) {
   MutableBytes page = store.Write(where_.page);
   auto extent = FindRow(page, where_.row);
   if (!extent) {
     throw Error(ErrorKind::Corrupt, store.file_name() + ": " + context_ + ": usage map row vanished");
   }
+  bool written = false;
   if (static_cast<std::size_t>(extent->end - extent->start) == row.size()) {
     std::memcpy(page.data() + extent->start, row.data(), row.size());
-    row_bitmap_bytes_ = wanted;
-    return;
+    written = true;
+  } else if (whole_page || row.size() <= kPageSize / 2) {
+    written = ReplaceRow(page, where_.row, row);
   }
-  if (row.size() <= kPageSize / 2 && ReplaceRow(page, where_.row, row)) {
-    row_bitmap_bytes_ = wanted;
-    return;
-  }
-  // The inline form no longer fits its holder page: switch to bitmap pages.
+  if (written) row_bitmap_bytes_ = row.size() - kUsageMapInlineHeaderSize;
+  return written;
+}
+
+void UsageMap::ConvertToReference() {
   std::vector<std::uint32_t> pages = Pages();
   type_ = kUsageMapReference;
   start_ = 0;
   bits_.clear();
   bitmap_pages_.assign(kUsageMapReferencePages, 0);
   for (std::uint32_t p : pages) Set(p, true);
+}
+
+void UsageMap::StoreInline(PageStore& store) {
+  if (WriteInline(store, InlineRow(), false)) return;
+  // The inline form no longer fits its holder page: switch to bitmap pages.
+  ConvertToReference();
   StoreReference(store);
+}
+
+void UsageMap::StoreFreePageMap(PageStore& store) {
+  constexpr std::size_t per_page_bytes = kPagesPerBitmapPage / 8;
+  for (;;) {
+    std::uint32_t count = store.page_count();
+    std::uint32_t cover = (count + 31) / 32 * 32;
+    if (type_ == kUsageMapInline) {
+      cover = std::max(cover, start_ + static_cast<std::uint32_t>(row_bitmap_bytes_ * 8));
+    }
+    for (std::uint32_t page = count; page < cover; ++page) Set(page, true);
+    if (type_ == kUsageMapInline) {
+      if (WriteInline(store, InlineRow(), true)) break;
+      ConvertToReference();
+    }
+    // Every range holding a set bit needs its bitmap page; taking one clears its bit here and
+    // may lengthen the file, so look again until nothing more is needed.
+    bool allocated = false;
+    for (std::size_t j = 0; j < kUsageMapReferencePages && j * per_page_bytes < bits_.size(); ++j) {
+      if (bitmap_pages_[j] != 0) continue;
+      auto from = bits_.begin() + static_cast<std::ptrdiff_t>(j * per_page_bytes);
+      auto to = bits_.begin() + static_cast<std::ptrdiff_t>(std::min(bits_.size(), (j + 1) * per_page_bytes));
+      if (std::all_of(from, to, [](std::uint8_t byte) { return byte == 0; })) continue;
+      std::uint32_t page = store.Allocate();
+      bitmap_pages_[j] = page;
+      allocated = true;
+    }
+    if (!allocated) {
+      StoreReference(store);
+      break;
+    }
+  }
+  dirty_ = false;
 }
 
 void UsageMap::StoreReference(PageStore& store) {

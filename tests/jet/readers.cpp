@@ -1,10 +1,21 @@
 // Our engine's rows in the dump script's forms, and mdb-json's rows.
 #include "readers.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+
 #include <cmath>
 #include <cstdlib>
 
 #include "jet/value_text.h"
+#include "jet/index/key.h"
+#include "jet/index/tree.h"
+#include "jet/page_store.h"
+#include "jet/table_definition.h"
+#include "jet/usage_map.h"
+#include "test_support/temp_dir.h"
 
 namespace qorvane::jet::test {
 
@@ -77,6 +88,171 @@ bool SameCell(const Cell& a, const Cell& b) {
   double y = std::strtod(b->c_str(), &end_b);
   if (a->empty() || b->empty() || *end_a != 0 || *end_b != 0) return false;
   return std::fabs(x - y) <= 1e-6 * std::max(1.0, std::fabs(x));
+}
+
+ReadTable ReadWithMdbReader(const std::string& file, const std::string& table, long offset, long limit) {
+  std::string range = limit < 0 ? "" : " " + std::to_string(offset) + " " + std::to_string(limit);
+  std::string output = Run("node " + Quote(DumpScript()) + " " + Quote(file) + " " + Quote(table) + range);
+  Json json = JsonParser(output).Parse();
+  ReadTable result;
+  if (const Json* count = json.Member("rowCount")) result.row_count = std::stol(count->text);
+  if (const Json* columns = json.Member("columns")) {
+    for (const auto& column : columns->items) result.columns.push_back(column.Member("name")->text);
+  }
+  if (const Json* rows = json.Member("rows")) {
+    for (const auto& row : rows->items) {
+      std::vector<Cell> cells;
+      for (const auto& item : row.items) {
+        cells.push_back(item.kind == Json::Kind::Null ? Cell() : Cell(item.text));
+      }
+      result.rows.push_back(std::move(cells));
+    }
+  }
+  return result;
+}
+
+void ForEachMdbExportRow(const std::string& file, const std::string& table,
+                         const std::function<void(const std::vector<std::string>& columns, std::vector<Cell>& row)>& each_row) {
+  std::string command = "mdb-export -D '%Y-%m-%d %H:%M:%S' -T '%Y-%m-%d %H:%M:%S' " + Quote(file) + " " + Quote(table);
+  FILE* pipe = ::popen((command + " 2>/dev/null").c_str(), "r");
+  if (!pipe) throw std::runtime_error("cannot run " + command);
+  std::vector<std::string> columns;
+  std::vector<Cell> record;
+  bool header = true;
+  // The reader's state between characters: inside quotes, just after a closing quote, a field so far.
+  bool quoted = false, after_quote = false, field_quoted = false;
+  std::string field;
+  auto end_field = [&] {
+    record.push_back(field_quoted || !field.empty() ? Cell(field) : Cell());
+    field.clear();
+    field_quoted = false;
+  };
+  auto end_record = [&] {
+    end_field();
+    if (header) {
+      for (const Cell& name : record) columns.push_back(name.value_or(""));
+      header = false;
+    } else {
+      each_row(columns, record);
+    }
+    record.clear();
+  };
+  char buffer[65536];
+  std::size_t n;
+  while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) {
+    for (std::size_t i = 0; i < n; ++i) {
+      char c = buffer[i];
+      if (quoted) {
+        if (c == '"') {
+          quoted = false;
+          after_quote = true;
+        } else {
+          field += c;
+        }
+        continue;
+      }
+      if (c == '"') {
+        if (after_quote) field += '"';  // a doubled quote inside quotes
+        quoted = true;
+        field_quoted = true;
+      } else if (c == ',') {
+        end_field();
+      } else if (c == '\n') {
+        end_record();
+      } else {
+        field += c;
+      }
+      after_quote = false;
+    }
+  }
+  if (!record.empty() || !field.empty()) end_record();
+  ::pclose(pipe);
+}
+
+bool Jetcheck(const std::string& file, std::string* output) {
+  int status = 0;
+  std::string report = Run("python3 " + Quote(qorvane::test::FixturePath("../tools/jetcheck.py")) + " " + Quote(file),
+                           &status);
+  if (output) *output = report;
+  return status == 0 && !report.empty();
+}
+
+namespace {
+
+index::KeyValue KeyValueOf(const Value& value) {
+  switch (value.kind) {
+    case Value::Kind::Null: return index::Null{};
+    case Value::Kind::Boolean: return value.integer != 0;
+    case Value::Kind::Integer:
+    case Value::Kind::Currency: return value.integer;
+    case Value::Kind::Single:
+    case Value::Kind::Double:
+    case Value::Kind::DateTime: return value.number;
+    case Value::Kind::Text: return Utf8ToUtf16(value.bytes);
+    case Value::Kind::Binary: return std::vector<std::uint8_t>(value.bytes.begin(), value.bytes.end());
+  }
+  return index::Null{};
+}
+
+}  // namespace
+
+void ExpectIndexesMatchRows(const std::string& path, const std::string& name) {
+  auto database = Database::Open(path);
+  Table& table = database->GetTable(name);
+  auto store = PageStore::OpenFile(path, AccessMode::ReadOnly);
+  TableDefinition definition = TableDefinition::Load(*store, table.definition_page(), name);
+  ASSERT_FALSE(definition.real_indexes.empty());
+  index::PageSource source = [&](std::uint32_t page, std::span<std::uint8_t> out) {
+    Bytes bytes = store->Read(page);
+    std::memcpy(out.data(), bytes.data(), out.size());
+  };
+  for (const auto& real : definition.real_indexes) {
+    std::vector<index::KeyColumn> columns;
+    std::vector<std::size_t> positions;
+    for (const auto& part : real.columns) {
+      for (std::size_t c = 0; c < definition.columns.size(); ++c) {
+        if (definition.columns[c].id != part.column_id) continue;
+        positions.push_back(c);
+        columns.push_back({*index::KeyTypeFromColumnType(static_cast<std::uint8_t>(definition.columns[c].type)),
+                           part.ascending ? index::SortOrder::Ascending : index::SortOrder::Descending});
+      }
+    }
+    std::vector<index::Entry> expected;
+    for (RowId row : table.RowIds()) {
+      std::vector<Value> values = table.ReadRow(row);
+      std::vector<index::KeyValue> key_values;
+      for (std::size_t position : positions) key_values.push_back(KeyValueOf(values[position]));
+      auto key = index::MakeKey(columns, key_values,
+                                (real.flags & 0x02) ? index::NullKeys::Ignore : index::NullKeys::Store);
+      if (key) expected.push_back({*key, row >> 8, static_cast<std::uint8_t>(row & 0xFF)});
+    }
+    index::SortEntries(expected);
+    SCOPED_TRACE(name + " root " + std::to_string(real.root_page));
+    std::vector<std::uint32_t> pages = index::VerifyTree(real.root_page, definition.page, source, expected);
+    std::vector<std::uint32_t> mapped = UsageMap::Load(*store, real.usage_map, "index").Pages();
+    std::sort(pages.begin(), pages.end());
+    EXPECT_EQ(pages, mapped) << name;
+  }
+}
+
+void ExpectReadersAgree(const std::string& path, const std::string& table) {
+  test::ReadTable ours = test::ReadWithEngine(path, table);
+  test::ReadTable theirs = test::ReadWithMdbReader(path, table);
+  std::sort(ours.rows.begin(), ours.rows.end());
+  std::sort(theirs.rows.begin(), theirs.rows.end());
+  EXPECT_EQ(ours.row_count, static_cast<long>(ours.rows.size())) << table;
+  EXPECT_EQ(theirs.row_count, static_cast<long>(theirs.rows.size())) << table;
+  EXPECT_EQ(test::MdbCount(path, table), static_cast<long>(ours.rows.size())) << table;
+  EXPECT_EQ(test::ReadWithMdbJson(path, table).size(), ours.rows.size()) << table;
+  ASSERT_EQ(ours.rows.size(), theirs.rows.size()) << table;
+  for (std::size_t r = 0; r < ours.rows.size(); ++r) {
+    for (std::size_t c = 0; c < ours.columns.size(); ++c) {
+      EXPECT_TRUE(test::SameCell(ours.rows[r][c], theirs.rows[r][c]))
+          << table << " row " << r << " column " << ours.columns[c] << ": ours "
+          << ours.rows[r][c].value_or("NULL").substr(0, 80) << ", mdb-reader "
+          << theirs.rows[r][c].value_or("NULL").substr(0, 80);
+    }
+  }
 }
 
 }  // namespace qorvane::jet::test

@@ -6,6 +6,7 @@
 #include <charconv>
 #include "common/utf8.h"
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -171,26 +172,8 @@ class JsonParser {
 
 inline std::string DumpScript() { return std::string(QORVANE_SOURCE_DIR) + "/tools/mdb-reader/dump-table.mjs"; }
 
-// What mdb-reader reads from TABLE of FILE.
-inline ReadTable ReadWithMdbReader(const std::string& file, const std::string& table) {
-  std::string output = Run("node " + Quote(DumpScript()) + " " + Quote(file) + " " + Quote(table));
-  Json json = JsonParser(output).Parse();
-  ReadTable result;
-  if (const Json* count = json.Member("rowCount")) result.row_count = std::stol(count->text);
-  if (const Json* columns = json.Member("columns")) {
-    for (const auto& column : columns->items) result.columns.push_back(column.Member("name")->text);
-  }
-  if (const Json* rows = json.Member("rows")) {
-    for (const auto& row : rows->items) {
-      std::vector<Cell> cells;
-      for (const auto& item : row.items) {
-        cells.push_back(item.kind == Json::Kind::Null ? Cell() : Cell(item.text));
-      }
-      result.rows.push_back(std::move(cells));
-    }
-  }
-  return result;
-}
+// What mdb-reader reads from TABLE of FILE: all rows, or LIMIT rows from row OFFSET on.
+ReadTable ReadWithMdbReader(const std::string& file, const std::string& table, long offset = 0, long limit = -1);
 
 // A value in the form the dump script prints.
 Cell ScriptForm(const ColumnDefinition& column, const Value& value);
@@ -209,5 +192,22 @@ inline long MdbCount(const std::string& file, const std::string& table) {
 
 // Cells equal, numbers compared as numbers (the readers print them differently).
 bool SameCell(const Cell& a, const Cell& b);
+
+// What mdb-export (mdbtools) reads from TABLE, a row at a time as it comes (COLUMNS holds the
+// header's names), so a large table is never held whole: an unquoted empty field is null, dates
+// are "YYYY-MM-DD HH:MM:SS".
+void ForEachMdbExportRow(const std::string& file, const std::string& table,
+                         const std::function<void(const std::vector<std::string>& columns, std::vector<Cell>& row)>& each_row);
+
+// Runs the shared structural checker (jetcheck.py) on FILE; its report goes to OUTPUT. True
+// when it found nothing wrong.
+bool Jetcheck(const std::string& file, std::string* output = nullptr);
+
+// Our reader, mdb-reader and mdbtools (mdb-count, mdb-json) see the same rows of TABLE.
+void ExpectReadersAgree(const std::string& path, const std::string& table);
+
+// Every real index of TABLE holds exactly the keys of its live rows, in a tree the index
+// module's verifier accepts, and its usage map names exactly the tree's pages.
+void ExpectIndexesMatchRows(const std::string& path, const std::string& table);
 
 }  // namespace qorvane::jet::test

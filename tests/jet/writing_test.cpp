@@ -41,26 +41,6 @@ std::unique_ptr<Database> OpenForWriting(const std::string& path) {
   return Database::Open(path, options);
 }
 
-void ExpectReadersAgree(const std::string& path, const std::string& table) {
-  test::ReadTable ours = test::ReadWithEngine(path, table);
-  test::ReadTable theirs = test::ReadWithMdbReader(path, table);
-  std::sort(ours.rows.begin(), ours.rows.end());
-  std::sort(theirs.rows.begin(), theirs.rows.end());
-  EXPECT_EQ(ours.row_count, static_cast<long>(ours.rows.size())) << table;
-  EXPECT_EQ(theirs.row_count, static_cast<long>(theirs.rows.size())) << table;
-  EXPECT_EQ(test::MdbCount(path, table), static_cast<long>(ours.rows.size())) << table;
-  EXPECT_EQ(test::ReadWithMdbJson(path, table).size(), ours.rows.size()) << table;
-  ASSERT_EQ(ours.rows.size(), theirs.rows.size()) << table;
-  for (std::size_t r = 0; r < ours.rows.size(); ++r) {
-    for (std::size_t c = 0; c < ours.columns.size(); ++c) {
-      EXPECT_TRUE(test::SameCell(ours.rows[r][c], theirs.rows[r][c]))
-          << table << " row " << r << " column " << ours.columns[c] << ": ours "
-          << ours.rows[r][c].value_or("NULL").substr(0, 80) << ", mdb-reader "
-          << theirs.rows[r][c].value_or("NULL").substr(0, 80);
-    }
-  }
-}
-
 std::string Repeat(const std::string& piece, std::size_t count) {
   std::string text;
   for (std::size_t i = 0; i < count; ++i) text += piece;
@@ -102,7 +82,7 @@ TEST(Writing, AddedChangedAndDeletedRowsReadBackWithEveryReader) {
     employees.Delete(employees.RowIds()[2]);
     database->Commit();
   }
-  ExpectReadersAgree(path, "Employees");
+  test::ExpectReadersAgree(path, "Employees");
   auto database = Database::Open(path);
   Table& employees = database->GetTable("Employees");
   EXPECT_EQ(employees.stored_row_count(), 9u + memos.size() - 1);
@@ -133,7 +113,7 @@ TEST(Writing, ManyRowsSpreadOverNewPagesAndGrowTheUsageMaps) {
     }
     database->Commit();
   }
-  ExpectReadersAgree(path, "Order Details");
+  test::ExpectReadersAgree(path, "Order Details");
   EXPECT_EQ(test::MdbCount(path, "Order Details"), 2155 + 20000);
 }
 
@@ -172,7 +152,7 @@ TEST(Writing, CommitIsAtomicAndUncommittedWorkIsDropped) {
     add_row(*database, "second, dropped");
   }
   EXPECT_EQ(test::MdbCount(path, "Table1"), 3);
-  ExpectReadersAgree(path, "Table1");
+  test::ExpectReadersAgree(path, "Table1");
 }
 
 TEST(Writing, RefusesADatabaseOpenInAnotherProgram) {

@@ -1,6 +1,7 @@
 // Prints what the independent reader mdb-reader sees in an .mdb, for the engine's tests.
 //   node dump-table.mjs FILE          -> {"tables":[{"name","rowCount","scanned"}...]}
 //   node dump-table.mjs FILE TABLE    -> {"rowCount","columns":[{name,type,size}],"rows":[[cell...]...]}
+//   node dump-table.mjs FILE TABLE OFFSET LIMIT -> the same for LIMIT rows from row OFFSET (large tables)
 // Cells are strings in the export's forms (dates "YYYY-MM-DD HH:MM:SS", booleans 1/0, binary
 // as hex, numbers as JavaScript prints them) or null.
 import { readFileSync } from "fs";
@@ -8,7 +9,7 @@ import { createRequire } from "module";
 
 const here = new URL(".", import.meta.url).pathname;
 const MDBReader = (await import(createRequire(here).resolve("mdb-reader"))).default;
-const [file, tableName] = process.argv.slice(2);
+const [file, tableName, rowOffset, rowLimit] = process.argv.slice(2);
 const reader = new MDBReader(readFileSync(file));
 
 const pad = (n, w = 2) => String(n).padStart(w, "0");
@@ -36,6 +37,7 @@ if (!tableName) {
 } else {
   const table = reader.getTable(tableName);
   const columns = table.getColumns().map((c) => ({ name: c.name, type: c.type, size: c.size }));
-  const rows = table.getData().map((row) => columns.map((c) => cell(row[c.name], c.type)));
+  const range = rowLimit === undefined ? {} : { rowOffset: Number(rowOffset), rowLimit: Number(rowLimit) };
+  const rows = table.getData(range).map((row) => columns.map((c) => cell(row[c.name], c.type)));
   console.log(JSON.stringify({ rowCount: table.rowCount, columns, rows }));
 }
