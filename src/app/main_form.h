@@ -86,9 +86,10 @@ class MainForm {
   const Timestamp& RunStart() const { return run_start_; }
   const std::string& LogPath() const { return log_path_; }
   // What each step of the current (or last) run returned, in the order the steps ran.
+  enum class ReportKind { Step, Massage, Preparation };
   struct StepReport {
-    const char* name;  // the step's command-line word ("property")
-    bool massage;      // a massage step rather than a conversion step
+    std::string name;  // the step's command-line word ("property"), or what was prepared
+    ReportKind kind;
     StepResult result;
   };
   const std::vector<StepReport>& RunReport() const { return run_report_; }
@@ -139,7 +140,9 @@ class MainForm {
   // run goes on, and the count the step's completion line shows.
   bool RunStepRoutines(StepReport report, std::span<const StepRoutine> routines,
                        std::optional<std::int64_t>& shown_count);
-  void SetStepImages(const ImagePair& images, bool running);  bool AbortTest();  // true when the run must end here
+  void SetStepImages(const ImagePair& images, bool running);
+  // Keeps what a preparation (clearing, a correction, a check) returned in the run report.
+  void Record(std::string name, StepResult result);  bool AbortTest();  // true when the run must end here
   void WriteElapsedTime(const Timestamp& start);
 
   View& view_;

@@ -24,11 +24,13 @@ class RunRoutines {
   // A run, in the order the run calls them.
   virtual void PrepareSource() = 0;  // after the directory discovery (SelectPropertyOrder)
   virtual void AdoConnect() = 0;     // after the confirmation
-  virtual void ClearSelectedTables() = 0;
-  virtual void FixPropertyFileNum() = 0;
-  virtual void FixDataFileNums(SourceControl control, const char* field, const char* table) = 0;
+  virtual StepResult ClearSelectedTables() = 0;
+  virtual StepResult FixPropertyFileNum() = 0;
+  virtual StepResult FixDataFileNums(SourceControl control, const char* field, const char* table) = 0;
   virtual void RefreshSource() = 0;  // after the corrections: the source is read again
-  virtual void DeleteEmptyFilenumbers() = 0;
+  // Before the client step: invalid client keys in the source found and made unique.
+  virtual StepResult CheckDuplicateClients() = 0;
+  virtual StepResult DeleteEmptyFilenumbers() = 0;
   // Once a run has returned, however it ended: source writes flushed, office.mdb put in place.
   virtual void EndRun() = 0;
 
@@ -63,11 +65,12 @@ class NoRoutines : public RunRoutines {
   void LoadCompanyLabels() override {}
   void PrepareSource() override {}
   void AdoConnect() override {}
-  void ClearSelectedTables() override {}
-  void FixPropertyFileNum() override {}
-  void FixDataFileNums(SourceControl, const char*, const char*) override {}
+  StepResult ClearSelectedTables() override { return {}; }
+  StepResult FixPropertyFileNum() override { return {}; }
+  StepResult FixDataFileNums(SourceControl, const char*, const char*) override { return {}; }
   void RefreshSource() override {}
-  void DeleteEmptyFilenumbers() override {}
+  StepResult CheckDuplicateClients() override { return {}; }
+  StepResult DeleteEmptyFilenumbers() override { return {}; }
   void EndRun() override {}
   StepResult ConvertFormTypesDBF() override { return {}; }
   StepResult ConvertClientDBF() override { return {}; }

@@ -106,14 +106,15 @@ void MainForm::RunConversion() {
   AddtoLogFile("");
   if (AbortTest()) return;
 
-  routines_->ClearSelectedTables();
+  Record("clear selected tables", routines_->ClearSelectedTables());
   SetGaugeValue(0, 1);
 
   if (form_.Checked(CheckBox::ckbPrelim)) {
-    routines_->FixPropertyFileNum();
+    Record("correct property.dbf", routines_->FixPropertyFileNum());
     if (AbortTest()) return;
     for (const DataFileNumFix& fix : DataFileNumFixes()) {
-      routines_->FixDataFileNums(fix.control, fix.field, fix.table);
+      Record(std::string("correct ") + fix.table + "." + fix.field,
+             routines_->FixDataFileNums(fix.control, fix.field, fix.table));
       if (AbortTest()) return;
     }
     // The converters read the corrected numbers, in their corrected order.
@@ -139,6 +140,10 @@ void MainForm::RunConversion() {
   CloseLog();
   SaveSettings();
   if (view_log) view_.OpenLog(log_path_);
+}
+
+void MainForm::Record(std::string name, StepResult result) {
+  run_report_.push_back({std::move(name), ReportKind::Preparation, std::move(result)});
 }
 
 void MainForm::SetStepImages(const ImagePair& images, bool running) {
@@ -173,8 +178,12 @@ void MainForm::RunSteps() {
       form_.lblRecord.clear();
       AddtoLogFile(step.missing_line);
       skip_completion = true;
-    } else if (!RunStepRoutines({step.word, false, {}}, step.routines, count)) {
-      return;
+    } else {
+      if (step.prepare) {
+        Record(std::string(step.word) + " preparation", (routines_->*step.prepare)());
+        if (AbortTest()) return;
+      }
+      if (!RunStepRoutines({step.word, ReportKind::Step, {}}, step.routines, count)) return;
     }
     SetStepImages(step.images, false);
     if (!skip_completion) {
@@ -188,7 +197,7 @@ void MainForm::RunSteps() {
 
 void MainForm::RunMassage() {
   SetStepImages(kMassageDataImages, true);
-  routines_->DeleteEmptyFilenumbers();
+  Record("delete empty keys", routines_->DeleteEmptyFilenumbers());
   AddtoLogFile("Begin Data Massage of Selected");
   for (const MassageStepInfo& step : MassageSteps()) {
     if (!form_.Checked(step.check_box)) continue;
@@ -196,7 +205,7 @@ void MainForm::RunMassage() {
     AddtoLogFile(step.begin_line);
     std::optional<std::int64_t> count;
     const StepRoutine routines[] = {step.routine};
-    if (!RunStepRoutines({step.word, true, {}}, routines, count)) return;
+    if (!RunStepRoutines({step.word, ReportKind::Massage, {}}, routines, count)) return;
     SetStepImages(step.images, false);
     AddtoLogFile(step.completion_prefix + (count ? std::to_string(*count) : std::string()) + " records");
   }

@@ -37,6 +37,8 @@ struct StepInfo {
   const char* caption;     // beside its check box in the window
   ImagePair images;
   const char* begin_line;  // nullptr: the step writes no begin line
+  // Runs after the begin line and before ROUTINES, with a report of its own (nullptr: none).
+  StepRoutine prepare;
   std::array<StepRoutine, 2> routines;  // in order; the second may be nullptr
   const char* completion_prefix;        // followed by the count and " records"
   const char* empty_line;               // when no count was shown

@@ -3,6 +3,7 @@
 #include "convert/office.h"
 
 #include "convert/parties/form_types.h"
+#include "data/file_numbers.h"
 
 namespace qorvane::convert {
 
@@ -13,11 +14,14 @@ void Office::Connect2Data() { connections_.Connect2Data(); }
 void Office::LoadCompanyLabels() { connections_.LoadCompanyLabels(); }
 void Office::PrepareSource() { connections_.PrepareSource(); }
 void Office::AdoConnect() { connections_.AdoConnect(); }
-void Office::ClearSelectedTables() {}
-void Office::FixPropertyFileNum() {}
-void Office::FixDataFileNums(app::SourceControl, const char*, const char*) {}
+app::StepResult Office::ClearSelectedTables() { return {}; }
+app::StepResult Office::FixPropertyFileNum() { return data::FixPropertyFileNum(context_); }
+app::StepResult Office::FixDataFileNums(app::SourceControl control, const char* field, const char* table) {
+  return data::FixDataFileNums(context_, control, field, table);
+}
 void Office::RefreshSource() { connections_.RefreshSource(); }
-void Office::DeleteEmptyFilenumbers() {}
+app::StepResult Office::CheckDuplicateClients() { return {}; }
+app::StepResult Office::DeleteEmptyFilenumbers() { return {}; }
 void Office::EndRun() { connections_.EndRun(); }
 
 app::StepResult Office::ConvertFormTypesDBF() { return convert::ConvertFormTypesDBF(context_); }

@@ -24,11 +24,12 @@ class Office final : public app::RunRoutines {
   void LoadCompanyLabels() override;
   void PrepareSource() override;
   void AdoConnect() override;
-  void ClearSelectedTables() override;
-  void FixPropertyFileNum() override;
-  void FixDataFileNums(app::SourceControl control, const char* field, const char* table) override;
+  app::StepResult ClearSelectedTables() override;
+  app::StepResult FixPropertyFileNum() override;
+  app::StepResult FixDataFileNums(app::SourceControl control, const char* field, const char* table) override;
   void RefreshSource() override;
-  void DeleteEmptyFilenumbers() override;
+  app::StepResult CheckDuplicateClients() override;
+  app::StepResult DeleteEmptyFilenumbers() override;
   void EndRun() override;
 
   app::StepResult ConvertFormTypesDBF() override;

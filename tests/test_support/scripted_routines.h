@@ -27,7 +27,7 @@ class ScriptedRoutines : public app::RunRoutines {
   }
 
   std::function<void()> connect2data, adoconnect, clear_tables, fix_property, refresh_source,
-      delete_empty, end_run;
+      check_clients, delete_empty, end_run;
   std::function<void(app::SourceControl, const char*, const char*)> fix_data;
   std::vector<std::string> calls;
 
@@ -35,14 +35,16 @@ class ScriptedRoutines : public app::RunRoutines {
   void LoadCompanyLabels() override {}
   void PrepareSource() override {}
   void AdoConnect() override { Run("AdoConnect", adoconnect); }
-  void ClearSelectedTables() override { Run("ClearSelectedTables", clear_tables); }
-  void FixPropertyFileNum() override { Run("FixPropertyFileNum", fix_property); }
-  void FixDataFileNums(app::SourceControl control, const char* field, const char* table) override {
+  app::StepResult ClearSelectedTables() override { return Run("ClearSelectedTables", clear_tables); }
+  app::StepResult FixPropertyFileNum() override { return Run("FixPropertyFileNum", fix_property); }
+  app::StepResult FixDataFileNums(app::SourceControl control, const char* field, const char* table) override {
     calls.push_back("FixDataFileNums");
     if (fix_data) fix_data(control, field, table);
+    return {};
   }
   void RefreshSource() override { Run("RefreshSource", refresh_source); }
-  void DeleteEmptyFilenumbers() override { Run("DeleteEmptyFilenumbers", delete_empty); }
+  app::StepResult CheckDuplicateClients() override { return Run("CheckDuplicateClients", check_clients); }
+  app::StepResult DeleteEmptyFilenumbers() override { return Run("DeleteEmptyFilenumbers", delete_empty); }
   void EndRun() override { Run("EndRun", end_run); }
 
   app::StepResult ConvertFormTypesDBF() override { return Call(&R::ConvertFormTypesDBF, "ConvertFormTypesDBF"); }
@@ -64,9 +66,10 @@ class ScriptedRoutines : public app::RunRoutines {
   app::StepResult MassageInvoice() override { return Call(&R::MassageInvoice, "MassageInvoice"); }
 
  private:
-  void Run(const char* name, const std::function<void()>& body) {
+  app::StepResult Run(const char* name, const std::function<void()>& body) {
     calls.push_back(name);
     if (body) body();
+    return {};
   }
   app::StepResult Call(app::StepRoutine routine, const char* name) {
     calls.push_back(name);

@@ -1,0 +1,192 @@
+// File numbers (see file_numbers.h).
+#include "data/file_numbers.h"
+
+#include <cctype>
+#include <cstring>
+
+#include "app/paths.h"
+#include "data/fields.h"
+#include "data/lookups.h"
+#include "data/record_loop.h"
+
+namespace qorvane::data {
+namespace {
+
+bool IsIllegalFileChar(unsigned char c) {
+  return c < 32 || c > 126 || std::strchr("%*$#&", c) != nullptr;
+}
+
+std::string TrimUpper(std::string_view text) {
+  std::size_t first = text.find_first_not_of(' ');
+  if (first == std::string_view::npos) return "";
+  std::string upper(text.substr(first, text.find_last_not_of(' ') - first + 1));
+  for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return upper;
+}
+
+// Every blank removed, upper-cased: a number as the corrections clean it.
+std::string Cleaned(std::string_view text) {
+  std::string cleaned;
+  for (char c : text) {
+    if (c != ' ') cleaned += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  }
+  return cleaned;
+}
+
+std::string RightJustified10(std::string key) {
+  if (key.size() < 10) key.insert(0, 10 - key.size(), ' ');
+  return key;
+}
+
+// The source table a control was bound to is there (a missing one was warned about at start-up).
+bool Bound(DataControl& control) { return control.bound(); }
+
+struct FieldFix {
+  std::string field;        // the source field
+  std::string list_prefix;  // "Property.file_num: "
+  std::string log_name;     // the field as the log line names it
+};
+
+// Cleans the FIELDS of the current record; stores every cleaned value back when none is illegal,
+// else repairs the illegal ones with their list and log lines. The record is saved.
+app::RecordResult CorrectRecord(Context& context, DataControl& control, const std::vector<FieldFix>& fields) {
+  std::vector<std::string> before, cleaned;
+  bool any_illegal = false;
+  for (const FieldFix& fix : fields) {
+    before.push_back(DATgetfield(control, fix.field));
+    cleaned.push_back(Cleaned(before.back()));
+    any_illegal = any_illegal || HasIllegalFileChars(cleaned.back());
+  }
+  bool changed = false;
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    if (!any_illegal) {
+      DaoSetField(control, cleaned[i], fields[i].field);
+      changed = changed || cleaned[i] != before[i];
+      continue;
+    }
+    if (!HasIllegalFileChars(cleaned[i])) continue;
+    std::string repaired = FixIllegalFileChars(cleaned[i]);
+    DaoSetField(control, repaired, fields[i].field);
+    context.ListIllegalFileNumber(fields[i].list_prefix + cleaned[i] + " = " + repaired);
+    context.Log("VL CORRECTION: illegal " + fields[i].log_name + " (" + cleaned[i] + ") converted = " + repaired);
+    changed = true;
+  }
+  foxpro::RecordSet& records = control.Recordset();
+  if (records.EditInProgress()) records.Update();
+  return changed ? app::RecordResult::Updated() : app::RecordResult::Unchanged();
+}
+
+app::StepResult CorrectTable(Context& context, const char* routine, DataControl& control,
+                             const std::vector<FieldFix>& fields) {
+  RecordLoop loop;
+  loop.routine = routine;
+  loop.source = &control;
+  loop.counter_in_label = false;
+  loop.key = [&] { return fields.front().field + " " + DATgetfield(control, fields.front().field); };
+  return RunRecordLoop(context, loop, [&] { return CorrectRecord(context, control, fields); });
+}
+
+}  // namespace
+
+bool ValidateFileName(std::string_view text) {
+  std::size_t first = text.find_first_not_of(' ');
+  if (first == std::string_view::npos) return false;
+  std::size_t length = text.find_last_not_of(' ') - first + 1;
+  // The positions of the trimmed text, read from the text as given: a leading blank fails.
+  for (std::size_t i = 0; i < length && i < text.size(); ++i) {
+    unsigned char c = static_cast<unsigned char>(std::toupper(static_cast<unsigned char>(text[i])));
+    if (c == ' ') return false;
+    bool legal = (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || std::strchr("_^$~!{}#%&-()@'`", c) != nullptr;
+    if (!legal || c == 0) return false;
+  }
+  return true;
+}
+
+bool HasIllegalFileChars(std::string_view text) {
+  for (char c : text) {
+    if (IsIllegalFileChar(static_cast<unsigned char>(c))) return true;
+  }
+  return false;
+}
+
+std::string FixIllegalFileChars(std::string_view text) {
+  std::string fixed(text);
+  for (char c : text) {
+    if (!IsIllegalFileChar(static_cast<unsigned char>(c))) continue;
+    for (char& each : fixed) {
+      if (each == c) each = '-';
+    }
+    break;
+  }
+  return fixed;
+}
+
+std::string MakeFileNumber(std::string_view number) { return RightJustified10(TrimUpper(number)); }
+
+std::string MakeFileNumberDashA(std::string_view number) { return RightJustified10(TrimUpper(number) + "-A"); }
+
+void SelectOnlyFileNumber(Context& context, std::string_view number) {
+  context.Guard("SelectOnlyFileNumber", [&] {
+    DataControl& property = context.Source(app::SourceControl::datproperty);
+    property.RecordSource = "Select * from Property where TRIM(UCASE(file_num))='" + SqlQuote(TrimUpper(number)) + "'";
+    property.Refresh();
+  });
+}
+
+void SelectOnlyadoFileNumber(Context& context, std::string_view number) {
+  context.Guard("SelectOnlyadoFileNumber", [&] {
+    AdoControl& property = context.Target(app::TargetControl::adoproperty);
+    std::string trimmed(number);
+    trimmed = trimmed.substr(0, trimmed.find_last_not_of(' ') + 1);
+    trimmed.erase(0, trimmed.find_first_not_of(' '));
+    property.RecordSource = "Select * from Property where filenumber='" + SqlQuote(MakeFileNumber(trimmed) + "-A") + "'";
+    property.Refresh();
+  });
+}
+
+app::StepResult FixPropertyFileNum(Context& context) {
+  return context.Guard("FixPropertyFileNum", [&]() -> app::StepResult {
+    DataControl& property = context.Source(app::SourceControl::datproperty2);
+    if (!Bound(property)) return {};
+    property.RecordSource = "select file_num, inv_num, Cli_Num from property";
+    property.Refresh();
+    context.Log("Preliminary data correction to illegal VL property.dbf fields (file_num and Inv_num)");
+    return CorrectTable(context, "FixPropertyFileNum", property,
+                        {{"File_num", "Property.file_num: ", "file_num"},
+                         {"Inv_num", "Property.Inv_num: ", "Inv_num"},
+                         {"Cli_num", "Property.Cli_num: ", "Cli_num"}});
+  });
+}
+
+app::StepResult FixDataFileNums(Context& context, app::SourceControl id, const char* field, const char* table) {
+  return context.Guard("FixDataFileNums", [&]() -> app::StepResult {
+    DataControl& control = context.Source(id);
+    if (!Bound(control)) return {};
+    control.RecordSource = std::string("select ") + field + " from " + table;
+    control.Refresh();
+    context.Log(std::string("Preliminary data correction to illegal VL ") + table + ".dbf field (" + field + ")");
+    return CorrectTable(context, "FixDataFileNums", control, {{field, std::string(table) + "." + field + ": ", field}});
+  });
+}
+
+app::StepResult AdoFixDataFileNums(Context& context, AdoControl& control, std::string_view table,
+                                   std::string_view key_field, std::string_view field) {
+  return context.Guard("AdoFixDataFileNums", [&]() -> app::StepResult {
+    control.RecordSource = "select " + std::string(key_field) + "," + std::string(field) + " from " + std::string(table);
+    control.Refresh();
+    AdoControl& writer = context.Target(app::TargetControl::adoquery);
+    RecordLoop loop;
+    loop.routine = "AdoFixDataFileNums";
+    loop.target = &control;
+    loop.counter_in_label = false;
+    return RunRecordLoop(context, loop, [&] {
+      std::string value = adogetfield(control, field);
+      std::erase(value, ' ');
+      if (!HasIllegalFileChars(value)) return app::RecordResult::Unchanged();
+      SetFieldWhere(writer, table, key_field, adogetfield(control, key_field), field, FixIllegalFileChars(value));
+      return app::RecordResult::Updated();
+    });
+  });
+}
+
+}  // namespace qorvane::data
