@@ -23,6 +23,9 @@ enum class OpenFor { Reading, Writing };
 struct DatabaseOptions {
   OpenFor open_for = OpenFor::Reading;
   IndexMaintenance index_maintenance = IndexMaintenance::Rebuild;
+  // The largest the file may grow, in bytes; Jet's 2 GiB limit, and never above it (a lower
+  // one leaves room, and lets tests reach it).
+  std::uint64_t size_limit = std::uint64_t{1} << 31;
 };
 
 struct TableSummary {
@@ -49,7 +52,9 @@ class Database {
   bool HasTable(std::string_view name) const;
 
   // Writes every change so far into the file atomically. May be called many times (a Stop
-  // keeps the rows written before it).
+  // keeps the rows written before it). A database past the size limit is refused (Constraint)
+  // before any work, the file left as it was; an insert that needs a page past the limit is
+  // refused already at that insert.
   void Commit();
   // Drops the changes since the last Commit.
   void Rollback();
