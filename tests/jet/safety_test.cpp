@@ -262,5 +262,97 @@ TEST(SizeLimit, ADatabaseAlreadyPastTheLimitIsRefusedAtCommitUnchanged) {
   EXPECT_TRUE(LeftOver(dir).empty());
 }
 
+// Table1 of testV2000.mdb: A Text(50) primary key, B Text(100), ..., G DateTime (column 6),
+// ..., I Boolean.
+std::vector<Value> Table1Row(Value b, Value g) {
+  static int next_key = 0;
+  std::vector<Value> row(9);
+  row[0] = Value::String("key " + std::to_string(++next_key));
+  row[1] = std::move(b);
+  row[6] = std::move(g);
+  row[8] = Value::Bool(false);
+  return row;
+}
+
+TEST(InsertedValues, DatesAreReadStrictlyAndKeptWithinTheYears100To9999) {
+  TempDir dir;
+  std::string path = CopyFixture(dir, "testV2000.mdb");
+  auto database = OpenForWriting(path);
+  Table& table = database->GetTable("Table1");
+  const std::pair<Value, std::string> accepted[] = {
+      {Value::String("2/29/2024"), "2024-02-29 00:00:00"},
+      {Value::String(" 12/31/9999 23:59:59 "), "9999-12-31 23:59:59"},
+      {Value::String("0100-01-01"), "0100-01-01 00:00:00"},
+      {Value::String("2024-03-01 13:45"), "2024-03-01 13:45:00"},
+      {Value::String("2024-03-01T13:45:10"), "2024-03-01 13:45:10"},
+      {Value::Date(-657434.5), "0100-01-01 12:00:00"},
+      {Value::Date(2958465.75), "9999-12-31 18:00:00"},
+      {Value::Real(45000), "2023-03-15 00:00:00"},
+  };
+  for (const auto& [value, expected] : accepted) {
+    RowId row = table.Insert(Table1Row(Value::String("ok"), value));
+    EXPECT_EQ(table.ReadValue(row, 6).AsText(), expected) << value.AsText();
+  }
+  const std::pair<Value, std::string> refused[] = {
+      {Value::String("2/30/2024"), "2/30/2024"},
+      {Value::String("2/29/2023"), "2/29/2023"},
+      {Value::String("4/31/2024"), "4/31/2024"},
+      {Value::String("13/1/2024"), "13/1/2024"},
+      {Value::String("1/1/99"), "1/1/99"},
+      {Value::String("0000-01-01"), "0000-01-01"},
+      {Value::String("10000-01-01"), "10000-01-01"},
+      {Value::String("2024-01-01 24:00"), "2024-01-01 24:00"},
+      {Value::String("2024-01-01 10:00 PM"), "2024-01-01 10:00 PM"},
+      {Value::String("2024-01-01x"), "2024-01-01x"},
+      {Value::String("yesterday"), "yesterday"},
+      {Value::Real(1e9), "1e+09"},
+      {Value::Real(std::numeric_limits<double>::quiet_NaN()), "nan"},
+      {Value::Real(std::numeric_limits<double>::infinity()), "inf"},
+      {Value::Date(-std::numeric_limits<double>::infinity()), "-inf"},
+      {Value::Date(-657435.5), "-657435.5"},
+      {Value::Date(2958466), "2958466"},
+      {Value::Bytes("\x01"), "binary"},
+  };
+  std::size_t rows = table.row_count();
+  for (const auto& [value, shown] : refused) {
+    Error error = Refusal([&] { table.Insert(Table1Row(Value::String("refused"), value)); });
+    std::string message = error.what();
+    EXPECT_EQ(error.kind(), ErrorKind::InvalidArgument) << shown << ": " << message;
+    EXPECT_NE(message.find("Table1"), std::string::npos) << message;
+    EXPECT_NE(message.find("column G"), std::string::npos) << message;
+    EXPECT_NE(message.find(shown), std::string::npos) << message;
+  }
+  EXPECT_EQ(table.row_count(), rows);
+}
+
+// Text that is not well-formed UTF-8 is stored with U+FFFD in place of each ill-formed
+// sequence, as every reader then shows it; nothing becomes another character.
+TEST(InsertedValues, IllFormedUtf8IsStoredAsReplacementCharacters) {
+  TempDir dir;
+  std::string path = CopyFixture(dir, "delTestV2000.mdb");
+  const std::pair<std::string, std::string> cases[] = {
+      {"overlong a\xC0\xAF", "overlong a\uFFFD\uFFFD"},
+      {"surrogate \xED\xA0\x80", "surrogate \uFFFD\uFFFD\uFFFD"},
+      {"too high \xF4\x90\x80\x80", "too high \uFFFD\uFFFD\uFFFD\uFFFD"},
+      {"cut \xE2\x82", "cut \uFFFD"},
+      {"stray \x80 byte", "stray \uFFFD byte"},
+      {"beyond the BMP \xF0\x9F\x98\x80", "beyond the BMP \U0001F600"},
+  };
+  {
+    auto database = OpenForWriting(path);
+    for (const auto& [text, stored] : cases) AddRow(*database, text);
+    database->Commit();
+  }
+  test::ReadTable ours = test::ReadWithEngine(path, "Table");
+  test::ReadTable theirs = test::ReadWithMdbReader(path, "Table");
+  auto has = [](const test::ReadTable& table, const std::string& text) {
+    return std::any_of(table.rows.begin(), table.rows.end(), [&](const auto& row) { return row[0] == text; });
+  };
+  for (const auto& [text, stored] : cases) {
+    EXPECT_TRUE(has(ours, stored)) << stored;
+    EXPECT_TRUE(has(theirs, stored)) << stored;
+  }
+}
+
 }  // namespace
 }  // namespace qorvane::jet
