@@ -3,6 +3,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -241,6 +242,10 @@ void WriteWholeFile(const std::string& path, std::span<const std::byte> data) {
   file.WriteAt(0, data);
   file.Sync();
   file.Close();
+}
+
+bool ProcessExists(long pid) {
+  return pid > 0 && (::kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH);
 }
 
 std::optional<FileStatus> StatusOf(const std::string& path) {

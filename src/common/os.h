@@ -81,6 +81,9 @@ File CreateUniqueFile(const std::string& prefix);
 // while they still hold the lock), the stale file is dropped and the lock taken again.
 std::optional<File> LockFileAt(const std::string& path);
 
+// Whether a process of this number runs on this machine (one we may not signal counts).
+bool ProcessExists(long pid);
+
 // The status of PATH (following links), or nullopt when it cannot be found.
 std::optional<FileStatus> StatusOf(const std::string& path);
 // Whether this process may write PATH (a file, or a folder: create and rename inside it).

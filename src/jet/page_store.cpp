@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 
 #include "common/error.h"
@@ -60,6 +61,27 @@ void CheckSingleLink(const std::string& path) {
                 path + ": the file has " + std::to_string(status->links) +
                     " hard links; writing replaces the file, which would leave the other names with "
                     "the old data. Write to a copy of it (or remove the other links) and try again");
+  }
+}
+
+constexpr const char* kWorkFileSuffix = ".qorvane-work-";
+
+// Removes the work files of writers that were killed: taken with the lock held, when no other
+// writer can be at work, and only those named after a process that no longer runs.
+void RemoveStaleWorkFiles(const std::string& path) {
+  std::size_t slash = path.find_last_of('/');
+  std::string prefix = (slash == std::string::npos ? path : path.substr(slash + 1)) + kWorkFileSuffix;
+  std::string folder = DirectoryOf(path);
+  for (const std::string& name : os::ListDirectory(folder)) {
+    if (name.rfind(prefix, 0) != 0) continue;
+    char* end = nullptr;
+    long pid = std::strtol(name.c_str() + prefix.size(), &end, 10);
+    if (end == name.c_str() + prefix.size() || *end != '-' || os::ProcessExists(pid)) continue;
+    try {
+      os::RemoveFile(os::JoinPath(folder, name));
+    } catch (const Error&) {
+      // Not ours to insist on: it only takes space.
+    }
   }
 }
 
@@ -151,6 +173,7 @@ std::unique_ptr<PageStore> PageStore::OpenFile(const std::string& path, AccessMo
     store->lock_file_ = std::move(*lock);
   }
   try {
+    if (mode == AccessMode::ReadWrite) RemoveStaleWorkFiles(path);
     store->file_ = os::File::Open(path, os::OpenMode::ReadOnly);
     std::uint64_t size = store->file_.Size();
     std::array<std::byte, kPageSize> first{};
@@ -248,7 +271,7 @@ void PageStore::EnsureWorkCopy() {
   if (!work_path_.empty()) return;
   // A name of its own (pid and random part, created exclusively): no other writer can open,
   // overwrite or remove this copy, and this store removes no copy but its own.
-  os::File work = os::CreateUniqueFile(path_ + ".qorvane-work-");
+  os::File work = os::CreateUniqueFile(path_ + kWorkFileSuffix);
   try {
     work.TakeOwnerAndMode(file_.Status());
     os::CopyInto(path_, work);

@@ -3,6 +3,7 @@
 // before any work), the 2 GB limit, and values refused or replaced before they reach a row.
 #include <gtest/gtest.h>
 
+#include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -131,6 +132,34 @@ TEST(Writers, WorkFilesAreTheWritersOwn) {
   EXPECT_TRUE(Contains(ColumnA(path), "committed"));
   EXPECT_FALSE(Contains(ColumnA(path), "dropped"));
   EXPECT_EQ(LeftOver(dir), std::vector<std::string>{"office.mdb.qorvane-work"});
+}
+
+// A writer killed at work leaves its work file; the next writer, holding the lock, removes it,
+// but not one named after a process that still runs.
+TEST(Writers, AKilledWritersWorkFileIsRemovedByTheNextWriter) {
+  TempDir dir;
+  std::string path = CopyFixture(dir, "delTestV2000.mdb");
+  auto original = os::ReadWholeFile(path);
+  pid_t pid = ::fork();
+  ASSERT_GE(pid, 0);
+  if (pid == 0) {
+    auto database = OpenForWriting(path);
+    AddRow(*database, "never committed");
+    ::raise(SIGKILL);
+  }
+  int status = -1;
+  ::waitpid(pid, &status, 0);
+  ASSERT_TRUE(WIFSIGNALED(status));
+  std::string killed_work = "office.mdb.qorvane-work-" + std::to_string(pid) + "-";
+  std::vector<std::string> left = LeftOver(dir);
+  ASSERT_TRUE(std::any_of(left.begin(), left.end(), [&](const std::string& name) { return name.rfind(killed_work, 0) == 0; }));
+  EXPECT_EQ(os::ReadWholeFile(path), original);
+  std::string live_work = path + ".qorvane-work-1-0000";  // process 1 always runs
+  os::WriteWholeFile(live_work, {});
+  auto database = OpenForWriting(path);
+  left = LeftOver(dir);
+  std::sort(left.begin(), left.end());
+  EXPECT_EQ(left, (std::vector<std::string>{"office.ldb", "office.mdb.qorvane-work-1-0000"}));
 }
 
 // Three processes open, add a row and commit in a loop, retrying while refused: every
