@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "common/reporter.h"
+#include "jet/format.h"
 #include "jet/table.h"
 
 namespace qorvane::jet {
@@ -25,7 +26,7 @@ struct DatabaseOptions {
   IndexMaintenance index_maintenance = IndexMaintenance::Rebuild;
   // The largest the file may grow, in bytes; Jet's 2 GiB limit, and never above it (a lower
   // one leaves room, and lets tests reach it).
-  std::uint64_t size_limit = std::uint64_t{1} << 31;
+  std::uint64_t size_limit = format::kMaxFileSize;
 };
 
 struct TableSummary {
