@@ -3,6 +3,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,6 +11,8 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
+#include <mutex>
+#include <random>
 
 namespace qorvane::os {
 namespace {
@@ -19,6 +22,8 @@ std::atomic<int> write_countdown{0};
 std::atomic<int> write_errno{0};
 std::atomic<int> sync_countdown{0};
 std::atomic<int> sync_errno{0};
+std::mutex before_lock_mutex;
+std::function<void()> before_lock;
 
 // Returns the errno to fail with when this call is the injected one, else 0.
 int TakeFault(std::atomic<int>& countdown, std::atomic<int>& error_number) {
@@ -29,6 +34,18 @@ int TakeFault(std::atomic<int>& countdown, std::atomic<int>& error_number) {
     }
   }
   return 0;
+}
+
+FileStatus StatusFrom(const struct stat& st) {
+  FileStatus status;
+  status.device = static_cast<std::uint64_t>(st.st_dev);
+  status.inode = static_cast<std::uint64_t>(st.st_ino);
+  status.mode = static_cast<std::uint32_t>(st.st_mode & 07777);
+  status.owner = static_cast<std::uint32_t>(st.st_uid);
+  status.group = static_cast<std::uint32_t>(st.st_gid);
+  status.links = static_cast<std::uint64_t>(st.st_nlink);
+  status.size = static_cast<std::uint64_t>(st.st_size);
+  return status;
 }
 
 bool AsciiEqualNoCase(const std::string& a, const std::string& b) {
@@ -53,9 +70,14 @@ void FaultInjection::FailNthSync(int n, int error_number) {
   sync_errno = error_number;
   sync_countdown = n;
 }
+void FaultInjection::BeforeNextLock(std::function<void()> action) {
+  std::lock_guard<std::mutex> guard(before_lock_mutex);
+  before_lock = std::move(action);
+}
 void FaultInjection::Reset() {
   write_countdown = 0;
   sync_countdown = 0;
+  BeforeNextLock(nullptr);
 }
 
 File File::Open(const std::string& path, OpenMode mode) {
@@ -68,6 +90,10 @@ File File::Open(const std::string& path, OpenMode mode) {
   }
   int fd = ::open(path.c_str(), flags, 0644);
   if (fd < 0) throw ErrorFromErrno(errno, "cannot open", path);
+  return Adopt(fd, path);
+}
+
+File File::Adopt(int fd, const std::string& path) {
   File file;
   file.fd_ = fd;
   file.path_ = path;
@@ -149,9 +175,59 @@ void File::Close() {
 }
 
 bool File::TryLockExclusive() {
+  std::function<void()> action;
+  {
+    std::lock_guard<std::mutex> guard(before_lock_mutex);
+    action.swap(before_lock);
+  }
+  if (action) action();
   if (::flock(fd_, LOCK_EX | LOCK_NB) == 0) return true;
   if (errno == EWOULDBLOCK) return false;
   throw ErrorFromErrno(errno, "cannot lock", path_);
+}
+
+FileStatus File::Status() const {
+  struct stat st {};
+  if (::fstat(fd_, &st) != 0) throw ErrorFromErrno(errno, "cannot read the status of", path_);
+  return StatusFrom(st);
+}
+
+void File::TakeOwnerAndMode(const FileStatus& another) {
+  // Owner first: a change of owner may clear set-id bits that chmod then restores.
+  if (::fchown(fd_, another.owner, another.group) != 0) {
+    (void)::fchown(fd_, static_cast<uid_t>(-1), another.group);
+  }
+  if (::fchmod(fd_, static_cast<mode_t>(another.mode)) != 0) {
+    throw ErrorFromErrno(errno, "cannot set the permissions of", path_);
+  }
+}
+
+File CreateUniqueFile(const std::string& prefix) {
+  static constexpr char kHex[] = "0123456789abcdef";
+  std::random_device random;
+  for (int attempt = 0;; ++attempt) {
+    std::string path = prefix + std::to_string(::getpid()) + "-";
+    for (int i = 0; i < 4; ++i) {
+      unsigned value = random();
+      for (int k = 0; k < 4; ++k, value >>= 4) path += kHex[value & 15];
+    }
+    int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd >= 0) return File::Adopt(fd, path);
+    if (errno != EEXIST || attempt >= 100) throw ErrorFromErrno(errno, "cannot create", path);
+  }
+}
+
+std::optional<File> LockFileAt(const std::string& path) {
+  for (int attempt = 0;; ++attempt) {
+    int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    if (fd < 0) throw ErrorFromErrno(errno, "cannot open the lock file", path);
+    File file = File::Adopt(fd, path);
+    if (!file.TryLockExclusive()) return std::nullopt;
+    // The lock holds only if the file locked is still the one at PATH.
+    std::optional<FileStatus> now = StatusOf(path);
+    if (now && now->SameFile(file.Status())) return file;
+    if (attempt >= 100) throw Error(ErrorKind::Locked, path + ": the lock file keeps being replaced");
+  }
 }
 
 std::vector<std::byte> ReadWholeFile(const std::string& path) {
@@ -166,6 +242,20 @@ void WriteWholeFile(const std::string& path, std::span<const std::byte> data) {
   file.WriteAt(0, data);
   file.Sync();
   file.Close();
+}
+
+bool ProcessExists(long pid) {
+  return pid > 0 && (::kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH);
+}
+
+std::optional<FileStatus> StatusOf(const std::string& path) {
+  struct stat st {};
+  if (::stat(path.c_str(), &st) != 0) return std::nullopt;
+  return StatusFrom(st);
+}
+
+bool MayWrite(const std::string& path) {
+  return ::faccessat(AT_FDCWD, path.empty() ? "." : path.c_str(), W_OK, AT_EACCESS) == 0;
 }
 
 bool IsRegularFile(const std::string& path) {
@@ -203,8 +293,13 @@ void MakeDirectory(const std::string& path) {
 }
 
 void CopyFile(const std::string& from, const std::string& to) {
-  File source = File::Open(from, OpenMode::ReadOnly);
   File target = File::Open(to, OpenMode::CreateTruncate);
+  CopyInto(from, target);
+  target.Close();
+}
+
+void CopyInto(const std::string& from, File& target) {
+  File source = File::Open(from, OpenMode::ReadOnly);
   std::vector<std::byte> buffer(1 << 20);
   std::uint64_t offset = 0;
   for (;;) {
@@ -214,7 +309,6 @@ void CopyFile(const std::string& from, const std::string& to) {
     offset += n;
   }
   target.Sync();
-  target.Close();
 }
 
 void SyncDirectory(const std::string& path) {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -15,6 +16,19 @@
 namespace qorvane::os {
 
 enum class OpenMode { ReadOnly, ReadWrite, CreateTruncate, CreateNew };
+
+// What stat() tells of a file: which file it is (device and inode), its permission bits, owner,
+// group, number of hard links and size.
+struct FileStatus {
+  std::uint64_t device = 0;
+  std::uint64_t inode = 0;
+  std::uint32_t mode = 0;  // permission bits only (07777)
+  std::uint32_t owner = 0;
+  std::uint32_t group = 0;
+  std::uint64_t links = 0;
+  std::uint64_t size = 0;
+  bool SameFile(const FileStatus& other) const { return device == other.device && inode == other.inode; }
+};
 
 // An open file. Owns its descriptor; closes it when destroyed. Failures throw qorvane::Error
 // whose message names the path.
@@ -40,8 +54,16 @@ class File {
   void Close();
   // Takes an exclusive advisory lock without waiting; false when another process holds one.
   bool TryLockExclusive();
+  FileStatus Status() const;
+  // Gives this file the permission bits, group and (when the process may) owner of ANOTHER.
+  // The owner is kept only by a privileged process; a refused owner or group change is not an
+  // error, a refused change of the permission bits is.
+  void TakeOwnerAndMode(const FileStatus& another);
 
  private:
+  friend File CreateUniqueFile(const std::string& prefix);
+  friend std::optional<File> LockFileAt(const std::string& path);
+  static File Adopt(int fd, const std::string& path);
   int fd_ = -1;
   std::string path_;
 };
@@ -51,6 +73,21 @@ std::vector<std::byte> ReadWholeFile(const std::string& path);
 // Writes a whole file (truncating), and syncs it.
 void WriteWholeFile(const std::string& path, std::span<const std::byte> data);
 
+// Creates a new file PREFIX<pid>-<random hex> that no other process can have opened (O_EXCL,
+// mode 0600), retrying on a name already taken.
+File CreateUniqueFile(const std::string& prefix);
+// Opens the lock file PATH (creating it when missing) and takes its exclusive lock, or returns nullopt when another process holds it. The file locked is the one at PATH
+// when the lock is granted: when a holder removed it meanwhile (holders remove their lock file
+// while they still hold the lock), the stale file is dropped and the lock taken again.
+std::optional<File> LockFileAt(const std::string& path);
+
+// Whether a process of this number runs on this machine (one we may not signal counts).
+bool ProcessExists(long pid);
+
+// The status of PATH (following links), or nullopt when it cannot be found.
+std::optional<FileStatus> StatusOf(const std::string& path);
+// Whether this process may write PATH (a file, or a folder: create and rename inside it).
+bool MayWrite(const std::string& path);
 bool IsRegularFile(const std::string& path);
 bool IsDirectory(const std::string& path);
 // The size of a file, or nullopt when it cannot be found.
@@ -61,6 +98,8 @@ void Rename(const std::string& from, const std::string& to);
 void RemoveFile(const std::string& path);
 void MakeDirectory(const std::string& path);
 void CopyFile(const std::string& from, const std::string& to);
+// Copies the contents of FROM into the open, empty file TO and syncs it.
+void CopyInto(const std::string& from, File& to);
 // Syncs a directory, so that a rename inside it survives a crash.
 void SyncDirectory(const std::string& path);
 // The names (not paths) of the entries of a directory.
@@ -77,6 +116,9 @@ std::string JoinPath(const std::string& dir, const std::string& name);
 struct FaultInjection {
   static void FailNthWrite(int n, int error_number);
   static void FailNthSync(int n, int error_number);
+  // Runs ACTION once, just before the next lock is taken (between opening a lock file and
+  // locking it), so that a test can make another writer act in that moment.
+  static void BeforeNextLock(std::function<void()> action);
   static void Reset();
 };
 

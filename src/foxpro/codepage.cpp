@@ -47,28 +47,6 @@ bool IsDoubleByte(int code_page) {
   return code_page == 932 || code_page == 936 || code_page == 949 || code_page == 950;
 }
 
-// Reads one UTF-8 character at text[position]; advances position. Invalid bytes come back as
-// themselves (a Latin-1 reading), so encoding never loops.
-char32_t NextUtf8(std::string_view text, std::size_t& position) {
-  unsigned char first = static_cast<unsigned char>(text[position]);
-  int extra = first >= 0xF0 ? 3 : first >= 0xE0 ? 2 : first >= 0xC0 ? 1 : 0;
-  if (extra == 0 || position + extra >= text.size()) {
-    ++position;
-    return first;
-  }
-  char32_t c = first & (0x3F >> extra);
-  for (int i = 1; i <= extra; ++i) {
-    unsigned char next = static_cast<unsigned char>(text[position + i]);
-    if ((next & 0xC0) != 0x80) {
-      ++position;
-      return first;
-    }
-    c = (c << 6) | (next & 0x3F);
-  }
-  position += extra + 1;
-  return c;
-}
-
 // Simple case mapping for the scripts FoxPro code pages hold (Latin, Greek, Cyrillic).
 char32_t UpperOf(char32_t c) {
   if (c >= 'a' && c <= 'z') return c - 32;
@@ -160,7 +138,7 @@ CodePage::CodePage(int number) : number_(number), double_byte_(IsDoubleByte(numb
     if (byte >= 0x80 && !double_byte_) {
       if (probe.Convert(std::string_view(&input, 1), utf8) && !utf8.empty()) {
         std::size_t position = 0;
-        code_point = NextUtf8(utf8, position);
+        code_point = DecodeUtf8(utf8, position);
       }
     }
     utf8.clear();
@@ -174,7 +152,7 @@ CodePage::CodePage(int number) : number_(number), double_byte_(IsDoubleByte(numb
     if (double_byte_ && byte >= 0x80) continue;
     std::size_t position = 0;
     std::string_view utf8(table_[byte].bytes, table_[byte].length);
-    char32_t c = NextUtf8(utf8, position);
+    char32_t c = DecodeUtf8(utf8, position);
     auto upper = reverse_.find(UpperOf(c));
     if (upper != reverse_.end()) upper_[byte] = upper->second;
     auto lower = reverse_.find(LowerOf(c));
@@ -226,7 +204,7 @@ std::optional<std::string> CodePage::Encode(std::string_view utf8) const {
       ++position;
       continue;
     }
-    char32_t code_point = NextUtf8(utf8, position);
+    char32_t code_point = DecodeUtf8(utf8, position);
     auto found = reverse_.find(code_point);
     if (found == reverse_.end()) return std::nullopt;
     out.push_back(static_cast<char>(found->second));

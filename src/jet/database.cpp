@@ -26,6 +26,7 @@ std::unique_ptr<Database> Database::Open(const std::string& path, const Database
   database->options_ = options;
   database->store_ = PageStore::OpenFile(
       path, options.open_for == OpenFor::Writing ? AccessMode::ReadWrite : AccessMode::ReadOnly);
+  database->store_->set_size_limit(options.size_limit);
   database->LoadCatalog();
   return database;
 }
@@ -99,6 +100,7 @@ Table& Database::GetTable(std::string_view name) {
 }
 
 void Database::Commit() {
+  store_->CheckSizeLimit();
   for (auto& table : tables_) {
     if (table) table->StoreChanges();
   }

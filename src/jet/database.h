@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "common/reporter.h"
+#include "jet/format.h"
 #include "jet/table.h"
 
 namespace qorvane::jet {
@@ -26,6 +27,9 @@ struct DatabaseOptions {
   // Damage the tables can read past (see Table) goes here and reading goes on; without a
   // reporter the same damage throws Corrupt. Not owned; outlives the database.
   Reporter* reporter = nullptr;
+  // The largest the file may grow, in bytes; Jet's 2 GiB limit, and never above it (a lower
+  // one leaves room, and lets tests reach it).
+  std::uint64_t size_limit = format::kMaxFileSize;
 };
 
 struct TableSummary {
@@ -53,7 +57,9 @@ class Database {
   bool HasTable(std::string_view name) const;
 
   // Writes every change so far into the file atomically. May be called many times (a Stop
-  // keeps the rows written before it).
+  // keeps the rows written before it). A database past the size limit is refused (Constraint)
+  // before any work, the file left as it was; an insert that needs a page past the limit is
+  // refused already at that insert.
   void Commit();
   // Drops the changes since the last Commit.
   void Rollback();

@@ -17,6 +17,9 @@ inline constexpr std::uint8_t kPageTypeIndexNode = 0x03;
 inline constexpr std::uint8_t kPageTypeIndexLeaf = 0x04;
 inline constexpr std::uint8_t kPageTypeUsageBitmap = 0x05;
 inline constexpr std::uint8_t kPageMarker = 0x01;  // byte 1 of every page Jet writes
+// Access opens no database larger than 2 GiB (2^31 bytes): at most 524,288 pages.
+inline constexpr std::uint64_t kMaxFileSize = std::uint64_t{1} << 31;
+inline constexpr std::uint32_t kMaxPageCount = static_cast<std::uint32_t>(kMaxFileSize / kPageSize);
 
 // Page 0, the database header.
 inline constexpr std::size_t kHeaderMagicOffset = 0x00;      // 00 01 00 00

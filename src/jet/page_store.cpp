@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 
 #include "common/error.h"
@@ -50,6 +51,54 @@ std::string LockPathFor(const std::string& path) {
     return path.substr(0, dot) + ".ldb";
   }
   return path + ".ldb";
+}
+
+// Refuses a file that renaming a new copy over would separate from its other names.
+void CheckSingleLink(const std::string& path) {
+  std::optional<os::FileStatus> status = os::StatusOf(path);
+  if (status && status->links > 1) {
+    throw Error(ErrorKind::NotSupported,
+                path + ": the file has " + std::to_string(status->links) +
+                    " hard links; writing replaces the file, which would leave the other names with "
+                    "the old data. Write to a copy of it (or remove the other links) and try again");
+  }
+}
+
+constexpr const char* kWorkFileSuffix = ".qorvane-work-";
+
+// Removes the work files of writers that were killed: taken with the lock held, when no other
+// writer can be at work, and only those named after a process that no longer runs.
+void RemoveStaleWorkFiles(const std::string& path) {
+  std::size_t slash = path.find_last_of('/');
+  std::string prefix = (slash == std::string::npos ? path : path.substr(slash + 1)) + kWorkFileSuffix;
+  std::string folder = DirectoryOf(path);
+  for (const std::string& name : os::ListDirectory(folder)) {
+    if (name.rfind(prefix, 0) != 0) continue;
+    char* end = nullptr;
+    long pid = std::strtol(name.c_str() + prefix.size(), &end, 10);
+    if (end == name.c_str() + prefix.size() || *end != '-' || os::ProcessExists(pid)) continue;
+    try {
+      os::RemoveFile(os::JoinPath(folder, name));
+    } catch (const Error&) {
+      // Not ours to insist on: it only takes space.
+    }
+  }
+}
+
+// Refuses, before any work, a database this process could not put back in place.
+void CheckWritable(const std::string& path) {
+  if (!os::MayWrite(path)) {
+    throw Error(ErrorKind::PermissionDenied,
+                path + ": you may not change this file (no write permission); ask for write access or "
+                       "work on a copy");
+  }
+  std::string folder = DirectoryOf(path);
+  if (!os::MayWrite(folder)) {
+    throw Error(ErrorKind::PermissionDenied,
+                path + ": you may not create files in its folder " + folder +
+                    " (needed for the lock and work files); ask for write access to the folder");
+  }
+  CheckSingleLink(path);
 }
 
 }  // namespace
@@ -113,29 +162,24 @@ std::unique_ptr<PageStore> PageStore::OpenFile(const std::string& path, AccessMo
   store->path_ = path;
   store->file_name_ = path;
   store->mode_ = mode;
-  store->work_path_ = path + ".qorvane-work";
   if (mode == AccessMode::ReadWrite) {
+    CheckWritable(path);
     store->lock_path_ = LockPathFor(path);
-    if (os::IsRegularFile(store->lock_path_)) {
-      store->lock_file_ = os::File::Open(store->lock_path_, os::OpenMode::ReadWrite);
-    } else {
-      store->lock_file_ = os::File::Open(store->lock_path_, os::OpenMode::CreateTruncate);
-      store->created_lock_file_ = true;
-    }
-    if (!store->lock_file_.TryLockExclusive()) {
-      store->lock_file_.Close();
+    std::optional<os::File> lock = os::LockFileAt(store->lock_path_);
+    if (!lock) {
       throw Error(ErrorKind::Locked, path + ": the database is open in another program (its lock file " +
                                          store->lock_path_ + " is in use); close it there and try again");
     }
+    store->lock_file_ = std::move(*lock);
   }
   try {
+    if (mode == AccessMode::ReadWrite) RemoveStaleWorkFiles(path);
     store->file_ = os::File::Open(path, os::OpenMode::ReadOnly);
     std::uint64_t size = store->file_.Size();
     std::array<std::byte, kPageSize> first{};
     std::size_t got = store->file_.ReadAt(0, first);
     CheckDatabaseHeader(Bytes(first.data(), got), size, path);
     store->page_count_ = static_cast<std::uint32_t>(size / kPageSize);
-    store->work_is_original_ = true;
   } catch (...) {
     store->ReleaseLock();
     throw;
@@ -155,7 +199,7 @@ std::unique_ptr<PageStore> PageStore::OpenBuffer(std::vector<std::byte> bytes, c
 
 PageStore::~PageStore() {
   try {
-    if (mode_ == AccessMode::ReadWrite && !work_is_original_) Discard();
+    if (!work_path_.empty()) Discard();
   } catch (...) {
     // The work file may stay behind; the original is untouched either way.
   }
@@ -165,10 +209,29 @@ PageStore::~PageStore() {
 void PageStore::ReleaseLock() {
   if (!lock_file_.is_open()) return;
   try {
-    if (created_lock_file_) os::RemoveFile(lock_path_);
+    // Removed while still held, so that a writer that opened it meanwhile sees, once it has
+    // the lock, that it is no longer the file at the path. Ours are empty; one with content
+    // is another program's and stays.
+    if (lock_file_.Status().size == 0) os::RemoveFile(lock_path_);
     lock_file_.Close();
   } catch (...) {
   }
+}
+
+void PageStore::set_size_limit(std::uint64_t bytes) {
+  page_limit_ = static_cast<std::uint32_t>(std::min<std::uint64_t>(bytes, kMaxFileSize) / kPageSize);
+}
+
+void PageStore::CheckSizeLimit() const {
+  if (page_count_ > page_limit_) RefusePastLimit(page_count_);
+}
+
+void PageStore::RefusePastLimit(std::uint64_t pages) const {
+  throw Error(ErrorKind::Constraint,
+              file_name_ + ": the database would be " + std::to_string(pages * kPageSize) +
+                  " bytes, past the limit of " + std::to_string(std::uint64_t{page_limit_} * kPageSize) +
+                  " bytes (Access opens no database over 2 GB); the file was left as it was. Roll back, "
+                  "and split the data over several databases");
 }
 
 PageStore::CachedPage& PageStore::Load(std::uint32_t page) {
@@ -205,15 +268,19 @@ MutableBytes PageStore::Write(std::uint32_t page) {
 }
 
 void PageStore::EnsureWorkCopy() {
-  if (!work_is_original_) return;
-  os::CopyFile(path_, work_path_);
+  if (!work_path_.empty()) return;
+  // A name of its own (pid and random part, created exclusively): no other writer can open,
+  // overwrite or remove this copy, and this store removes no copy but its own.
+  os::File work = os::CreateUniqueFile(path_ + kWorkFileSuffix);
   try {
-    file_ = os::File::Open(work_path_, os::OpenMode::ReadWrite);
+    work.TakeOwnerAndMode(file_.Status());
+    os::CopyInto(path_, work);
   } catch (...) {
-    os::RemoveFile(work_path_);
+    os::RemoveFile(work.path());
     throw;
   }
-  work_is_original_ = false;
+  work_path_ = work.path();
+  file_ = std::move(work);
 }
 
 UsageMap& PageStore::GlobalMap() {
@@ -232,6 +299,7 @@ std::uint32_t PageStore::Allocate() {
   if (auto free = map.FirstSet(first_maybe_free_, page_count_)) {
     page = *free;
   } else {
+    if (page_count_ >= page_limit_) RefusePastLimit(std::uint64_t{page_count_} + 1);
     page = page_count_++;
   }
   first_maybe_free_ = std::min(page + 1, page_count_);
@@ -307,27 +375,30 @@ void PageStore::FlushDirty() {
 void PageStore::Commit() {
   if (mode_ != AccessMode::ReadWrite) return;
   bool any_dirty = std::any_of(cache_.begin(), cache_.end(), [](auto& entry) { return entry.second->dirty; });
-  if (work_is_original_ && !any_dirty) return;
+  if (work_path_.empty() && !any_dirty) return;
   // Last, as it may take bitmap pages: the map records every page of the file.
   GlobalMap().StoreFreePageMap(*this);
+  CheckSizeLimit();
   FlushDirty();
   // Pages allocated but never written still count: the file must end on a whole page.
   std::uint64_t size = static_cast<std::uint64_t>(page_count_) * kPageSize;
   if (file_.Size() < size) file_.Truncate(size);
   file_.Sync();
+  CheckSingleLink(path_);
   os::Rename(work_path_, path_);
+  work_path_.clear();
   os::SyncDirectory(DirectoryOf(path_));
-  work_is_original_ = true;
 }
 
 void PageStore::Discard() {
   if (mode_ != AccessMode::ReadWrite) return;
   cache_.clear();
   global_map_.reset();
-  if (!work_is_original_) {
+  if (!work_path_.empty()) {
     file_ = os::File::Open(path_, os::OpenMode::ReadOnly);
-    os::RemoveFile(work_path_);
-    work_is_original_ = true;
+    std::string work_path = std::move(work_path_);
+    work_path_.clear();
+    os::RemoveFile(work_path);
   }
   page_count_ = static_cast<std::uint32_t>(file_.Size() / kPageSize);
 }

@@ -28,8 +28,11 @@ void CheckDatabaseHeader(Bytes file_start, std::uint64_t file_size, const std::s
 
 class PageStore {
  public:
-  // Opens a database file. ReadWrite refuses a file whose .ldb lock is held by another program,
-  // takes that lock itself, and copies the file to a work file beside it.
+  // Opens a database file. ReadWrite refuses, before taking anything, a file this process may
+  // not write (or whose folder it may not write) and a file with more than one hard link
+  // (PermissionDenied / NotSupported), then a file whose .ldb lock another writer holds
+  // (Locked); it takes that lock itself. The first change copies the file to a work file of
+  // its own beside it, with the original's permission bits, group and (when allowed) owner.
   static std::unique_ptr<PageStore> OpenFile(const std::string& path, AccessMode mode);
   // A read-only store over bytes in memory (fuzzing, tests).
   static std::unique_ptr<PageStore> OpenBuffer(std::vector<std::byte> bytes, const std::string& name);
@@ -38,6 +41,10 @@ class PageStore {
   const std::string& file_name() const { return file_name_; }
   bool writable() const { return mode_ == AccessMode::ReadWrite; }
   std::uint32_t page_count() const { return page_count_; }
+  // The largest the file may grow, in bytes: Jet's limit (format::kMaxFileSize) unless lowered.
+  void set_size_limit(std::uint64_t bytes);
+  // Throws Constraint naming the file when it is larger than the limit already.
+  void CheckSizeLimit() const;
 
   // The bytes of a page; valid until the next call to TrimCache, Commit or Discard. Throws
   // Corrupt for a page number past the end of the file.
@@ -45,7 +52,8 @@ class PageStore {
   // The same page for writing; marks it changed.
   MutableBytes Write(std::uint32_t page);
   // A fresh page (all zero): the lowest page the global free-page map records as free, else a
-  // new page at the end of the file.
+  // new page at the end of the file. Throws Constraint when the file would grow past the size
+  // limit.
   std::uint32_t Allocate();
   // Gives a page back: its bit in the global map is set again and the next Allocate may take
   // it. The caller has taken it out of every other map.
@@ -55,7 +63,8 @@ class PageStore {
   // page span is held across this call.
   void TrimCache();
   // Flushes everything to the work file, syncs it and renames it over the original. The store
-  // stays usable: the next write starts a new work copy.
+  // stays usable: the next write starts a new work copy. Refuses (the original untouched) a file
+  // past the size limit or one that gained a second hard link since it was opened.
   void Commit();
   // Drops every change since the last Commit and removes the work file.
   void Discard();
@@ -73,16 +82,16 @@ class PageStore {
   void FlushDirty();
   void ReleaseLock();
   UsageMap& GlobalMap();
+  [[noreturn]] void RefusePastLimit(std::uint64_t pages) const;
 
   std::string path_;
-  std::string work_path_;
+  std::string work_path_;  // the work copy this store created; empty when there is none
   std::string lock_path_;
   std::string file_name_;
   AccessMode mode_ = AccessMode::ReadOnly;
   os::File file_;           // the work copy (ReadWrite) or the original (ReadOnly)
   os::File lock_file_;
-  bool created_lock_file_ = false;
-  bool work_is_original_ = false;  // after a Commit, before the next write
+  std::uint32_t page_limit_ = format::kMaxPageCount;
   std::vector<std::byte> buffer_;  // OpenBuffer
   bool from_buffer_ = false;
   std::uint32_t page_count_ = 0;

@@ -161,24 +161,6 @@ void CheckTextLength(const ColumnDefinition& column, const std::string& utf8, co
   }
 }
 
-// Parses "YYYY-MM-DD[ HH:MM[:SS]]" or "M/D/YYYY[ HH:MM[:SS]]".
-bool ParseDateText(const std::string& text, double& result) {
-  int a = 0, b = 0, c = 0, hour = 0, minute = 0, second = 0;
-  char separator = 0;
-  int consumed = 0;
-  if (std::sscanf(text.c_str(), "%d%c%d%*c%d%n", &a, &separator, &b, &c, &consumed) < 4) return false;
-  std::sscanf(text.c_str() + consumed, " %d:%d:%d", &hour, &minute, &second);
-  int year, month, day;
-  if (separator == '-') {
-    year = a, month = b, day = c;
-  } else {
-    month = a, day = b, year = c;
-  }
-  if (month < 1 || month > 12 || day < 1 || day > 31) return false;
-  result = OleDateFromParts(year, month, day, hour, minute, second);
-  return true;
-}
-
 }  // namespace
 
 std::string DecodeText(Bytes stored) { return Utf16ToUtf8(DecodeTextUtf16(stored)); }
@@ -493,13 +475,18 @@ Value CoerceToColumn(const ColumnDefinition& column, Value value, const std::str
     case ColumnType::DateTime: {
       if (empty_text) return Value::Null();
       if (value.kind == Kind::Text) {
-        double parsed = 0;
-        if (!ParseDateText(value.bytes, parsed)) {
-          Refuse(ErrorKind::InvalidArgument, context, column, "'" + value.bytes + "' is not a date");
-        }
-        return Value::Date(parsed);
+        std::string why;
+        std::optional<double> parsed = ParseDateText(value.bytes, why);
+        if (!parsed) Refuse(ErrorKind::InvalidArgument, context, column, "'" + value.bytes + "': " + why);
+        return Value::Date(*parsed);
       }
-      return Value::Date(value.AsDouble());
+      double days = number();
+      if (!IsOleDateInRange(days)) {
+        Refuse(ErrorKind::InvalidArgument, context, column,
+               Value::Real(days).AsText() + " is not a date Access keeps (days since 1899-12-30 for the years 100 "
+                                            "to 9999)");
+      }
+      return Value::Date(days);
     }
     case ColumnType::Text:
     case ColumnType::Memo: {

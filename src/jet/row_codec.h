@@ -75,7 +75,12 @@ class RowEncoder {
 
 // Converts a caller's value to what a column stores (text to numbers, numbers to text, ...),
 // checking text length against the column. Text is moved, not copied. Throws
-// Constraint/InvalidArgument naming CONTEXT.
+// Constraint/InvalidArgument naming CONTEXT, the column and the value.
+// Refused: a date text in no known form or naming a day the calendar does not have
+// (2/30/2024), any date outside the years 100..9999 (two-digit years included), and numeric
+// dates that are NaN, infinite or outside that range. Replaced, not refused: bytes of text
+// that are not well-formed UTF-8 become U+FFFD when the text is encoded (the rest of the text
+// is worth keeping, and the damage stays visible).
 Value CoerceToColumn(const ColumnDefinition& column, Value value, const std::string& context);
 // The same in place: nulls and text for text columns, the bulk of most rows, are checked
 // where they are without moving them.

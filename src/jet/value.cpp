@@ -38,6 +38,30 @@ std::int64_t DaysFromCivil(int year, int month, int day) {
   return era * 146097 + day_of_era - 719468;
 }
 
+bool IsLeapYear(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
+
+int DaysInMonth(int year, int month) {
+  static constexpr int kDays[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  return month == 2 && IsLeapYear(year) ? 29 : kDays[month - 1];
+}
+
+// Reads 1 to MAX_DIGITS decimal digits at text[at]; nullopt when there is none.
+std::optional<int> ReadNumber(std::string_view text, std::size_t& at, std::size_t max_digits) {
+  std::size_t start = at;
+  int value = 0;
+  while (at < text.size() && at - start < max_digits && text[at] >= '0' && text[at] <= '9') {
+    value = value * 10 + (text[at++] - '0');
+  }
+  if (at == start) return std::nullopt;
+  return value;
+}
+
+bool Skip(std::string_view text, std::size_t& at, char expected) {
+  if (at >= text.size() || text[at] != expected) return false;
+  ++at;
+  return true;
+}
+
 std::string FormatDouble(double value) {
   char buffer[64];
   auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
@@ -170,6 +194,60 @@ std::string FormatOleDate(double ole_days) {
   return buffer;
 }
 
+bool IsOleDateInRange(double ole_days) {
+  // Both bounds are whole days; the fraction of a day beyond them is its time.
+  return std::isfinite(ole_days) && ole_days > -657435.0 && ole_days < 2958466.0;
+}
+
+std::optional<double> ParseDateText(std::string_view text, std::string& why) {
+  std::size_t first = text.find_first_not_of(' ');
+  std::size_t last = text.find_last_not_of(' ');
+  text = first == std::string_view::npos ? std::string_view() : text.substr(first, last - first + 1);
+  std::size_t at = 0;
+  auto a = ReadNumber(text, at, 4);
+  char separator = at < text.size() ? text[at] : 0;
+  auto b = (separator == '-' || separator == '/') && Skip(text, at, separator) ? ReadNumber(text, at, 2) : std::nullopt;
+  auto c = b && Skip(text, at, separator) ? ReadNumber(text, at, 4) : std::nullopt;
+  int hour = 0, minute = 0, second = 0;
+  bool well_formed = a && c;
+  if (well_formed && at < text.size()) {
+    if (!Skip(text, at, 'T')) {
+      while (at < text.size() && text[at] == ' ') ++at;
+    }
+    auto h = ReadNumber(text, at, 2);
+    auto m = h && Skip(text, at, ':') ? ReadNumber(text, at, 2) : std::nullopt;
+    auto s = m && Skip(text, at, ':') ? ReadNumber(text, at, 2) : std::optional<int>(0);
+    well_formed = h && m && s && at == text.size();
+    if (well_formed) hour = *h, minute = *m, second = *s;
+  }
+  if (!well_formed) {
+    why = "not a date (the forms are YYYY-MM-DD and M/D/YYYY, with an optional time H:MM:SS)";
+    return std::nullopt;
+  }
+  int year = separator == '-' ? *a : *c;
+  int month = separator == '-' ? *b : *a;
+  int day = separator == '-' ? *c : *b;
+  if (year < kFirstDateYear || year > kLastDateYear) {
+    why = "year " + std::to_string(year) + " is outside the dates Access keeps (years 100 to 9999; two-digit years "
+          "are not guessed)";
+    return std::nullopt;
+  }
+  if (month < 1 || month > 12) {
+    why = "no such date (month " + std::to_string(month) + ")";
+    return std::nullopt;
+  }
+  if (day < 1 || day > DaysInMonth(year, month)) {
+    why = "no such date (month " + std::to_string(month) + " of " + std::to_string(year) + " has " +
+          std::to_string(DaysInMonth(year, month)) + " days)";
+    return std::nullopt;
+  }
+  if (hour > 23 || minute > 59 || second > 59) {
+    why = "no such time of day";
+    return std::nullopt;
+  }
+  return OleDateFromParts(year, month, day, hour, minute, second);
+}
+
 std::u16string Utf8ToUtf16(std::string_view utf8) {
   // Plain ASCII (most text) widens byte by byte.
   if (std::all_of(utf8.begin(), utf8.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
@@ -177,37 +255,8 @@ std::u16string Utf8ToUtf16(std::string_view utf8) {
   }
   std::u16string out;
   out.reserve(utf8.size());
-  std::size_t i = 0;
-  while (i < utf8.size()) {
-    unsigned char c = static_cast<unsigned char>(utf8[i]);
-    char32_t code = 0xFFFD;
-    std::size_t length = 1;
-    if (c < 0x80) {
-      code = c;
-    } else if ((c & 0xE0) == 0xC0) {
-      length = 2;
-    } else if ((c & 0xF0) == 0xE0) {
-      length = 3;
-    } else if ((c & 0xF8) == 0xF0) {
-      length = 4;
-    }
-    if (length > 1) {
-      if (i + length > utf8.size()) {
-        length = 1;
-      } else {
-        code = c & (0x7F >> length);
-        for (std::size_t k = 1; k < length; ++k) {
-          unsigned char next = static_cast<unsigned char>(utf8[i + k]);
-          if ((next & 0xC0) != 0x80) {
-            code = 0xFFFD;
-            length = k;
-            break;
-          }
-          code = (code << 6) | (next & 0x3F);
-        }
-      }
-    }
-    i += length;
+  for (std::size_t i = 0; i < utf8.size();) {
+    char32_t code = DecodeUtf8(utf8, i);
     if (code >= 0x10000) {
       code -= 0x10000;
       out.push_back(static_cast<char16_t>(0xD800 + (code >> 10)));

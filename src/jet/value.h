@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -70,7 +71,21 @@ bool operator==(const Value& a, const Value& b);
 double OleDateFromParts(int year, int month, int day, int hour, int minute, int second);
 std::string FormatOleDate(double ole_days);
 
-// UTF-8 <-> UTF-16 (UCS-2 as Jet stores it). Invalid UTF-8 bytes become U+FFFD.
+// The dates Access keeps are 100-01-01 to 9999-12-31: OLE days -657434 to 2958465, a time of
+// day taking a day before 1899-12-30 further below zero and one after it further above. Values
+// outside (and NaN, infinities) are no date any reader shows.
+inline constexpr int kFirstDateYear = 100;
+inline constexpr int kLastDateYear = 9999;
+bool IsOleDateInRange(double ole_days);
+// Reads "YYYY-MM-DD" or "M/D/YYYY", each optionally followed by " H:MM" or " H:MM:SS" ('T'
+// instead of the blank too; blanks around allowed). Returns the OLE day number, or nullopt with the reason in WHY for another
+// form, a day the calendar does not have (2/30/2024) or a year outside 100..9999 (two-digit
+// years are not guessed).
+std::optional<double> ParseDateText(std::string_view text, std::string& why);
+
+// UTF-8 <-> UTF-16 (UCS-2 as Jet stores it). Bytes that are not well-formed UTF-8 (overlong
+// forms, surrogates, past U+10FFFF, cut short) are replaced by U+FFFD (see DecodeUtf8 in
+// common/utf8.h), never refused.
 std::u16string Utf8ToUtf16(std::string_view utf8);
 std::string Utf16ToUtf8(std::u16string_view utf16);
 

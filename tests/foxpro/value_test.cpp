@@ -25,6 +25,7 @@ TEST(CodePage, EveryByteOfTheFoxProPagesRoundTrips) {
   EXPECT_EQ(CodePage(1250).Decode("\x8A"), "Š");
   EXPECT_EQ(CodePage(1252).Decode("\x81"), "\u0081");  // undefined in 1252: kept, not lost
   EXPECT_FALSE(CodePage(437).Encode("€"));              // no euro sign in 437
+  EXPECT_FALSE(CodePage(1252).Encode("a\xC0\xAF"));       // not UTF-8 (overlong '/'): no bytes for it
   EXPECT_EQ(CodePage(437).Upper(0x82), 0x90);           // é -> É
   EXPECT_EQ(CodePage(1252).Upper('a'), 'A');
   EXPECT_EQ(CodePageFromMark(0x03), 1252);
