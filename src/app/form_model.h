@@ -48,6 +48,12 @@ struct FormModel {
   std::vector<std::string> lstWasNotConverted;
   std::vector<std::string> lstfilenum;  // limits a run to these file numbers when not empty
 
+  // The duplicate-client form (frmClientDup): the offending keys, the client numbers of the
+  // same rows at the same positions, and the corrected keys.
+  std::vector<std::string> lstduplicateclients;
+  std::vector<std::string> lstclinum;
+  std::vector<std::string> lstafterdup;
+
   // Frames.
   bool fraIllegalFix = false;
   bool fraCustomize = false;

@@ -14,7 +14,8 @@ namespace qorvane::app {
 
 // Unchanged: read and found in order (a correction that had nothing to correct); counted, with
 // no note, so a walk over a million good records keeps no million notes.
-enum class RecordOutcome { Added, Updated, Skipped, Refused, Unchanged };
+// Deleted: a target row removed (clearing, rows without a key).
+enum class RecordOutcome { Added, Updated, Skipped, Refused, Unchanged, Deleted };
 
 // What became of one source record. RECORD names it for a person (table, record number, key).
 struct RecordResult {
@@ -38,6 +39,8 @@ class Ledger {
  public:
   // One source record read and what became of it.
   void Record(const std::string& record, const RecordResult& result);
+  // COUNT rows that came to OUTCOME at once (a DELETE statement), with one note for them all.
+  void Tally(RecordOutcome outcome, std::int64_t count, const std::string& what);
   // Adds another ledger's counts and notes (a step of two routines, or one pass per file number).
   void Merge(const Ledger& other);
 
@@ -53,7 +56,7 @@ class Ledger {
  private:
   std::int64_t read_ = 0;
   std::int64_t expected_ = 0;
-  std::int64_t counts_[5] = {0, 0, 0, 0, 0};
+  std::int64_t counts_[6] = {0, 0, 0, 0, 0, 0};
   std::vector<LedgerNote> notes_;
 };
 

@@ -3,7 +3,9 @@
 #include "convert/office.h"
 
 #include "convert/parties/form_types.h"
+#include "data/duplicate_clients.h"
 #include "data/file_numbers.h"
+#include "data/target_prep.h"
 
 namespace qorvane::convert {
 
@@ -14,14 +16,14 @@ void Office::Connect2Data() { connections_.Connect2Data(); }
 void Office::LoadCompanyLabels() { connections_.LoadCompanyLabels(); }
 void Office::PrepareSource() { connections_.PrepareSource(); }
 void Office::AdoConnect() { connections_.AdoConnect(); }
-app::StepResult Office::ClearSelectedTables() { return {}; }
+app::StepResult Office::ClearSelectedTables() { return data::ClearSelectedTables(context_); }
 app::StepResult Office::FixPropertyFileNum() { return data::FixPropertyFileNum(context_); }
 app::StepResult Office::FixDataFileNums(app::SourceControl control, const char* field, const char* table) {
   return data::FixDataFileNums(context_, control, field, table);
 }
 void Office::RefreshSource() { connections_.RefreshSource(); }
-app::StepResult Office::CheckDuplicateClients() { return {}; }
-app::StepResult Office::DeleteEmptyFilenumbers() { return {}; }
+app::StepResult Office::CheckDuplicateClients() { return data::CheckAndCorrectDuplicateClients(context_); }
+app::StepResult Office::DeleteEmptyFilenumbers() { return data::DeleteEmptyFilenumbers(context_); }
 void Office::EndRun() { connections_.EndRun(); }
 
 app::StepResult Office::ConvertFormTypesDBF() { return convert::ConvertFormTypesDBF(context_); }

@@ -120,6 +120,7 @@ bool Connections::Connect2DBF(DataControl& control, const std::string& folder,
     app::RemoveRSlash(database_name);
     control.DatabaseName = database_name;
     control.RecordSource = table_name;
+    control.BoundSource = table_name;
     control.RecordsetType = recordset_type;
     control.Unbind();
     if (recordset_type != 0) control.Refresh();
@@ -215,11 +216,16 @@ void Connections::PrepareSource() {
 
 void Connections::RefreshSource() {
   main_form_.Guard("RefreshSource", [&] {
+    // The corrections pointed controls at narrow queries of their own: every control goes back
+    // to the table it was bound to (the property control to its file-number order) and reads
+    // the corrected records.
     source_.ForEach([](DataControl& control) {
       if (!control.bound()) return;
       control.Recordset().Flush();
+      if (!control.BoundSource.empty()) control.RecordSource = control.BoundSource;
       control.Refresh();
     });
+    SelectPropertyOrder();
   });
 }
 

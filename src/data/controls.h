@@ -28,6 +28,7 @@ class DataControl {
   std::string Connect;        // always "FoxPro 2.6;"
   std::string DatabaseName;   // the folder of the tables, without a trailing separator
   std::string RecordSource;   // "PROPERTY", or a query
+  std::string BoundSource;    // the table Connect2DBF bound; RecordSource goes back to it
   int RecordsetType = 0;      // 1: a dynaset
 
   // Opens the record set; throws qorvane::Error naming the table when it cannot.

@@ -1,0 +1,113 @@
+// The duplicate-client check and its correction (see duplicate_clients.h).
+#include "data/duplicate_clients.h"
+
+#include "app/vb_text.h"
+#include "data/fields.h"
+#include "data/file_numbers.h"
+#include "data/lookups.h"
+#include "data/record_loop.h"
+
+namespace qorvane::data {
+namespace {
+
+// A Stop during the check or the correction ends the run here, with the date and time.
+void LogStop(Context& context) {
+  context.Log("Conversion aborted (ESC key): " + app::DateTimeText(context.main_form().clock().Now()));
+  context.main_form().CloseLog();
+}
+
+}  // namespace
+
+app::StepResult CheckDuplicateClientKeys(Context& context) {
+  return context.Guard("CheckDuplicateClients", [&]() -> app::StepResult {
+    app::FormModel& form = context.form();
+    form.lstduplicateclients.clear();
+    form.lstafterdup.clear();
+    form.lstclinum.clear();
+    DataControl& clients = context.Source(app::SourceControl::datClient);
+    if (!clients.bound()) return {};
+    clients.RecordSource = "Select * from client order by cli_lname";
+    clients.Refresh();
+    if (clients.Recordset().EndOfFile()) return {};
+    context.Log("Checking For duplicate Client Listings");
+    context.Log("");
+
+    // Equal keys are adjacent in this order. A listed record puts the key BEFORE it in the list
+    // (for a duplicate that is its own key; for an empty or illegal key, the neighbour's).
+    std::string previous;
+    RecordLoop loop;
+    loop.routine = "CheckDuplicateClients";
+    loop.source = &clients;
+    loop.counter_in_label = false;
+    loop.key = [&] { return "Cli_num " + DATgetfield(clients, "Cli_num"); };
+    app::StepResult result = RunRecordLoop(context, loop, [&] {
+      std::string key = DATgetfield(clients, "Cli_lname");
+      std::string number = DATgetfield(clients, "Cli_num");
+      std::string reason;
+      if (key.empty()) {
+        reason = "empty client key";
+      } else if (key == previous) {
+        reason = "client key " + key + " is used twice";
+      } else if (HasIllegalFileChars(key)) {
+        reason = "client key " + key + " holds a character not allowed in a key";
+      }
+      if (reason.empty()) {
+        previous = key;
+        return app::RecordResult::Unchanged();
+      }
+      form.lstduplicateclients.push_back(previous);
+      form.lstclinum.push_back(number);
+      previous = key;
+      return app::RecordResult::Skipped(reason);
+    });
+    if (context.AbortRequested()) LogStop(context);
+    return result;
+  });
+}
+
+app::StepResult CorrectDuplicateClients(Context& context) {
+  return context.Guard("CorrectDuplicateClients", [&]() -> app::StepResult {
+    app::StepResult result;
+    app::FormModel& form = context.form();
+    DataControl& clients = context.Source(app::SourceControl::datClient);
+    for (std::size_t i = 0; i < form.lstduplicateclients.size() && i < form.lstclinum.size(); ++i) {
+      context.DoEvents();
+      if (context.AbortRequested()) {
+        LogStop(context);
+        break;
+      }
+      const std::string old_key = form.lstduplicateclients[i];
+      const std::string number = form.lstclinum[i];
+      std::string record = "client.dbf Cli_num " + number;
+      if (!FindRecord(clients, number, "Cli_num")) {
+        result.ledger.Record(record, app::RecordResult::Refused("client number not found"));
+        continue;
+      }
+      std::string new_key = number + old_key;
+      DaoSetField(clients, new_key, "Cli_lname");
+      form.lstafterdup.push_back(new_key);
+      context.Log("Clientnum: " + number + " Cli_lname: " + old_key + " = " + new_key);
+      foxpro::RecordSet& records = clients.Recordset();
+      if (records.EditInProgress()) records.Update();
+      result.ledger.Record(record, app::RecordResult::Updated());
+    }
+    return result;
+  });
+}
+
+app::StepResult CheckAndCorrectDuplicateClients(Context& context) {
+  app::StepResult result = CheckDuplicateClientKeys(context);
+  if (context.AbortRequested() || context.form().lstduplicateclients.empty()) return result;
+  result.ledger.Merge(CorrectDuplicateClients(context).ledger);
+  if (context.AbortRequested()) return result;
+  context.main_form().MsgBox("Invalid Client records were found and corrected automatically.");
+  return result;
+}
+
+std::string DuplicateClientListText(const app::FormModel& form) {
+  std::string text = "Duplicate Client List\n=====================\n";
+  for (const std::string& key : form.lstduplicateclients) text += key + "\n";
+  return text;
+}
+
+}  // namespace qorvane::data

@@ -1,0 +1,205 @@
+// Preparing office.mdb (see target_prep.h).
+#include "data/target_prep.h"
+
+#include "data/fields.h"
+#include "data/file_numbers.h"
+#include "data/lookups.h"
+#include "data/record_loop.h"
+#include "jet/recordset.h"
+
+namespace qorvane::data {
+namespace {
+
+using app::CheckBox;
+using app::TargetControl;
+
+// "DELETE FROM [<office.mdb>].[<table>]": the form that names the database in the statement.
+std::string DeleteFrom(Context& context, std::string_view table) {
+  return "DELETE FROM [" + context.Paths().target_file + "].[" + std::string(table) + "]";
+}
+
+std::int64_t Execute(Context& context, const std::string& sql) {
+  jet::Database& database = context.connections().target_database().Open();
+  return static_cast<std::int64_t>(jet::Execute(database, sql));
+}
+
+// Puts a control back on the record source AdoConnect gave it, after a clearing pointed it
+// elsewhere, so that the converters after it see the whole table again.
+void Rebind(AdoControl& control, std::string record_source) {
+  control.RecordSource = std::move(record_source);
+  control.Refresh();
+}
+
+struct TableClear {
+  CheckBox box;
+  const char* table;
+  const char* log_line;  // nullptr: none
+};
+
+constexpr TableClear kWholeTables[] = {
+    {CheckBox::ckbclearapplied, "Assigned", "Assigned table cleared from office.mdb"},
+    {CheckBox::ckbClearAppraiser, "Appraiser", "Appraiser table cleared from office.mdb"},
+    {CheckBox::ckbclearapprfee, "Appraiserfee", "Appraiserfee table cleared from office.mdb"},
+    {CheckBox::ckbClearClient, "Client", "Client table cleared from office.mdb"},
+    {CheckBox::ckbClearClient, "ClientContact", nullptr},
+    {CheckBox::ckbclearclientfee, "ClientFee", "ClientFee table cleared from office.mdb"},
+    {CheckBox::ckbclearcompany, "Company", "Company table cleared from office.mdb"},
+};
+
+// Property and invoices: the whole table, or only the "-A" rows of the listed file numbers.
+struct OrderClear {
+  CheckBox box;
+  const char* table;
+  const char* log_line;
+  TargetControl control;
+  const char* listed_table;
+};
+
+constexpr OrderClear kOrderTables[] = {
+    {CheckBox::ckbclearinvoice, "Invoice", "Invoice table cleared from office.mdb", TargetControl::adoinvoice, "INVOICE"},
+    {CheckBox::ckbClearProperty, "Property", "Property table cleared from office.mdb", TargetControl::adoproperty, "PROPERTY"},
+};
+
+void ClearWholeTable(Context& context, app::Ledger& ledger, const char* table, const char* log_line) {
+  std::int64_t deleted = DeleteAllRecords(context, table);
+  ledger.Tally(app::RecordOutcome::Deleted, deleted, std::string(table) + ": every row");
+  if (log_line) context.Log(log_line);
+}
+
+// Each statement's table and blank column.
+struct EmptyKey {
+  const char* table;
+  const char* column;
+};
+
+constexpr EmptyKey kEmptyKeys[] = {
+    {"property", "filenumber"}, {"invoice", "filenumber"},   {"assigned", "filenumber"},
+    {"client", "client"},       {"clientcontact", "client"}, {"clientfee", "client"},
+    {"clientfee", "form"},      {"appraiserfee", "appraiser"}, {"Appraiserfee", "form"},
+    {"appraiser", "appraiser"}, {"usercontrol", "user"},     {"usercontrol", "rights"},
+    {"usercontrol", "control"}, {"users", "user"},           {"users", "rights"},
+    {"users", "password"},
+};
+
+}  // namespace
+
+std::int64_t DeleteAllRecords(Context& context, std::string_view table) {
+  return context.Guard("DeleteAllRecords", [&] { return Execute(context, DeleteFrom(context, table)); });
+}
+
+app::StepResult ClearData(Context& context, AdoControl& control) {
+  RecordLoop loop;
+  loop.routine = "ClearData";
+  loop.target = &control;
+  loop.counter_in_label = false;
+  return RunRecordLoop(context, loop, [&] {
+    control.Recordset().Delete();
+    return app::RecordResult{app::RecordOutcome::Deleted, {}};
+  });
+}
+
+app::StepResult DeleteListedFileNumbers(Context& context, AdoControl& control, std::string_view table) {
+  app::StepResult result;
+  for (const std::string& number : context.FileNumbers()) {
+    context.Guard("DeleteListedFileNumbers", [&] {
+      // The key goes in as built, without SqlQuote, as the office's program did.
+      control.RecordSource = "Select * from " + std::string(table) + " where FileNumber='" + MakeFileNumberDashA(number) + "'";
+      control.Refresh();
+      result.ledger.Merge(ClearData(context, control).ledger);
+    });
+  }
+  return result;
+}
+
+app::StepResult ClearSelectedTables(Context& context) {
+  app::StepResult result;
+  context.Guard("ClearSelectedTables", [&] {
+    const app::FormModel& form = context.form();
+    context.Log("Clearing Selected Office.MDB tables (listed below if any)");
+    if (form.Checked(CheckBox::ckbClearFormTypes)) {
+      AdoControl& formtypes = context.Target(TargetControl::adoformtypes);
+      context.Guard("ClearSelectedTables", [&] {
+        formtypes.RecordSource = "Select * from FormTypes where Standard=0";
+        formtypes.Refresh();
+        result.ledger.Merge(ClearData(context, formtypes).ledger);
+        Rebind(formtypes, kFormTypesSource);
+      });
+      context.Log("Non-Standard records from Formtypes table cleared from office.mdb");
+    }
+    for (const TableClear& clear : kWholeTables) {
+      if (form.Checked(clear.box)) ClearWholeTable(context, result.ledger, clear.table, clear.log_line);
+    }
+    for (const OrderClear& clear : kOrderTables) {
+      if (!form.Checked(clear.box)) continue;
+      if (context.FileNumbers().empty()) {
+        ClearWholeTable(context, result.ledger, clear.table, clear.log_line);
+        continue;
+      }
+      AdoControl& control = context.Target(clear.control);
+      std::string bound = control.RecordSource;
+      result.ledger.Merge(DeleteListedFileNumbers(context, control, clear.listed_table).ledger);
+      context.Guard("ClearSelectedTables", [&] { Rebind(control, bound); });
+    }
+    if (form.Checked(CheckBox::ckbclearsystem)) {
+      ClearWholeTable(context, result.ledger, "Users", "Users table cleared from office.mdb");
+    }
+  });
+  return result;
+}
+
+app::StepResult DeleteEmptyFilenumbers(Context& context) {
+  app::StepResult result;
+  for (const EmptyKey& key : kEmptyKeys) {
+    // Each statement on its own: a table or column this office.mdb lacks is reported and the
+    // others still run.
+    context.Guard("DeleteEmptyFilenumbers", [&] {
+      std::string sql = DeleteFrom(context, key.table) + " WHERE trim(" + key.column + ")=''";
+      std::int64_t deleted = Execute(context, sql);
+      result.ledger.Tally(app::RecordOutcome::Deleted, deleted,
+                          std::string(key.table) + ": rows whose " + key.column + " is blank");
+    });
+  }
+  return result;
+}
+
+void AdoPassedQuickCheckForIllegalSql(Context& context, AdoControl& control, std::string_view table, std::string_view field) {
+  context.Guard("AdoPassedQuickCheckForIllegalSql", [&] {
+    control.RecordSource = "Select * from " + std::string(table) + " Where " + std::string(field) + " LIKE '*'";
+    control.Refresh();
+  });
+}
+
+std::int64_t AdoCheckRecsForIllegalSql(Context& context, std::string_view table, std::string_view field) {
+  return context.Guard("AdoCheckRecsForIllegalSql", [&] {
+    AdoControl& control = context.Target(TargetControl::adoquery);
+    control.RecordSource = "Select " + std::string(field) + " from " + std::string(table);
+    control.Refresh();
+    RecordLoop loop;
+    loop.routine = "AdoCheckRecsForIllegalSql";
+    loop.target = &control;
+    loop.counter_in_label = false;
+    app::StepResult scan = RunRecordLoop(context, loop, [&] {
+      std::string value = adogetfield(control, field);
+      if (!AdoQuickCheckChars(value)) return app::RecordResult::Unchanged();
+      context.Log("Illegal SQL character (' # *) in " + std::string(table) + "." + std::string(field) + ": " + value);
+      return app::RecordResult::Skipped("holds ' # or *");
+    });
+    return scan.ledger.count(app::RecordOutcome::Skipped);
+  });
+}
+
+std::int64_t AdoCheckTableForIllegalSql(Context& context, std::string_view table) {
+  return context.Guard("AdoCheckTableForIllegalSql", [&] {
+    jet::Database& database = context.connections().target_database().Open();
+    jet::Recordset columns(database, "Select * from [" + std::string(table) + "] where 1=2");
+    std::int64_t hits = 0;
+    for (const jet::FieldInfo& field : columns.fields()) {
+      if (field.type == jet::ColumnType::Text || field.type == jet::ColumnType::Memo) {
+        hits += AdoCheckRecsForIllegalSql(context, table, field.name);
+      }
+    }
+    return hits;
+  });
+}
+
+}  // namespace qorvane::data

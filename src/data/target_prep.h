@@ -1,0 +1,33 @@
+// Preparing office.mdb before and after the converters: emptying the tables the user chose
+// ("Clear Data First"), deleting rows whose key is blank, and the scans for text that would
+// break an SQL literal. Deletions are counted in the result's ledger.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "app/ledger.h"
+#include "data/context.h"
+
+namespace qorvane::data {
+
+// The clearing pass the "Clear Data First" boxes drive, with its log lines.
+app::StepResult ClearSelectedTables(Context& context);
+// Empties TABLE ("DELETE FROM [path].[table]"); returns the rows deleted.
+std::int64_t DeleteAllRecords(Context& context, std::string_view table);
+// The sixteen deletions of rows with a blank key; a table or column this office.mdb lacks is
+// reported in the log and the other statements go on.
+app::StepResult DeleteEmptyFilenumbers(Context& context);
+// Deletes every row of the control's record set.
+app::StepResult ClearData(Context& context, AdoControl& control);
+// Deletes the "-A" rows of the listed file numbers from TABLE.
+app::StepResult DeleteListedFileNumbers(Context& context, AdoControl& control, std::string_view table);
+
+// Points CONTROL at the rows of TABLE whose FIELD is LIKE '*' (every row with a value).
+void AdoPassedQuickCheckForIllegalSql(Context& context, AdoControl& control, std::string_view table, std::string_view field);
+// Logs every value of FIELD (or of every text column) of TABLE that holds ', # or *; returns
+// the number of such values.
+std::int64_t AdoCheckRecsForIllegalSql(Context& context, std::string_view table, std::string_view field);
+std::int64_t AdoCheckTableForIllegalSql(Context& context, std::string_view table);
+
+}  // namespace qorvane::data
