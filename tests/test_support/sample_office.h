@@ -21,8 +21,11 @@ inline foxpro::Value FoxText(const std::string& text) {
 }
 
 inline void WriteFoxTable(const std::string& path, std::vector<foxpro::FieldSpec> fields,
-                          const std::vector<std::vector<foxpro::Value>>& rows) {
-  foxpro::TableCreator creator(path, std::move(fields), {});
+                          const std::vector<std::vector<foxpro::Value>>& rows,
+                          std::vector<foxpro::TagDefinition> tags = {}) {
+  foxpro::NewTableOptions options;
+  options.tags = std::move(tags);
+  foxpro::TableCreator creator(path, std::move(fields), options);
   for (const auto& row : rows) creator.Append(row);
   creator.Finish();
 }
