@@ -16,6 +16,7 @@
 #include "cli/terminal_view.h"
 #include "convert/office.h"
 #include "data/init_target.h"
+#include "data/source_check.h"
 
 namespace {
 
@@ -167,7 +168,13 @@ int main(int argc, char** argv) {
     int status = data::InitTarget(init_dir, std::cout, std::cerr);
     return status == 0 ? kExitCompleted : kExitRefused;
   }
-  if (check_command->parsed()) return NotAvailableYet("check");
+  if (check_command->parsed()) {
+    if (!os::IsDirectory(check_source)) {
+      std::cerr << "qorvane: " << check_source << ": no such folder (give the folder of the old program's .dbf tables)\n";
+      return kExitUsage;
+    }
+    return data::SourceCheckExitStatus(data::CheckSource(check_source, check_codepage, std::cout));
+  }
   if (sample_command->parsed()) return NotAvailableYet("sample");
   if (export_command->parsed()) {
     cli::ExportOptions options;

@@ -71,6 +71,15 @@ bool EndsWithDbf(const std::string& name) {
 
 }  // namespace
 
+std::vector<SourceTableFile> SourceTableFiles() {
+  std::vector<SourceTableFile> files;
+  for (const SourceBinding& binding : SourceBindings()) {
+    if (!files.empty() && std::string(files.back().file) == binding.file) continue;
+    files.push_back({binding.file, binding.table});
+  }
+  return files;
+}
+
 void LogReporter::Report(const Damage& damage) {
   const std::string message = DamageMessage(damage);
   if (!reported_.insert(message).second) return;

@@ -30,6 +30,14 @@ class LogReporter : public Reporter {
   std::set<std::string> reported_;  // a damaged table is opened by several controls: say it once
 };
 
+// The source tables the connections bind, each once, in binding order: the file name and the
+// table name its controls are given.
+struct SourceTableFile {
+  const char* file;   // "property.dbf"
+  const char* table;  // "PROPERTY"
+};
+std::vector<SourceTableFile> SourceTableFiles();
+
 struct SourceOptions {
   int default_code_page = 437;  // for source tables whose header names no code page
 };

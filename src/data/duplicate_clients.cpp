@@ -18,6 +18,20 @@ void LogStop(Context& context) {
 
 }  // namespace
 
+std::string ClientKeyScan::Next(const std::string& key, std::string& reported_key) {
+  std::string reason;
+  if (key.empty()) {
+    reason = "empty client key";
+  } else if (key == previous_) {
+    reason = "client key " + key + " is used twice";
+  } else if (HasIllegalFileChars(key)) {
+    reason = "client key " + key + " holds a character not allowed in a key";
+  }
+  reported_key = previous_;
+  previous_ = key;
+  return reason;
+}
+
 app::StepResult CheckDuplicateClientKeys(Context& context) {
   return context.Guard("CheckDuplicateClients", [&]() -> app::StepResult {
     app::FormModel& form = context.form();
@@ -34,30 +48,18 @@ app::StepResult CheckDuplicateClientKeys(Context& context) {
 
     // Equal keys are adjacent in this order. A listed record puts the key BEFORE it in the list
     // (for a duplicate that is its own key; for an empty or illegal key, the neighbour's).
-    std::string previous;
+    ClientKeyScan scan;
     RecordLoop loop;
     loop.routine = "CheckDuplicateClients";
     loop.source = &clients;
     loop.counter_in_label = false;
     loop.key = [&] { return "Cli_num " + DATgetfield(clients, "Cli_num"); };
     app::StepResult result = RunRecordLoop(context, loop, [&] {
-      std::string key = DATgetfield(clients, "Cli_lname");
-      std::string number = DATgetfield(clients, "Cli_num");
-      std::string reason;
-      if (key.empty()) {
-        reason = "empty client key";
-      } else if (key == previous) {
-        reason = "client key " + key + " is used twice";
-      } else if (HasIllegalFileChars(key)) {
-        reason = "client key " + key + " holds a character not allowed in a key";
-      }
-      if (reason.empty()) {
-        previous = key;
-        return app::RecordResult::Unchanged();
-      }
-      form.lstduplicateclients.push_back(previous);
-      form.lstclinum.push_back(number);
-      previous = key;
+      std::string listed_key;
+      std::string reason = scan.Next(DATgetfield(clients, "Cli_lname"), listed_key);
+      if (reason.empty()) return app::RecordResult::Unchanged();
+      form.lstduplicateclients.push_back(listed_key);
+      form.lstclinum.push_back(DATgetfield(clients, "Cli_num"));
       return app::RecordResult::Skipped(reason);
     });
     if (context.AbortRequested()) LogStop(context);
@@ -83,7 +85,7 @@ app::StepResult CorrectDuplicateClients(Context& context) {
         result.ledger.Record(record, app::RecordResult::Refused("client number not found"));
         continue;
       }
-      std::string new_key = number + old_key;
+      std::string new_key = CorrectedClientKey(number, old_key);
       DaoSetField(clients, new_key, "Cli_lname");
       form.lstafterdup.push_back(new_key);
       context.Log("Clientnum: " + number + " Cli_lname: " + old_key + " = " + new_key);

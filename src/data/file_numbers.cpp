@@ -47,29 +47,19 @@ struct FieldFix {
   std::string log_name;     // the field as the log line names it
 };
 
-// Cleans the FIELDS of the current record; stores every cleaned value back when none is illegal,
-// else repairs the illegal ones with their list and log lines. The record is saved.
+// Cleans the FIELDS of the current record and stores what PlanKeyCorrections says, with the
+// list and log lines of each repair. The record is saved.
 app::RecordResult CorrectRecord(Context& context, DataControl& control, const std::vector<FieldFix>& fields) {
-  std::vector<std::string> before, cleaned;
-  bool any_illegal = false;
-  for (const FieldFix& fix : fields) {
-    before.push_back(DATgetfield(control, fix.field));
-    cleaned.push_back(Cleaned(before.back()));
-    any_illegal = any_illegal || HasIllegalFileChars(cleaned.back());
-  }
+  std::vector<std::string> values;
+  for (const FieldFix& fix : fields) values.push_back(DATgetfield(control, fix.field));
   bool changed = false;
-  for (std::size_t i = 0; i < fields.size(); ++i) {
-    if (!any_illegal) {
-      DaoSetField(control, cleaned[i], fields[i].field);
-      changed = changed || cleaned[i] != before[i];
-      continue;
-    }
-    if (!HasIllegalFileChars(cleaned[i])) continue;
-    std::string repaired = FixIllegalFileChars(cleaned[i]);
-    DaoSetField(control, repaired, fields[i].field);
-    context.ListIllegalFileNumber(fields[i].list_prefix + cleaned[i] + " = " + repaired);
-    context.Log("VL CORRECTION: illegal " + fields[i].log_name + " (" + cleaned[i] + ") converted = " + repaired);
-    changed = true;
+  for (const KeyCorrection& correction : PlanKeyCorrections(values)) {
+    const FieldFix& fix = fields[correction.field];
+    DaoSetField(control, correction.after, fix.field);
+    changed = changed || correction.after != values[correction.field];
+    if (!correction.illegal) continue;
+    context.ListIllegalFileNumber(fix.list_prefix + correction.before + " = " + correction.after);
+    context.Log("VL CORRECTION: illegal " + fix.log_name + " (" + correction.before + ") converted = " + correction.after);
   }
   foxpro::RecordSet& records = control.Recordset();
   if (records.EditInProgress()) records.Update();
@@ -87,6 +77,24 @@ app::StepResult CorrectTable(Context& context, const char* routine, DataControl&
 }
 
 }  // namespace
+
+std::vector<KeyCorrection> PlanKeyCorrections(const std::vector<std::string>& values) {
+  std::vector<std::string> cleaned;
+  bool any_illegal = false;
+  for (const std::string& value : values) {
+    cleaned.push_back(Cleaned(value));
+    any_illegal = any_illegal || HasIllegalFileChars(cleaned.back());
+  }
+  std::vector<KeyCorrection> plan;
+  for (std::size_t i = 0; i < cleaned.size(); ++i) {
+    if (!any_illegal) {
+      plan.push_back({i, cleaned[i], cleaned[i], false});
+    } else if (HasIllegalFileChars(cleaned[i])) {
+      plan.push_back({i, cleaned[i], FixIllegalFileChars(cleaned[i]), true});
+    }
+  }
+  return plan;
+}
 
 bool ValidateFileName(std::string_view text) {
   std::size_t first = text.find_first_not_of(' ');

@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "app/ledger.h"
 #include "data/context.h"
@@ -23,6 +24,17 @@ std::string FixIllegalFileChars(std::string_view text);
 // the same with "-A" appended before the padding.
 std::string MakeFileNumber(std::string_view number);
 std::string MakeFileNumberDashA(std::string_view number);
+
+// What the corrections do to one record's key values: each is cleaned (every blank removed,
+// upper-cased); when none holds an illegal character every cleaned value is stored back,
+// otherwise only the illegal ones are repaired (FixIllegalFileChars) and listed.
+struct KeyCorrection {
+  std::size_t field;   // index into the values given
+  std::string before;  // the cleaned value
+  std::string after;   // what is stored
+  bool illegal;        // a repair, with its list and log lines
+};
+std::vector<KeyCorrection> PlanKeyCorrections(const std::vector<std::string>& values);
 
 // Points datproperty at one file number's records / adoproperty at its "-A" row.
 void SelectOnlyFileNumber(Context& context, std::string_view number);

@@ -1,0 +1,109 @@
+// `qorvane check` on a source office: what the corrections would repair, in the log's wording,
+// a line per table, the exit status, and not one byte or time of the source changed.
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <filesystem>
+#include <map>
+
+#include "test_support/sample_office.h"
+#include "test_support/temp_dir.h"
+
+namespace qorvane {
+namespace {
+
+using test::FoxText;
+
+struct CheckRun {
+  int status = -1;
+  std::string out;
+};
+
+CheckRun Check(const std::string& folder) {
+  std::string command = std::string(QORVANE_CLI_PATH) + " check --source " + test::ShellQuote(folder) + " 2>&1";
+  CheckRun run;
+  FILE* pipe = popen(command.c_str(), "r");
+  char buffer[4096];
+  while (std::size_t n = fread(buffer, 1, sizeof buffer, pipe)) run.out.append(buffer, n);
+  int raw = pclose(pipe);
+  run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+  return run;
+}
+
+// Every file of FOLDER with its bytes and its modification time.
+std::map<std::string, std::pair<std::string, long long>> Snapshot(const std::string& folder) {
+  std::map<std::string, std::pair<std::string, long long>> files;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    struct stat info {};
+    stat(entry.path().c_str(), &info);
+    files[entry.path().filename()] = {test::Command("cat " + test::ShellQuote(entry.path())),
+                                      info.st_mtim.tv_sec * 1000000000LL + info.st_mtim.tv_nsec};
+  }
+  return files;
+}
+
+class SourceCheck : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    source = dir.path() + "/pyx";
+    std::filesystem::create_directories(source);
+    test::WriteFoxTable(source + "/PROPERTY.DBF", {{"FILE_NUM", 'C', 10}, {"INV_NUM", 'C', 10}, {"CLI_NUM", 'C', 10}},
+                        {{FoxText("1001"), FoxText("I1"), FoxText("C1")}, {FoxText("1002"), FoxText(""), FoxText("")}},
+                        {{"FILE_NUM", "FILE_NUM", "", false}});
+    test::WriteFoxTable(source + "/CLIENT.DBF", {{"CLI_NUM", 'C', 5}, {"CLI_LNAME", 'C', 20}, {"CLI_BILL", 'C', 5}},
+                        {{FoxText("1"), FoxText("ADAMS"), FoxText("")}, {FoxText("2"), FoxText("BAKER"), FoxText("")}});
+  }
+  test::TempDir dir;
+  std::string source;
+};
+
+TEST_F(SourceCheck, ACleanOfficeNeedsNothingAndSaysSo) {
+  auto before = Snapshot(source);
+  CheckRun run = Check(source);
+  EXPECT_EQ(run.status, 0) << run.out;
+  EXPECT_NE(run.out.find("property.dbf: 2 records\n"), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find("client.dbf: 2 records\n"), std::string::npos);
+  EXPECT_NE(run.out.find("0 file number(s) would be repaired"), std::string::npos);
+  EXPECT_EQ(Snapshot(source), before);
+}
+
+TEST_F(SourceCheck, IllegalNumbersAndBadClientKeysAreListedAndNothingIsWritten) {
+  test::WriteFoxTable(source + "/PROPERTY.DBF", {{"FILE_NUM", 'C', 10}, {"INV_NUM", 'C', 10}, {"CLI_NUM", 'C', 10}},
+                      {{FoxText("1#2#3&4"), FoxText("I1"), FoxText("C&1")}, {FoxText("ab 12"), FoxText(""), FoxText("")}},
+                      {{"FILE_NUM", "FILE_NUM", "", false}});
+  test::WriteFoxTable(source + "/CLIENT.DBF", {{"CLI_NUM", 'C', 5}, {"CLI_LNAME", 'C', 20}, {"CLI_BILL", 'C', 5}},
+                      {{FoxText("7"), FoxText("SMITH"), FoxText("")}, {FoxText("9"), FoxText("SMITH"), FoxText("X*")}});
+  auto before = Snapshot(source);
+  CheckRun run = Check(source);
+  EXPECT_EQ(run.status, 1) << run.out;
+  for (const char* line : {"Preliminary data correction to illegal VL property.dbf fields (file_num and Inv_num)\n"
+                           "VL CORRECTION: illegal file_num (1#2#3&4) converted = 1-2-3&4\n"
+                           "VL CORRECTION: illegal Cli_num (C&1) converted = C-1\n",
+                           "Preliminary data correction to illegal VL Client.dbf field (Cli_Bill)\n"
+                           "VL CORRECTION: illegal Cli_Bill (X*) converted = X-\n",
+                           "Checking For duplicate Client Listings\nClientnum: 9 Cli_lname: SMITH = 9SMITH\n",
+                           "3 file number(s) would be repaired by the Preliminary Corrections, 1 client key(s)"}) {
+    EXPECT_NE(run.out.find(line), std::string::npos) << line << "\n---\n" << run.out;
+  }
+  EXPECT_EQ(Snapshot(source), before);
+  EXPECT_FALSE(std::filesystem::exists(source + "/qorvane-backup-"));
+}
+
+TEST_F(SourceCheck, ADamagedTableIsNamedAndAnUnreadableOneGivesStatusThree) {
+  // A table cut short: the records that are there are counted and the damage is reported.
+  std::string path = source + "/PROPERTY.DBF";
+  std::filesystem::resize_file(path, std::filesystem::file_size(path) - 20);
+  CheckRun run = Check(source);
+  EXPECT_NE(run.out.find("property.dbf: 1 records\n  "), std::string::npos) << run.out;
+  // Not a table at all.
+  test::Command("printf 'not a table' > " + test::ShellQuote(source + "/INVOICE.DBF"));
+  run = Check(source);
+  EXPECT_EQ(run.status, 3) << run.out;
+  EXPECT_NE(run.out.find("invoice.dbf: cannot be read: "), std::string::npos) << run.out;
+  EXPECT_EQ(Check(dir.path() + "/nowhere").status, 2);
+}
+
+}  // namespace
+}  // namespace qorvane
