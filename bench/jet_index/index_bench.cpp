@@ -6,7 +6,7 @@
 #include <random>
 #include <vector>
 
-#include "jet/index/format.h"
+#include "jet/format/index_pages.h"
 #include "jet/index/key.h"
 #include "jet/index/tree.h"
 

@@ -1,6 +1,8 @@
-// Parsers of stored N, F, D and L field bytes, Julian day arithmetic and number formatting.
+// Parsers of stored N, F, D and L field bytes, Julian days (on the shared calendar) and number formatting.
 // Locale-independent throughout (std::from_chars / std::to_chars).
 #include "foxpro/value.h"
+
+#include "common/calendar.h"
 
 #include <charconv>
 #include <cmath>
@@ -70,11 +72,8 @@ ParsedNumber ParseNumber(std::string_view stored) {
 }
 
 bool IsValidDate(int year, int month, int day) {
-  static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
   if (year < 1 || year > 9999 || month < 1 || month > 12 || day < 1) return false;
-  bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-  int days = kDays[month - 1] + (month == 2 && leap ? 1 : 0);
-  return day <= days;
+  return day <= calendar::DaysInMonth(year, month);
 }
 
 ParsedDate ParseDate(std::string_view stored) {
@@ -112,28 +111,12 @@ ParsedLogical ParseLogical(unsigned char stored) {
 }
 
 std::int64_t JulianDay(const Date& date) {
-  // Days from civil (proleptic Gregorian), then shifted so 1970-01-01 = 2440588.
-  std::int64_t year = date.year - (date.month <= 2 ? 1 : 0);
-  std::int64_t era = (year >= 0 ? year : year - 399) / 400;
-  std::int64_t year_of_era = year - era * 400;
-  std::int64_t month = date.month;
-  std::int64_t day_of_year = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + date.day - 1;
-  std::int64_t day_of_era = year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year;
-  std::int64_t days = era * 146097 + day_of_era - 719468;
-  return days + 2440588;
+  return calendar::DaysFromCivil(date.year, date.month, date.day) + calendar::kJulianDayOf1970;
 }
 
 Date DateFromJulianDay(std::int64_t julian_day) {
-  std::int64_t days = julian_day - 2440588 + 719468;
-  std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
-  std::int64_t day_of_era = days - era * 146097;
-  std::int64_t year_of_era = (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
-  std::int64_t year = year_of_era + era * 400;
-  std::int64_t day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
-  std::int64_t mp = (5 * day_of_year + 2) / 153;
-  std::int64_t day = day_of_year - (153 * mp + 2) / 5 + 1;
-  std::int64_t month = mp + (mp < 10 ? 3 : -9);
-  return Date{static_cast<int>(year + (month <= 2 ? 1 : 0)), static_cast<int>(month), static_cast<int>(day)};
+  const calendar::CivilDate civil = calendar::CivilFromDays(julian_day - calendar::kJulianDayOf1970);
+  return Date{civil.year, civil.month, civil.day};
 }
 
 std::string FormatNumber(double value) {

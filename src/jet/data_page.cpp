@@ -4,7 +4,8 @@
 #include <cstring>
 #include <vector>
 
-#include "jet/format.h"
+#include "jet/format/pages.h"
+#include "jet/format/table_definition.h"
 
 namespace qorvane::jet {
 namespace {

@@ -2,7 +2,8 @@
 #include "jet/database.h"
 
 #include "common/error.h"
-#include "jet/format.h"
+#include "jet/format/pages.h"
+#include "jet/format/table_definition.h"
 #include "jet/page_store.h"
 #include "jet/row_codec.h"
 

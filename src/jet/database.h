@@ -12,7 +12,8 @@
 #include <vector>
 
 #include "common/reporter.h"
-#include "jet/format.h"
+#include "jet/format/pages.h"
+#include "jet/format/table_definition.h"
 #include "jet/table.h"
 
 namespace qorvane::jet {

@@ -8,7 +8,8 @@
 #include <unordered_map>
 
 #include "common/error.h"
-#include "jet/format.h"
+#include "jet/format/pages.h"
+#include "jet/format/table_definition.h"
 #include "jet/index/key.h"
 #include "jet/index_keys.h"
 #include "jet/index/tree.h"

@@ -20,25 +20,6 @@ constexpr std::size_t kCacheLimitPages = 16384;
 // Consecutive changed pages written in one call at most (4 MB).
 constexpr std::size_t kFlushRunPages = 1024;
 
-// The RC4 keystream of the key C7 DA 39 6B that masks header bytes 0x18..0x97.
-std::array<std::uint8_t, kHeaderMaskedLength> HeaderMask() {
-  static constexpr std::uint8_t kKey[4] = {0xC7, 0xDA, 0x39, 0x6B};
-  std::array<std::uint8_t, 256> state{};
-  for (int i = 0; i < 256; ++i) state[i] = static_cast<std::uint8_t>(i);
-  for (int i = 0, j = 0; i < 256; ++i) {
-    j = (j + state[i] + kKey[i % 4]) & 0xFF;
-    std::swap(state[i], state[j]);
-  }
-  std::array<std::uint8_t, kHeaderMaskedLength> mask{};
-  for (std::size_t k = 0, i = 0, j = 0; k < mask.size(); ++k) {
-    i = (i + 1) & 0xFF;
-    j = (j + state[i]) & 0xFF;
-    std::swap(state[i], state[j]);
-    mask[k] = state[(state[i] + state[j]) & 0xFF];
-  }
-  return mask;
-}
-
 std::string DirectoryOf(const std::string& path) {
   std::size_t slash = path.find_last_of('/');
   return slash == std::string::npos ? "." : (slash == 0 ? "/" : path.substr(0, slash));
@@ -131,7 +112,7 @@ void CheckDatabaseHeader(Bytes start, std::uint64_t file_size, const std::string
     refuse(ErrorKind::Corrupt, "damaged: its size (" + std::to_string(file_size) +
                                    " bytes) is not a whole number of 4096-byte pages");
   }
-  auto mask = HeaderMask();
+  const auto& mask = kHeaderMask;
   std::array<std::uint8_t, kHeaderMaskedLength> clear{};
   for (std::size_t i = 0; i < clear.size(); ++i) {
     clear[i] = Get8(start, kHeaderMaskedOffset + i) ^ mask[i];

@@ -14,7 +14,8 @@
 
 #include "common/os.h"
 #include "jet/bytes.h"
-#include "jet/format.h"
+#include "jet/format/pages.h"
+#include "jet/format/table_definition.h"
 
 namespace qorvane::jet {
 

@@ -7,7 +7,8 @@
 #include <limits>
 
 #include "common/error.h"
-#include "jet/format.h"
+#include "jet/format/pages.h"
+#include "jet/format/table_definition.h"
 
 namespace qorvane::jet {
 namespace {

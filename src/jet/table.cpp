@@ -9,7 +9,8 @@
 
 #include "common/error.h"
 #include "jet/data_page.h"
-#include "jet/format.h"
+#include "jet/format/pages.h"
+#include "jet/format/table_definition.h"
 #include "jet/index/key.h"
 #include "jet/index_keys.h"
 #include "jet/index_rebuild.h"

@@ -6,7 +6,8 @@
 #include <unordered_set>
 
 #include "common/error.h"
-#include "jet/format.h"
+#include "jet/format/pages.h"
+#include "jet/format/table_definition.h"
 #include "jet/page_store.h"
 
 namespace qorvane::jet {

@@ -10,7 +10,8 @@
 
 #include "common/reporter.h"
 #include "jet/bytes.h"
-#include "jet/format.h"
+#include "jet/format/pages.h"
+#include "jet/format/table_definition.h"
 #include "jet/value.h"
 
 namespace qorvane::jet {

@@ -6,7 +6,8 @@
 
 #include "common/error.h"
 #include "jet/data_page.h"
-#include "jet/format.h"
+#include "jet/format/pages.h"
+#include "jet/format/table_definition.h"
 #include "jet/page_store.h"
 
 namespace qorvane::jet {

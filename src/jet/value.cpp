@@ -1,9 +1,11 @@
 // Value conversions: text forms, OLE dates, UTF-8/UTF-16 and Jet's case-blind comparison.
 #include "jet/value.h"
+#include "common/calendar.h"
 #include "common/utf8.h"
 
-#include "jet/format.h"
-#include "jet/index/format.h"
+#include "jet/format/pages.h"
+#include "jet/format/table_definition.h"
+#include "jet/format/index_pages.h"
 #include "jet/index/key.h"
 
 #include <algorithm>
@@ -14,36 +16,6 @@
 
 namespace qorvane::jet {
 namespace {
-
-// Days since 1970-01-01 to a civil date (proleptic Gregorian).
-void CivilFromDays(std::int64_t days, int& year, int& month, int& day) {
-  days += 719468;
-  std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
-  std::int64_t day_of_era = days - era * 146097;
-  std::int64_t year_of_era = (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
-  std::int64_t y = year_of_era + era * 400;
-  std::int64_t day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
-  std::int64_t mp = (5 * day_of_year + 2) / 153;
-  day = static_cast<int>(day_of_year - (153 * mp + 2) / 5 + 1);
-  month = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
-  year = static_cast<int>(y + (month <= 2 ? 1 : 0));
-}
-
-std::int64_t DaysFromCivil(int year, int month, int day) {
-  year -= month <= 2 ? 1 : 0;
-  std::int64_t era = (year >= 0 ? year : year - 399) / 400;
-  std::int64_t year_of_era = year - era * 400;
-  std::int64_t day_of_year = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-  std::int64_t day_of_era = year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year;
-  return era * 146097 + day_of_era - 719468;
-}
-
-bool IsLeapYear(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
-
-int DaysInMonth(int year, int month) {
-  static constexpr int kDays[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-  return month == 2 && IsLeapYear(year) ? 29 : kDays[month - 1];
-}
 
 // Reads 1 to MAX_DIGITS decimal digits at text[at]; nullopt when there is none.
 std::optional<int> ReadNumber(std::string_view text, std::size_t& at, std::size_t max_digits) {
@@ -169,7 +141,7 @@ bool operator==(const Value& a, const Value& b) {
 }
 
 double OleDateFromParts(int year, int month, int day, int hour, int minute, int second) {
-  double days = static_cast<double>(DaysFromCivil(year, month, day)) + format::kDaysFrom1899To1970;
+  double days = static_cast<double>(calendar::DaysFromCivil(year, month, day) + calendar::kOleDayOf1970);
   double time = (hour * 3600.0 + minute * 60.0 + second) / 86400.0;
   // Before 1899-12-30 the day part is negative but the time still counts forward.
   return days < 0 ? days - time : days + time;
@@ -185,8 +157,7 @@ std::string FormatOleDate(double ole_days) {
     seconds -= 86400;
     day_number += 1;
   }
-  int year = 0, month = 0, day = 0;
-  CivilFromDays(day_number - static_cast<std::int64_t>(format::kDaysFrom1899To1970), year, month, day);
+  const auto [year, month, day] = calendar::CivilFromDays(day_number - calendar::kOleDayOf1970);
   char buffer[48];
   std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02d %02d:%02d:%02d", year, month, day,
                 static_cast<int>(seconds / 3600), static_cast<int>(seconds / 60 % 60),
@@ -236,9 +207,9 @@ std::optional<double> ParseDateText(std::string_view text, std::string& why) {
     why = "no such date (month " + std::to_string(month) + ")";
     return std::nullopt;
   }
-  if (day < 1 || day > DaysInMonth(year, month)) {
+  if (day < 1 || day > calendar::DaysInMonth(year, month)) {
     why = "no such date (month " + std::to_string(month) + " of " + std::to_string(year) + " has " +
-          std::to_string(DaysInMonth(year, month)) + " days)";
+          std::to_string(calendar::DaysInMonth(year, month)) + " days)";
     return std::nullopt;
   }
   if (hour > 23 || minute > 59 || second > 59) {
@@ -325,7 +296,7 @@ int CompareValues(const Value& a, const Value& b) {
     std::vector<std::uint8_t> x_key, y_key;
     if (index::AppendTextSortKey(x_key, x) && index::AppendTextSortKey(y_key, y)) {
       if (x_key != y_key) return x_key < y_key ? -1 : 1;
-      if (x.size() <= index::format::kMaxTextKeyCharacters && y.size() <= index::format::kMaxTextKeyCharacters) return 0;
+      if (x.size() <= format::kMaxTextKeyCharacters && y.size() <= format::kMaxTextKeyCharacters) return 0;
     }
     x = FoldForComparison(x);
     y = FoldForComparison(y);

@@ -1,4 +1,4 @@
-// The values a Jet table holds: column types, a small tagged value (null, boolean, integer,
+// The values a Jet table holds: column type names, a small tagged value (null, boolean, integer,
 // floating point, currency, date, text, binary) and the conversions between them that the
 // record sets and the export need (text as UTF-8, dates as OLE day numbers).
 #pragma once
@@ -8,24 +8,9 @@
 #include <string>
 #include <string_view>
 
-namespace qorvane::jet {
+#include "jet/format/table_definition.h"
 
-enum class ColumnType : std::uint8_t {
-  Boolean = 0x01,
-  Byte = 0x02,
-  Integer = 0x03,
-  Long = 0x04,
-  Currency = 0x05,
-  Single = 0x06,
-  Double = 0x07,
-  DateTime = 0x08,
-  Binary = 0x09,
-  Text = 0x0A,
-  Ole = 0x0B,
-  Memo = 0x0C,
-  Guid = 0x0F,
-  Numeric = 0x10,
-};
+namespace qorvane::jet {
 
 const char* ColumnTypeName(ColumnType type);
 bool IsKnownColumnType(std::uint8_t code);

@@ -11,7 +11,9 @@
 
 #include "common/error.h"
 #include "common/os.h"
-#include "jet/create/format.h"
+#include "jet/bytes.h"
+#include "jet/format/pages.h"
+#include "jet/format/table_definition.h"
 #include "jet/create/system_tables.h"
 #include "jet/create/table_layout.h"
 #include "jet/index/tree.h"
@@ -61,28 +63,32 @@ void CheckName(const std::u16string& name, const std::string& what) {
 }
 
 struct TypeFacts {
-  uint8_t code;
+  jet::ColumnType type;
   uint16_t length;
   bool fixed;
 };
 TypeFacts FactsOf(const ColumnSchema& column, const std::string& where) {
-  switch (column.type) {
-    case ColumnType::Boolean: return {0x01, 1, true};
-    case ColumnType::Byte: return {0x02, 1, true};
-    case ColumnType::Integer: return {0x03, 2, true};
-    case ColumnType::Long:
-    case ColumnType::AutoNumber: return {0x04, 4, true};
-    case ColumnType::Currency: return {0x05, 8, true};
-    case ColumnType::Single: return {0x06, 4, true};
-    case ColumnType::Double: return {0x07, 8, true};
-    case ColumnType::DateTime: return {0x08, 8, true};
-    case ColumnType::Memo: return {0x0C, 0, false};
+  using jet::ColumnType;
+  if (column.type.autonumber && column.type.type != ColumnType::Long) {
+    throw Error(ErrorKind::InvalidArgument, where + ": unknown column type");
+  }
+  switch (column.type.type) {
+    case ColumnType::Boolean: return {ColumnType::Boolean, 1, true};
+    case ColumnType::Byte: return {ColumnType::Byte, 1, true};
+    case ColumnType::Integer: return {ColumnType::Integer, 2, true};
+    case ColumnType::Long: return {ColumnType::Long, 4, true};
+    case ColumnType::Currency: return {ColumnType::Currency, 8, true};
+    case ColumnType::Single: return {ColumnType::Single, 4, true};
+    case ColumnType::Double: return {ColumnType::Double, 8, true};
+    case ColumnType::DateTime: return {ColumnType::DateTime, 8, true};
+    case ColumnType::Memo: return {ColumnType::Memo, 0, false};
     case ColumnType::Text:
       if (column.size < 1 || column.size > 255) {
         throw Error(ErrorKind::InvalidArgument, where + ": Text size " + std::to_string(column.size) +
                                                     " is not in 1..255");
       }
-      return {0x0A, static_cast<uint16_t>(2 * column.size), false};
+      return {ColumnType::Text, static_cast<uint16_t>(2 * column.size), false};
+    default: break;
   }
   throw Error(ErrorKind::InvalidArgument, where + ": unknown column type");
 }
@@ -100,7 +106,7 @@ TableLayout LayOut(const TableSchema& schema, uint32_t tdef_page, uint32_t holde
     throw Error(ErrorKind::InvalidArgument, "table " + schema.name + ": more than 32 indexes");
   }
   table.tdef_page = tdef_page;
-  table.table_type = format::kUserTable;
+  table.table_type = format::kTableTypeUser;
   table.owned_map = MapPointer(holder, 0);
   table.free_map = MapPointer(holder, 1);
   uint16_t fixed_offset = 0, variable = 0;
@@ -115,17 +121,17 @@ TableLayout LayOut(const TableSchema& schema, uint32_t tdef_page, uint32_t holde
       throw Error(ErrorKind::InvalidArgument, where + ": the name is used twice");
     }
     const TypeFacts facts = FactsOf(column, where);
-    layout.type = facts.code;
+    layout.type = facts.type;
     layout.id = layout.column_index = static_cast<uint16_t>(i);
     layout.length = facts.length;
-    layout.flags = facts.fixed ? format::kColumnFixed | format::kColumnUpdatable : format::kColumnUpdatable;
-    if (column.type == ColumnType::AutoNumber) layout.flags |= format::kColumnAutoNumber;
-    if (column.type == ColumnType::Text || column.type == ColumnType::Memo) {
-      layout.extended_flags = format::kColumnCompressedUnicode;
+    layout.flags = facts.fixed ? format::kColumnFlagFixed | format::kColumnFlagUpdatable : format::kColumnFlagUpdatable;
+    if (column.type.autonumber) layout.flags |= format::kColumnFlagAutoNumber;
+    if (facts.type == jet::ColumnType::Text || facts.type == jet::ColumnType::Memo) {
+      layout.extended_flags = format::kColumnExtendedFlagCompressed;
     }
     if (facts.fixed) {
       layout.variable_slot = variable;
-      if (layout.type != 0x01) {
+      if (layout.type != jet::ColumnType::Boolean) {
         layout.fixed_offset = fixed_offset;
         fixed_offset = static_cast<uint16_t>(fixed_offset + facts.length);
       }
@@ -147,15 +153,14 @@ TableLayout LayOut(const TableSchema& schema, uint32_t tdef_page, uint32_t holde
     for (const std::string& name : index.columns) {
       auto found = ids.find(Fold(Widen(name, where)));
       if (found == ids.end()) throw Error(ErrorKind::InvalidArgument, where + ": no column " + name);
-      uint8_t type = table.columns[found->second].type;
-      if (type == 0x0C) throw Error(ErrorKind::NotSupported, where + ": Memo columns are not indexed");
+      if (table.columns[found->second].type == jet::ColumnType::Memo) throw Error(ErrorKind::NotSupported, where + ": Memo columns are not indexed");
       real.columns.emplace_back(found->second, index::SortOrder::Ascending);
     }
     real.map_pointer = MapPointer(holder, map_row++);
     real.root = roots.at(i);
-    real.flags = index.kind == IndexKind::PrimaryKey ? format::kIndexModern | format::kIndexUnique | format::kIndexRequired
-                 : index.kind == IndexKind::Unique   ? format::kIndexModern | format::kIndexUnique
-                                                     : format::kIndexModern;
+    real.flags = index.kind == IndexKind::PrimaryKey ? format::kIndexFlagModern | format::kIndexFlagUnique | format::kIndexFlagRequired
+                 : index.kind == IndexKind::Unique   ? format::kIndexFlagModern | format::kIndexFlagUnique
+                                                     : format::kIndexFlagModern;
     table.real_indexes.push_back(real);
     LogicalIndexLayout logical{static_cast<uint32_t>(i), static_cast<uint32_t>(i),
                                static_cast<uint8_t>(index.kind == IndexKind::PrimaryKey ? 1 : 0),
@@ -164,60 +169,34 @@ TableLayout LayOut(const TableSchema& schema, uint32_t tdef_page, uint32_t holde
     table.logical_indexes.push_back(logical);
   }
   for (const ColumnLayout& column : table.columns) {
-    if (column.type != 0x0C) continue;
+    if (column.type != jet::ColumnType::Memo) continue;
     table.long_values.push_back({column.id, MapPointer(holder, map_row), MapPointer(holder, map_row + 1)});
     map_row += 2;
   }
   return table;
 }
 
-// The 128-byte mask of the header: the keystream of RC4 with the fixed 4-byte key.
-std::array<uint8_t, format::kHeaderMaskedSize> HeaderMask() {
-  std::array<uint8_t, 256> state;
-  for (int i = 0; i < 256; ++i) state[i] = static_cast<uint8_t>(i);
-  for (int i = 0, j = 0; i < 256; ++i) {
-    j = (j + state[i] + format::kHeaderMaskKey[i % 4]) & 0xFF;
-    std::swap(state[i], state[j]);
-  }
-  std::array<uint8_t, format::kHeaderMaskedSize> mask;
-  for (size_t n = 0, i = 0, j = 0; n < mask.size(); ++n) {
-    i = (i + 1) & 0xFF;
-    j = (j + state[i]) & 0xFF;
-    std::swap(state[i], state[j]);
-    mask[n] = state[(state[i] + state[j]) & 0xFF];
-  }
-  return mask;
-}
-
-void Set16(Page& page, size_t offset, uint16_t value) {
-  page[offset] = static_cast<uint8_t>(value);
-  page[offset + 1] = static_cast<uint8_t>(value >> 8);
-}
-void Set32(Page& page, size_t offset, uint32_t value) {
-  for (int i = 0; i < 4; ++i) page[offset + i] = static_cast<uint8_t>(value >> (8 * i));
-}
-
 Page HeaderPage(double creation_date) {
   Page page(format::kPageSize, 0);
   std::memcpy(page.data(), format::kHeaderMagic, 4);
-  std::memcpy(page.data() + format::kHeaderFormatNameOffset, "Standard Jet DB", 16);
+  std::memcpy(page.data() + format::kHeaderFormatIdOffset, "Standard Jet DB", 16);
   page[format::kHeaderVersionOffset] = format::kVersionJet4;
-  Set32(page, format::kHeaderConstant1Offset, 0x100);
-  Set32(page, format::kHeaderConstant2Offset, 0x101);
+  Put32(page, format::kHeaderConstant1Offset, 0x100);
+  Put32(page, format::kHeaderConstant2Offset, 0x101);
   const uint32_t system_tables[] = {kObjectsTdefPage, kAcesTdefPage, kQueriesTdefPage, kRelationshipsTdefPage};
-  for (int i = 0; i < 4; ++i) Set32(page, format::kHeaderSystemTablesOffset + 4 * i, system_tables[i]);
-  Set16(page, format::kHeaderCodePageOffset, format::kCodePage1252);
+  for (int i = 0; i < 4; ++i) Put32(page, format::kHeaderSystemTablesOffset + 4 * i, system_tables[i]);
+  Put16(page, format::kHeaderCodePageOffset, format::kCodePage1252);
   // An empty password is stored as the mask derived from the creation date.
   const uint32_t password_mask = static_cast<uint32_t>(static_cast<int32_t>(std::floor(creation_date)));
-  for (size_t i = 0; i < format::kHeaderPasswordSize; i += 4) Set32(page, format::kHeaderPasswordOffset + i, password_mask);
-  Set32(page, format::kHeaderUnknownOffset, format::kHeaderUnknownValue);
-  Set16(page, format::kHeaderSortOrderOffset, format::kSortOrderGeneral);
+  for (size_t i = 0; i < format::kHeaderPasswordLength; i += 4) Put32(page, format::kHeaderPasswordOffset + i, password_mask);
+  Put32(page, format::kHeaderUnknownOffset, format::kHeaderUnknownValue);
+  Put16(page, format::kHeaderSortOrderOffset, format::kSortOrderGeneral);
   uint64_t date_bits;
   std::memcpy(&date_bits, &creation_date, 8);
-  for (int i = 0; i < 8; ++i) page[format::kHeaderCreationDateOffset + i] = static_cast<uint8_t>(date_bits >> (8 * i));
-  const auto mask = HeaderMask();
+  Put64(page, format::kHeaderCreationDateOffset, date_bits);
+  const auto& mask = format::kHeaderMask;
   for (size_t i = 0; i < mask.size(); ++i) page[format::kHeaderMaskedOffset + i] ^= mask[i];
-  Set32(page, format::kHeaderTrailerOffset, format::kHeaderTrailerValue);
+  Put32(page, format::kHeaderTrailerOffset, format::kHeaderTrailerValue);
   std::memcpy(page.data() + format::kHeaderTrailerOffset + 4, "4.0", 4);
   for (size_t slot = 0; slot < 256; ++slot) {
     page[format::kHeaderCommitTableOffset + 2 * slot] = slot == 0 ? 0x01 : 0x00;
@@ -256,12 +235,12 @@ class Builder {
 std::vector<uint32_t> BuildIndex(Builder& file, TableLayout& table, RealIndexLayout& real,
                                  const std::vector<std::vector<KeyValue>>& rows, uint32_t data_page) {
   std::vector<index::KeyColumn> columns;
-  for (auto [id, order] : real.columns) columns.push_back({*index::KeyTypeFromColumnType(table.Column(id).type), order});
+  for (auto [id, order] : real.columns) columns.push_back({*index::KeyTypeFromColumnType(static_cast<uint8_t>(table.Column(id).type)), order});
   std::vector<index::Entry> entries;
   for (size_t r = 0; r < rows.size(); ++r) {
     std::vector<KeyValue> values;
     for (auto [id, order] : real.columns) values.push_back(rows[r][id]);
-    auto key = index::MakeKey(columns, values, real.flags & format::kIndexIgnoreNulls ? index::NullKeys::Ignore : index::NullKeys::Store);
+    auto key = index::MakeKey(columns, values, real.flags & format::kIndexFlagIgnoreNulls ? index::NullKeys::Ignore : index::NullKeys::Store);
     if (key) entries.push_back({std::move(*key), data_page, static_cast<uint8_t>(r)});
   }
   index::SortEntries(entries);
@@ -409,14 +388,14 @@ void CreateDatabase(const std::string& path, std::span<const TableSchema> tables
   }
 
   // Page 1: the global map, a set bit meaning a free page (every page past the end).
-  if (file.size() > format::kUsageMapPages) {
+  if (file.size() > format::kUsageMapInlinePages) {
     throw Error(ErrorKind::NotSupported, "new database: the schema needs more than 512 pages");
   }
   std::vector<uint32_t> free_pages;
-  for (uint32_t page = static_cast<uint32_t>(file.size()); page < format::kUsageMapPages; ++page) free_pages.push_back(page);
+  for (uint32_t page = static_cast<uint32_t>(file.size()); page < format::kUsageMapInlinePages; ++page) free_pages.push_back(page);
   DataPage global(1);
   global.Add(UsageMapRow(free_pages));
-  global.Add(std::vector<uint8_t>(format::kUsageMapRowSize, 0));
+  global.Add(std::vector<uint8_t>(format::kUsageMapInlineRowSize, 0));
   file[1] = global.bytes();
   file[0] = HeaderPage(now);
   WriteNewFile(path, file.Bytes());

@@ -8,14 +8,37 @@
 #include <string>
 #include <vector>
 
+#include "jet/format/table_definition.h"
+
 namespace qorvane::jet::create {
 
-enum class ColumnType { Boolean, Byte, Integer, Long, Currency, Single, Double, DateTime, Text,
-                        Memo, AutoNumber };
+// The type of a schema column: one of the engine's column types, and whether Jet numbers the
+// column itself (Access's AutoNumber, a Long). Named as Access lists its data types.
+struct SchemaType {
+  jet::ColumnType type = jet::ColumnType::Text;
+  bool autonumber = false;
+  bool operator==(const SchemaType&) const = default;
+  static const SchemaType Boolean, Byte, Integer, Long, Currency, Single, Double, DateTime, Text, Memo,
+      AutoNumber;
+};
+inline constexpr SchemaType SchemaType::Boolean{jet::ColumnType::Boolean};
+inline constexpr SchemaType SchemaType::Byte{jet::ColumnType::Byte};
+inline constexpr SchemaType SchemaType::Integer{jet::ColumnType::Integer};
+inline constexpr SchemaType SchemaType::Long{jet::ColumnType::Long};
+inline constexpr SchemaType SchemaType::Currency{jet::ColumnType::Currency};
+inline constexpr SchemaType SchemaType::Single{jet::ColumnType::Single};
+inline constexpr SchemaType SchemaType::Double{jet::ColumnType::Double};
+inline constexpr SchemaType SchemaType::DateTime{jet::ColumnType::DateTime};
+inline constexpr SchemaType SchemaType::Text{jet::ColumnType::Text};
+inline constexpr SchemaType SchemaType::Memo{jet::ColumnType::Memo};
+inline constexpr SchemaType SchemaType::AutoNumber{jet::ColumnType::Long, true};
+// FIXME: the office schema (src/data) still spells these ColumnType::Text; this alias goes once it
+// says SchemaType. Until then, code in this namespace names the engine's type jet::ColumnType.
+using ColumnType = SchemaType;
 
 struct ColumnSchema {
   std::string name;     // UTF-8, at most 64 characters
-  ColumnType type = ColumnType::Text;
+  SchemaType type = SchemaType::Text;
   uint16_t size = 0;    // Text: characters (1..255); ignored for other types
 };
 

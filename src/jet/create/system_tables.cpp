@@ -3,7 +3,8 @@
 // objects (containers, the database object, the system tables) and their permission entries.
 #include "jet/create/system_tables.h"
 
-#include "jet/create/format.h"
+#include "jet/format/pages.h"
+#include "jet/format/table_definition.h"
 
 namespace qorvane::jet::create {
 namespace {
@@ -14,17 +15,19 @@ constexpr uint8_t kFixedSystem = 0x13;     // fixed, updatable, system column
 constexpr uint8_t kVariableSystem = 0x12;  // variable, updatable, system column
 constexpr uint8_t kSidSystem = 0x32;       // variable binary account column
 
-ColumnLayout Fixed(const char16_t* name, uint8_t type, uint16_t id, uint16_t slot, uint16_t offset,
+ColumnLayout Fixed(const char16_t* name, jet::ColumnType type, uint16_t id, uint16_t slot, uint16_t offset,
                    uint16_t length) {
   return {name, type, id, slot, 0, kFixedSystem, 0, offset, length};
 }
-ColumnLayout Variable(const char16_t* name, uint8_t type, uint16_t id, uint16_t slot,
+ColumnLayout Variable(const char16_t* name, jet::ColumnType type, uint16_t id, uint16_t slot,
                       uint16_t length, uint8_t flags = kVariableSystem) {
   return {name, type, id, slot, 0, flags, 0, 0, length};
 }
 constexpr uint32_t Map(uint8_t row) { return MapPointer(kSystemMapPage, row); }
-constexpr uint8_t kLong = 0x04, kInteger = 0x03, kByte = 0x02, kBoolean = 0x01, kDate = 0x08,
-                  kText = 0x0A, kBinary = 0x09, kMemo = 0x0C, kOle = 0x0B;
+constexpr jet::ColumnType kLong = jet::ColumnType::Long, kInteger = jet::ColumnType::Integer,
+                          kByte = jet::ColumnType::Byte, kBoolean = jet::ColumnType::Boolean,
+                          kDate = jet::ColumnType::DateTime, kText = jet::ColumnType::Text,
+                          kBinary = jet::ColumnType::Binary, kMemo = jet::ColumnType::Memo, kOle = jet::ColumnType::Ole;
 
 }  // namespace
 
@@ -33,7 +36,7 @@ std::vector<TableLayout> SystemTableLayouts() {
   TableLayout& objects = tables[0];
   objects.name = u"MSysObjects";
   objects.tdef_page = kObjectsTdefPage;
-  objects.table_type = format::kSystemTable;
+  objects.table_type = format::kTableTypeSystem;
   objects.max_columns = 17;
   objects.variable_columns = 11;
   objects.owned_map = Map(0);
@@ -61,7 +64,7 @@ std::vector<TableLayout> SystemTableLayouts() {
   TableLayout& aces = tables[1];
   aces.name = u"MSysACEs";
   aces.tdef_page = kAcesTdefPage;
-  aces.table_type = format::kSystemTable;
+  aces.table_type = format::kTableTypeSystem;
   aces.max_columns = 4;
   aces.variable_columns = 1;
   aces.owned_map = Map(18);
@@ -74,7 +77,7 @@ std::vector<TableLayout> SystemTableLayouts() {
   TableLayout& queries = tables[2];
   queries.name = u"MSysQueries";
   queries.tdef_page = kQueriesTdefPage;
-  queries.table_type = format::kSystemTable;
+  queries.table_type = format::kTableTypeSystem;
   queries.max_columns = 8;
   queries.variable_columns = 4;
   queries.owned_map = Map(21);
@@ -91,7 +94,7 @@ std::vector<TableLayout> SystemTableLayouts() {
   TableLayout& relationships = tables[3];
   relationships.name = u"MSysRelationships";
   relationships.tdef_page = kRelationshipsTdefPage;
-  relationships.table_type = format::kSystemTable;
+  relationships.table_type = format::kTableTypeSystem;
   relationships.max_columns = 8;
   relationships.variable_columns = 5;
   relationships.owned_map = Map(26);

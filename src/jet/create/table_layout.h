@@ -7,13 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "jet/bytes.h"
+#include "jet/format/table_definition.h"
 #include "jet/index/key.h"
 
 namespace qorvane::jet::create {
 
 struct ColumnLayout {
   std::u16string name;
-  uint8_t type = 0;           // Jet type code
+  jet::ColumnType type = jet::ColumnType::Text;
   uint16_t id = 0;
   uint16_t variable_slot = 0; // variable columns: their slot; fixed ones: variable columns before
   uint16_t column_index = 0;  // user tables: the id again; system tables: 0
@@ -63,7 +65,7 @@ struct TableLayout {
 };
 
 // Packs a usage-map row pointer: row number in the low byte, page above it.
-constexpr uint32_t MapPointer(uint32_t page, uint8_t row) { return page << 8 | row; }
+constexpr uint32_t MapPointer(uint32_t page, uint8_t row) { return RowPointer{page, row}.Encode(); }
 
 // The table definition page (one page; Error(NotSupported) if it needs more).
 std::vector<uint8_t> EncodeTableDefinition(const TableLayout& table);

@@ -9,7 +9,8 @@
 #include <cstring>
 
 #include "common/error.h"
-#include "jet/index/format.h"
+#include "jet/format/index_pages.h"
+#include "jet/format/table_definition.h"
 #include "jet/index/text_weights.h"
 
 namespace qorvane::jet::index {
@@ -199,20 +200,20 @@ bool AppendTextSortKey(std::vector<uint8_t>& key, std::u16string_view text) {
 }
 
 std::optional<KeyType> KeyTypeFromColumnType(uint8_t column_type) {
-  switch (column_type) {
-    case 0x01: return KeyType::Boolean;
-    case 0x02: return KeyType::Byte;
-    case 0x03: return KeyType::Integer;
-    case 0x04: return KeyType::Long;
-    case 0x05: return KeyType::Currency;
-    case 0x06: return KeyType::Single;
-    case 0x07: return KeyType::Double;
-    case 0x08: return KeyType::DateTime;
-    case 0x09: return KeyType::Binary;
-    case 0x0A: return KeyType::Text;
-    case 0x0C: return KeyType::Memo;
-    case 0x0F: return KeyType::Guid;
-    default: return std::nullopt;
+  switch (static_cast<ColumnType>(column_type)) {
+    case ColumnType::Boolean: return KeyType::Boolean;
+    case ColumnType::Byte: return KeyType::Byte;
+    case ColumnType::Integer: return KeyType::Integer;
+    case ColumnType::Long: return KeyType::Long;
+    case ColumnType::Currency: return KeyType::Currency;
+    case ColumnType::Single: return KeyType::Single;
+    case ColumnType::Double: return KeyType::Double;
+    case ColumnType::DateTime: return KeyType::DateTime;
+    case ColumnType::Binary: return KeyType::Binary;
+    case ColumnType::Text: return KeyType::Text;
+    case ColumnType::Memo: return KeyType::Memo;
+    case ColumnType::Guid: return KeyType::Guid;
+    default: return std::nullopt;  // OLE, NUMERIC and codes no column type has
   }
 }
 

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "common/error.h"
-#include "jet/index/bytes.h"
-#include "jet/index/format.h"
+#include "jet/bytes.h"
+#include "jet/format/index_pages.h"
 
 namespace qorvane::jet::index {
 namespace {
@@ -20,28 +20,28 @@ DecodedPage DecodeIndexPage(std::span<const uint8_t> page, uint32_t page_number)
   using namespace format;
   if (page.size() != kPageSize) Bad(page_number, "page is not 4096 bytes");
   DecodedPage decoded;
-  const uint8_t type = page[kTypeOffset];
-  if (type == kNodePageType) {
+  const uint8_t type = page[kPageTypeOffset];
+  if (type == kPageTypeIndexNode) {
     decoded.kind = PageKind::Node;
-  } else if (type == kLeafPageType) {
+  } else if (type == kPageTypeIndexLeaf) {
     decoded.kind = PageKind::Leaf;
   } else {
     Bad(page_number, "type byte " + std::to_string(type) + " is not an index page");
   }
-  decoded.free_space = bytes::ReadLittle16(page, kFreeSpaceOffset);
-  decoded.owner_tdef = bytes::ReadLittle32(page, kOwnerOffset);
-  decoded.previous = bytes::ReadLittle32(page, kPreviousOffset);
-  decoded.next = bytes::ReadLittle32(page, kNextOffset);
-  decoded.tail = bytes::ReadLittle32(page, kTailOffset);
-  decoded.prefix_length = bytes::ReadLittle16(page, kPrefixLengthOffset);
-  decoded.level = page[kLevelOffset];
+  decoded.free_space = Get16(page, kIndexFreeSpaceOffset);
+  decoded.owner_tdef = Get32(page, kIndexOwnerOffset);
+  decoded.previous = Get32(page, kIndexPreviousOffset);
+  decoded.next = Get32(page, kIndexNextOffset);
+  decoded.tail = Get32(page, kIndexTailOffset);
+  decoded.prefix_length = Get16(page, kIndexPrefixLengthOffset);
+  decoded.level = page[kIndexLevelOffset];
 
-  const std::span<const uint8_t> area = page.subspan(kEntryAreaOffset, kEntryAreaSize);
+  const std::span<const uint8_t> area = page.subspan(kIndexEntryAreaOffset, kIndexEntryAreaSize);
   // Bit N marks an entry ending N bytes into the entry area, so the bits run from 0 up to and
-  // including kEntryAreaSize: a page filled to its last byte sets bit 3616 (last bitmap byte).
+  // including kIndexEntryAreaSize: a page filled to its last byte sets bit 3616 (last bitmap byte).
   size_t start = 0;
-  for (size_t bit = 0; bit <= kEntryAreaSize; ++bit) {
-    if (!(page[kBitmapOffset + bit / 8] >> (bit % 8) & 1)) continue;
+  for (size_t bit = 0; bit <= kIndexEntryAreaSize; ++bit) {
+    if (!(page[kIndexBitmapOffset + bit / 8] >> (bit % 8) & 1)) continue;
     const size_t end = bit;
     if (end <= start) Bad(page_number, "empty entry in the bitmap at bit " + std::to_string(bit));
     std::vector<uint8_t> entry;
@@ -61,8 +61,8 @@ DecodedPage DecodeIndexPage(std::span<const uint8_t> page, uint32_t page_number)
     start = end;
   }
   // Bits past the entry area would claim bytes beyond the page end.
-  for (size_t bit = kEntryAreaSize + 1; bit < kBitmapSize * 8; ++bit) {
-    if (page[kBitmapOffset + bit / 8] >> (bit % 8) & 1) Bad(page_number, "bitmap runs past the page");
+  for (size_t bit = kIndexEntryAreaSize + 1; bit < kIndexBitmapSize * 8; ++bit) {
+    if (page[kIndexBitmapOffset + bit / 8] >> (bit % 8) & 1) Bad(page_number, "bitmap runs past the page");
   }
   decoded.data_bytes = static_cast<uint32_t>(start);
   return decoded;
@@ -77,10 +77,10 @@ SplitEntry SplitEntryBytes(std::span<const uint8_t> entry, PageKind kind, uint32
   SplitEntry split;
   const size_t key_size = entry.size() - pointers;
   split.key = entry.first(key_size);
-  const uint32_t pointer = bytes::ReadBig32(entry, key_size);
+  const uint32_t pointer = GetBig32(entry, key_size);
   split.data_page = pointer >> 8;
   split.data_row = static_cast<uint8_t>(pointer);
-  if (kind == PageKind::Node) split.child_page = bytes::ReadBig32(entry, key_size + 4);
+  if (kind == PageKind::Node) split.child_page = GetBig32(entry, key_size + 4);
   return split;
 }
 

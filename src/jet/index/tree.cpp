@@ -11,8 +11,8 @@
 #include <unordered_set>
 
 #include "common/error.h"
-#include "jet/index/bytes.h"
-#include "jet/index/format.h"
+#include "jet/bytes.h"
+#include "jet/format/index_pages.h"
 #include "jet/index/page.h"
 
 namespace qorvane::jet::index {
@@ -67,22 +67,22 @@ void WritePage(const PageSink& sink, uint32_t number, uint8_t type, uint32_t own
                uint32_t previous, uint32_t next, uint32_t tail, uint16_t prefix, uint8_t level,
                const std::vector<std::span<const uint8_t>>& entries, Page& page) {
   page.fill(0);
-  page[format::kTypeOffset] = type;
-  page[format::kTypeOffset + 1] = format::kPageTypeSecondByte;
-  bytes::WriteLittle32(page, format::kOwnerOffset, owner);
-  bytes::WriteLittle32(page, format::kPreviousOffset, previous);
-  bytes::WriteLittle32(page, format::kNextOffset, next);
-  bytes::WriteLittle32(page, format::kTailOffset, tail);
-  bytes::WriteLittle16(page, format::kPrefixLengthOffset, prefix);
-  page[format::kLevelOffset] = level;
+  page[format::kPageTypeOffset] = type;
+  page[format::kPageTypeOffset + 1] = format::kPageMarker;
+  Put32(page, format::kIndexOwnerOffset, owner);
+  Put32(page, format::kIndexPreviousOffset, previous);
+  Put32(page, format::kIndexNextOffset, next);
+  Put32(page, format::kIndexTailOffset, tail);
+  Put16(page, format::kIndexPrefixLengthOffset, prefix);
+  page[format::kIndexLevelOffset] = level;
   size_t used = 0;
   for (std::span<const uint8_t> entry : entries) {
-    std::memcpy(page.data() + format::kEntryAreaOffset + used, entry.data(), entry.size());
+    std::memcpy(page.data() + format::kIndexEntryAreaOffset + used, entry.data(), entry.size());
     used += entry.size();
-    page[format::kBitmapOffset + used / 8] |= static_cast<uint8_t>(1u << (used % 8));
+    page[format::kIndexBitmapOffset + used / 8] |= static_cast<uint8_t>(1u << (used % 8));
   }
-  bytes::WriteLittle16(page, format::kFreeSpaceOffset,
-                       static_cast<uint16_t>(format::kEntryAreaSize - used));
+  Put16(page, format::kIndexFreeSpaceOffset,
+                       static_cast<uint16_t>(format::kIndexEntryAreaSize - used));
   sink.write_page(number, page);
 }
 
@@ -109,7 +109,7 @@ std::vector<Child> WriteLeaves(std::span<const Entry> sorted, uint32_t owner, co
       const EntryView entry(sorted[end]);
       size_t candidate = std::min({prefix, CommonPrefix(first, entry), entry.size() - 1});
       size_t stored = total_size + entry.size() - (end - begin) * candidate;
-      if (stored > format::kEntryAreaSize) break;
+      if (stored > format::kIndexEntryAreaSize) break;
       prefix = candidate;
       total_size += entry.size();
     }
@@ -142,7 +142,7 @@ std::vector<Child> WriteLeaves(std::span<const Entry> sorted, uint32_t owner, co
       stored.push_back(std::span<const uint8_t>(buffer).subspan(start, end - start));
       start = end;
     }
-    WritePage(sink, numbers[i], format::kLeafPageType, owner, i > 0 ? numbers[i - 1] : 0,
+    WritePage(sink, numbers[i], format::kPageTypeIndexLeaf, owner, i > 0 ? numbers[i - 1] : 0,
               i + 1 < ranges.size() ? numbers[i + 1] : 0, 0, static_cast<uint16_t>(range.prefix),
               0, stored, page);
     Child child{numbers[i], {}};
@@ -168,7 +168,7 @@ std::vector<Child> WriteNodeLevel(const std::vector<Child>& children, uint8_t le
         break;
       }
       size_t size = children[end].last_entry.size() + format::kChildPointerSize;
-      if (used + size > format::kEntryAreaSize) {
+      if (used + size > format::kIndexEntryAreaSize) {
         ++end;  // does not fit as an entry: it becomes the tail
         break;
       }
@@ -195,12 +195,12 @@ std::vector<Child> WriteNodeLevel(const std::vector<Child>& children, uint8_t le
     stored.clear();
     for (size_t k = group.begin; k < group.begin + listed; ++k) {
       std::vector<uint8_t> entry = children[k].last_entry;
-      bytes::AppendBig32(entry, children[k].page);
+      AppendBig32(entry, children[k].page);
       entries.push_back(std::move(entry));
     }
     for (const auto& entry : entries) stored.push_back(entry);
     const uint32_t tail = count == 1 ? 0 : children[group.end - 1].page;
-    WritePage(sink, numbers[i], format::kNodePageType, owner, i > 0 ? numbers[i - 1] : 0,
+    WritePage(sink, numbers[i], format::kPageTypeIndexNode, owner, i > 0 ? numbers[i - 1] : 0,
               i + 1 < groups.size() ? numbers[i + 1] : 0, tail, 0, level, stored, page);
     parents.push_back({numbers[i], children[group.end - 1].last_entry});
   }
@@ -344,9 +344,9 @@ struct Verifier {
       Corrupt(PageName(number) + ": belongs to table definition " +
               std::to_string(page.owner_tdef) + ", expected " + std::to_string(owner));
     }
-    if (page.free_space != format::kEntryAreaSize - page.data_bytes) {
+    if (page.free_space != format::kIndexEntryAreaSize - page.data_bytes) {
       Corrupt(PageName(number) + ": free space says " + std::to_string(page.free_space) +
-              " but the entries leave " + std::to_string(format::kEntryAreaSize - page.data_bytes));
+              " but the entries leave " + std::to_string(format::kIndexEntryAreaSize - page.data_bytes));
     }
     for (size_t i = 1; i < page.entries.size(); ++i) {
       if (CompareBytes(page.entries[i - 1], page.entries[i]) >= 0) {

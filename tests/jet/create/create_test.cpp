@@ -29,10 +29,10 @@ TEST(CreateTest, BadSchemasAreRefusedAndLeaveNoFile) {
     }
     return std::string("accepted");
   };
-  EXPECT_NE(refused({"T", {{"A", ColumnType::Long}, {"a", ColumnType::Long}}, {}}).find("used twice"), std::string::npos);
-  EXPECT_NE(refused({"T", {{"A", ColumnType::Text, 300}}, {}}).find("size 300"), std::string::npos);
-  EXPECT_NE(refused({"T", {{"A", ColumnType::Long}}, {{"I", {"B"}, IndexKind::Normal}}}).find("no column B"), std::string::npos);
-  EXPECT_NE(refused({"MSysThing", {{"A", ColumnType::Long}}, {}}).find("reserved"), std::string::npos);
+  EXPECT_NE(refused({"T", {{"A", SchemaType::Long}, {"a", SchemaType::Long}}, {}}).find("used twice"), std::string::npos);
+  EXPECT_NE(refused({"T", {{"A", SchemaType::Text, 300}}, {}}).find("size 300"), std::string::npos);
+  EXPECT_NE(refused({"T", {{"A", SchemaType::Long}}, {{"I", {"B"}, IndexKind::Normal}}}).find("no column B"), std::string::npos);
+  EXPECT_NE(refused({"MSysThing", {{"A", SchemaType::Long}}, {}}).find("reserved"), std::string::npos);
   CreateBlankDatabase(path);
   EXPECT_EQ(RunCommand("mdb-ver '" + path + "'"), "JET4\n");
   EXPECT_THROW(CreateBlankDatabase(path), Error);
@@ -44,17 +44,17 @@ TEST(CreateTest, EveryColumnTypeAndIndexKindReadsBack) {
   test::TempDir dir;
   const std::string path = dir.path() + "/kinds.mdb";
   const TableSchema table{"Kinds",
-                          {{"ID", ColumnType::AutoNumber},
-                           {"Flag", ColumnType::Boolean},
-                           {"Small", ColumnType::Byte},
-                           {"Count", ColumnType::Integer},
-                           {"Total", ColumnType::Long},
-                           {"Price", ColumnType::Currency},
-                           {"Ratio", ColumnType::Single},
-                           {"Measure", ColumnType::Double},
-                           {"Stamp", ColumnType::DateTime},
-                           {"Code", ColumnType::Text, 12},
-                           {"Notes", ColumnType::Memo}},
+                          {{"ID", SchemaType::AutoNumber},
+                           {"Flag", SchemaType::Boolean},
+                           {"Small", SchemaType::Byte},
+                           {"Count", SchemaType::Integer},
+                           {"Total", SchemaType::Long},
+                           {"Price", SchemaType::Currency},
+                           {"Ratio", SchemaType::Single},
+                           {"Measure", SchemaType::Double},
+                           {"Stamp", SchemaType::DateTime},
+                           {"Code", SchemaType::Text, 12},
+                           {"Notes", SchemaType::Memo}},
                           {{"PrimaryKey", {"ID"}, IndexKind::PrimaryKey},
                            {"Code", {"Code"}, IndexKind::Unique},
                            {"Total", {"Total", "Stamp"}, IndexKind::Normal}}};

@@ -8,7 +8,7 @@
 
 #include "common/error.h"
 #include "jet/index/fixture_reader.h"
-#include "jet/index/format.h"
+#include "jet/format/index_pages.h"
 #include "jet/index/key.h"
 #include "jet/index/tree.h"
 #include "test_support/temp_dir.h"

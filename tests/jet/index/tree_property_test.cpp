@@ -9,7 +9,7 @@
 #include <random>
 #include <string>
 
-#include "jet/index/format.h"
+#include "jet/format/index_pages.h"
 #include "jet/index/page.h"
 #include "jet/index/tree.h"
 #include "memory_pages.h"
@@ -104,7 +104,7 @@ TEST(TreePropertyTest, RandomEntrySetsReadBackAndVerify) {
     deepest = std::max<size_t>(deepest, tree.levels);
     for (const auto& [number, bytes] : file.pages) {
       DecodedPage page = DecodeIndexPage(bytes, number);
-      if (page.data_bytes != format::kEntryAreaSize) continue;
+      if (page.data_bytes != format::kIndexEntryAreaSize) continue;
       ++(page.kind == PageKind::Leaf ? full_leaves : full_nodes);
     }
   }

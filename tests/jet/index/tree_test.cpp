@@ -6,7 +6,7 @@
 #include <random>
 
 #include "common/error.h"
-#include "jet/index/format.h"
+#include "jet/format/index_pages.h"
 #include "jet/index/key.h"
 #include "jet/index/page.h"
 #include "jet/index/tree.h"
@@ -41,7 +41,7 @@ TEST(TreeTest, EmptyIndexIsOneEmptyLeaf) {
   EXPECT_EQ(tree.root, 100u);
   EXPECT_EQ(tree.levels, 1u);
   const auto& page = file.pages.at(100);
-  EXPECT_EQ(page[0], format::kLeafPageType);
+  EXPECT_EQ(page[0], format::kPageTypeIndexLeaf);
   EXPECT_EQ(page[1], 0x01);
   EXPECT_EQ(page[2] | page[3] << 8, 3616);
   EXPECT_EQ(VerifyTree(100, kOwner, file.Source(), {}), std::vector<uint32_t>{100});
@@ -69,7 +69,7 @@ TEST(TreeTest, LargeTreeHasSeveralLevelsAndReadsBack) {
     used += page.data_bytes;
     compressed += page.prefix_length > 0;
   }
-  EXPECT_GT(used / leaves, format::kEntryAreaSize * 9 / 10);
+  EXPECT_GT(used / leaves, format::kIndexEntryAreaSize * 9 / 10);
   EXPECT_EQ(compressed, leaves);
   size_t distinct = 1;
   for (size_t i = 1; i < entries.size(); ++i) distinct += entries[i].key != entries[i - 1].key;
@@ -99,7 +99,7 @@ TEST(TreeTest, PagesFilledToTheLastByteReadBack) {
     BuiltTree tree = BuildTree(entries, kOwner, file.Sink());
     const uint32_t number = tree.pages.at(full_page_index);
     DecodedPage page = DecodeIndexPage(file.pages.at(number), number);
-    EXPECT_EQ(page.data_bytes, format::kEntryAreaSize);
+    EXPECT_EQ(page.data_bytes, format::kIndexEntryAreaSize);
     EXPECT_EQ(page.free_space, 0);
     EXPECT_EQ(page.entries.size(), entry_count);
     EXPECT_EQ(page.prefix_length, prefix);
@@ -132,12 +132,12 @@ TEST(TreeTest, BitmapBitsBeyondThePageAreRefused) {
   std::vector<Entry> entries = SizedEntries(8, 448, 0);
   BuiltTree tree = BuildTree(entries, kOwner, file.Sink());
   std::vector<uint8_t> page = file.pages.at(tree.root);
-  ASSERT_EQ(page[format::kBitmapOffset + format::kBitmapSize - 1], 0x01);
+  ASSERT_EQ(page[format::kIndexBitmapOffset + format::kIndexBitmapSize - 1], 0x01);
   EXPECT_EQ(DecodeIndexPage(page, 1).entries.size(), 8u);
-  page[format::kBitmapOffset + format::kBitmapSize - 1] = 0x03;
+  page[format::kIndexBitmapOffset + format::kIndexBitmapSize - 1] = 0x03;
   EXPECT_THROW(DecodeIndexPage(page, 1), Error);
-  page[format::kBitmapOffset + format::kBitmapSize - 1] = 0x01;
-  page[format::kBitmapOffset] |= 0x01;  // an entry ending where the entry area starts
+  page[format::kIndexBitmapOffset + format::kIndexBitmapSize - 1] = 0x01;
+  page[format::kIndexBitmapOffset] |= 0x01;  // an entry ending where the entry area starts
   EXPECT_THROW(DecodeIndexPage(page, 1), Error);
 }
 
@@ -168,16 +168,16 @@ TEST(TreeTest, VerifierFindsDamage) {
   auto none = [](MemoryFile&, const BuiltTree&) {};
   EXPECT_EQ(damaged(none, entries), "no error");
   // The leaf chain skips a page.
-  EXPECT_NE(damaged([](MemoryFile& f, const BuiltTree& t) { f.pages[t.pages[0]][format::kNextOffset] += 1; }, entries)
+  EXPECT_NE(damaged([](MemoryFile& f, const BuiltTree& t) { f.pages[t.pages[0]][format::kIndexNextOffset] += 1; }, entries)
                 .find("previous/next"), std::string::npos);
   // A free-space counter that does not match the entries.
-  EXPECT_NE(damaged([](MemoryFile& f, const BuiltTree& t) { f.pages[t.pages[1]][format::kFreeSpaceOffset] ^= 1; }, entries)
+  EXPECT_NE(damaged([](MemoryFile& f, const BuiltTree& t) { f.pages[t.pages[1]][format::kIndexFreeSpaceOffset] ^= 1; }, entries)
                 .find("free space"), std::string::npos);
   // A node entry that no longer repeats its child's last entry.
-  EXPECT_NE(damaged([](MemoryFile& f, const BuiltTree& t) { f.pages[t.root][format::kEntryAreaOffset + 3] ^= 0x01; }, entries)
+  EXPECT_NE(damaged([](MemoryFile& f, const BuiltTree& t) { f.pages[t.root][format::kIndexEntryAreaOffset + 3] ^= 0x01; }, entries)
                 .find("does not repeat"), std::string::npos);
   // Another table's page.
-  EXPECT_NE(damaged([](MemoryFile& f, const BuiltTree& t) { f.pages[t.pages[0]][format::kOwnerOffset] = 7; }, entries)
+  EXPECT_NE(damaged([](MemoryFile& f, const BuiltTree& t) { f.pages[t.pages[0]][format::kIndexOwnerOffset] = 7; }, entries)
                 .find("table definition"), std::string::npos);
   // One row the index should hold is missing from it.
   std::vector<Entry> more = entries;
@@ -187,8 +187,8 @@ TEST(TreeTest, VerifierFindsDamage) {
   MemoryFile file;
   BuiltTree tree = BuildTree(entries, kOwner, file.Sink());
   auto& first = file.pages[tree.pages[0]];
-  first[format::kNextOffset] = static_cast<uint8_t>(tree.pages[0]);
-  first[format::kNextOffset + 1] = static_cast<uint8_t>(tree.pages[0] >> 8);
+  first[format::kIndexNextOffset] = static_cast<uint8_t>(tree.pages[0]);
+  first[format::kIndexNextOffset + 1] = static_cast<uint8_t>(tree.pages[0] >> 8);
   EXPECT_THROW(ReadTree(tree.root, file.Source()), Error);
 }
 
@@ -198,7 +198,7 @@ TEST(TreeTest, GarbagePagesGiveErrorsNotCrashes) {
   int errors = 0;
   for (int round = 0; round < 300; ++round) {
     for (auto& byte : page) byte = static_cast<uint8_t>(random());
-    page[0] = round % 2 ? format::kLeafPageType : format::kNodePageType;
+    page[0] = round % 2 ? format::kPageTypeIndexLeaf : format::kPageTypeIndexNode;
     if (round % 3 == 0) std::fill(page.begin() + 0x1B + 20, page.begin() + 0x1E0, 0);
     try {
       DecodedPage decoded = DecodeIndexPage(page, 5);
