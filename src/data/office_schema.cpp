@@ -4,7 +4,7 @@
 
 namespace qorvane::data {
 
-using jet::create::ColumnType;
+using ColumnType = jet::create::SchemaType;
 using jet::create::IndexKind;
 using jet::create::TableSchema;
 

@@ -21,7 +21,7 @@ namespace qorvane::data {
 namespace {
 
 using jet::create::ColumnSchema;
-using jet::create::ColumnType;
+using ColumnType = jet::create::SchemaType;
 using jet::create::IndexKind;
 using jet::create::IndexSchema;
 using jet::create::TableSchema;

@@ -196,7 +196,7 @@ TEST(Keys, ValuesNoKeyCanHoldAreRefusedAtInsertAndCommitGoesOn) {
   std::string path = dir.path() + "/office.mdb";
   // An indexed Text(255): 255 accented letters make a key of 513 bytes, over Jet's limit.
   const create::TableSchema schema[] = {
-      {"Notes", {{"ID", create::ColumnType::AutoNumber}, {"Note", create::ColumnType::Text, 255}},
+      {"Notes", {{"ID", create::SchemaType::AutoNumber}, {"Note", create::SchemaType::Text, 255}},
        {{"PrimaryKey", {"ID"}, create::IndexKind::PrimaryKey}, {"Note", {"Note"}, create::IndexKind::Normal}}}};
   create::CreateDatabase(path, schema);
   auto database = OpenForWriting(path);

@@ -32,9 +32,6 @@ inline constexpr SchemaType SchemaType::DateTime{jet::ColumnType::DateTime};
 inline constexpr SchemaType SchemaType::Text{jet::ColumnType::Text};
 inline constexpr SchemaType SchemaType::Memo{jet::ColumnType::Memo};
 inline constexpr SchemaType SchemaType::AutoNumber{jet::ColumnType::Long, true};
-// FIXME: the office schema (src/data) still spells these ColumnType::Text; this alias goes once it
-// says SchemaType. Until then, code in this namespace names the engine's type jet::ColumnType.
-using ColumnType = SchemaType;
 
 struct ColumnSchema {
   std::string name;     // UTF-8, at most 64 characters
