@@ -17,7 +17,8 @@ namespace qorvane::app {
 // Deleted: a target row removed (clearing, rows without a key).
 enum class RecordOutcome { Added, Updated, Skipped, Refused, Unchanged, Deleted };
 
-// What became of one source record. RECORD names it for a person (table, record number, key).
+// What became of one source record. The ledger names the record (table, record number, key);
+// the reason is a short category ("no form code") that the run's report counts.
 struct RecordResult {
   RecordOutcome outcome = RecordOutcome::Added;
   std::string reason;  // why it was skipped or refused; empty for added and updated

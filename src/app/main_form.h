@@ -91,8 +91,14 @@ class MainForm {
     std::string name;  // the step's command-line word ("property"), or what was prepared
     ReportKind kind;
     StepResult result;
+    TableCounts rows_changed;  // per target table, the rows it has more (or fewer) after it
   };
   const std::vector<StepReport>& RunReport() const { return run_report_; }
+  // Rows per target table when the run connected, as the run's connection held them at its
+  // end, and as office.mdb holds them on disk once the run has put it in place.
+  const TableCounts& RowsBefore() const { return rows_before_; }
+  const TableCounts& RowsWritten() const { return rows_written_; }
+  const TableCounts& RowsCommitted() const { return rows_committed_; }
 
   // The conversion log.
   void AddtoLogFile(const std::string& line);
@@ -142,7 +148,7 @@ class MainForm {
                        std::optional<std::int64_t>& shown_count);
   void SetStepImages(const ImagePair& images, bool running);
   // Keeps what a preparation (clearing, a correction, a check) returned in the run report.
-  void Record(std::string name, StepResult result);  bool AbortTest();  // true when the run must end here
+  void Record(std::string name, StepResult result, const TableCounts& rows_before);  bool AbortTest();  // true when the run must end here
   void WriteElapsedTime(const Timestamp& start);
 
   View& view_;
@@ -153,6 +159,7 @@ class MainForm {
   NoRoutines no_routines_;
   RunRoutines* routines_ = &no_routines_;
   std::vector<StepReport> run_report_;
+  TableCounts rows_before_, rows_written_, rows_committed_;
   os::File log_;
   std::uint64_t log_offset_ = 0;
   std::string log_path_;

@@ -8,14 +8,26 @@
 // reported and the routine returns its empty value, as the run expects.
 #pragma once
 
+#include <cstdint>
+#include <map>
+#include <string>
+
 #include "app/controls.h"
 #include "app/ledger.h"
 
 namespace qorvane::app {
 
+// Rows per target table, by table name.
+using TableCounts = std::map<std::string, std::int64_t>;
+
 class RunRoutines {
  public:
   virtual ~RunRoutines() = default;
+
+  // The rows of every target table: as the run's open connection holds them now (empty when
+  // none is open), and as office.mdb holds them on disk, read afresh (after EndRun).
+  virtual TableCounts TargetRowCounts() = 0;
+  virtual TableCounts CommittedRowCounts() = 0;
 
   // Start-up: binds the source tables; fills lblCompany, lblphone and lblfax.
   virtual void Connect2Data() = 0;
@@ -31,8 +43,10 @@ class RunRoutines {
   // Before the client step: invalid client keys in the source found and made unique.
   virtual StepResult CheckDuplicateClients() = 0;
   virtual StepResult DeleteEmptyFilenumbers() = 0;
-  // Once a run has returned, however it ended: source writes flushed, office.mdb put in place.
-  virtual void EndRun() = 0;
+  // Once a run has returned, however it ended: source writes flushed, pending rows saved,
+  // office.mdb put in place. Returns the rows per target table it put in place (empty when
+  // the target was never opened).
+  virtual TableCounts EndRun() = 0;
 
   // The converters, in step order.
   virtual StepResult ConvertFormTypesDBF() = 0;
@@ -61,6 +75,8 @@ using StepRoutine = StepResult (RunRoutines::*)();
 // Routines that do nothing and convert nothing: a main form that nothing was wired into yet.
 class NoRoutines : public RunRoutines {
  public:
+  TableCounts TargetRowCounts() override { return {}; }
+  TableCounts CommittedRowCounts() override { return {}; }
   void Connect2Data() override {}
   void LoadCompanyLabels() override {}
   void PrepareSource() override {}
@@ -71,7 +87,7 @@ class NoRoutines : public RunRoutines {
   void RefreshSource() override {}
   StepResult CheckDuplicateClients() override { return {}; }
   StepResult DeleteEmptyFilenumbers() override { return {}; }
-  void EndRun() override {}
+  TableCounts EndRun() override { return {}; }
   StepResult ConvertFormTypesDBF() override { return {}; }
   StepResult ConvertClientDBF() override { return {}; }
   StepResult ConvertClientDBFByCliNum() override { return {}; }

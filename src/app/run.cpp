@@ -26,6 +26,9 @@ void MainForm::cmdNEWConvert() {
   EnableButtons(false);
   session_.AbortRequested = false;
   run_report_.clear();
+  rows_before_.clear();
+  rows_written_.clear();
+  rows_committed_.clear();
   outcome_ = RunOutcome::Failed;
   try {
     RunConversion();
@@ -47,7 +50,8 @@ void MainForm::FinishRun() {
   if (session_.State == RunState::Running) CloseLog();
   // The target is put in place only now, when no converter is on the stack any more: a Stop
   // answered inside a converter closes the log at once, but the converter still returns first.
-  routines_->EndRun();
+  rows_written_ = routines_->EndRun();
+  if (!rows_before_.empty()) rows_committed_ = routines_->CommittedRowCounts();
   session_.State = RunState::Idle;
 }
 
@@ -103,18 +107,20 @@ void MainForm::RunConversion() {
   form_.lstWasNotConverted.clear();
   cmdOk_Click();
   routines_->AdoConnect();
+  rows_before_ = routines_->TargetRowCounts();
   AddtoLogFile("");
   if (AbortTest()) return;
 
-  Record("clear selected tables", routines_->ClearSelectedTables());
+  TableCounts before_clearing = routines_->TargetRowCounts();
+  Record("clear selected tables", routines_->ClearSelectedTables(), before_clearing);
   SetGaugeValue(0, 1);
 
   if (form_.Checked(CheckBox::ckbPrelim)) {
-    Record("correct property.dbf", routines_->FixPropertyFileNum());
+    Record("correct property.dbf", routines_->FixPropertyFileNum(), {});
     if (AbortTest()) return;
     for (const DataFileNumFix& fix : DataFileNumFixes()) {
       Record(std::string("correct ") + fix.table + "." + fix.field,
-             routines_->FixDataFileNums(fix.control, fix.field, fix.table));
+             routines_->FixDataFileNums(fix.control, fix.field, fix.table), {});
       if (AbortTest()) return;
     }
     // The converters read the corrected numbers, in their corrected order.
@@ -142,8 +148,24 @@ void MainForm::RunConversion() {
   if (view_log) view_.OpenLog(log_path_);
 }
 
-void MainForm::Record(std::string name, StepResult result) {
-  run_report_.push_back({std::move(name), ReportKind::Preparation, std::move(result)});
+namespace {
+
+// What changed per table between two counts of the target's rows.
+TableCounts RowsChanged(const TableCounts& before, const TableCounts& after) {
+  TableCounts changed;
+  for (const auto& [table, rows] : after) {
+    auto found = before.find(table);
+    std::int64_t delta = rows - (found == before.end() ? 0 : found->second);
+    if (delta != 0) changed[table] = delta;
+  }
+  return changed;
+}
+
+}  // namespace
+
+void MainForm::Record(std::string name, StepResult result, const TableCounts& rows_before) {
+  TableCounts changed = rows_before.empty() ? TableCounts{} : RowsChanged(rows_before, routines_->TargetRowCounts());
+  run_report_.push_back({std::move(name), ReportKind::Preparation, std::move(result), std::move(changed)});
 }
 
 void MainForm::SetStepImages(const ImagePair& images, bool running) {
@@ -154,6 +176,7 @@ void MainForm::SetStepImages(const ImagePair& images, bool running) {
 bool MainForm::RunStepRoutines(StepReport step, std::span<const StepRoutine> routines,
                                std::optional<std::int64_t>& shown_count) {
   form_.lblRecord.clear();
+  TableCounts rows_before = routines_->TargetRowCounts();
   StepReport& report = run_report_.emplace_back(std::move(step));
   for (StepRoutine routine : routines) {
     if (routine == nullptr) continue;
@@ -162,6 +185,7 @@ bool MainForm::RunStepRoutines(StepReport step, std::span<const StepRoutine> rou
     if (result.shown_count) shown_count = result.shown_count;
     report.result.ledger.Merge(result.ledger);
     report.result.shown_count = shown_count;
+    report.rows_changed = RowsChanged(rows_before, routines_->TargetRowCounts());
     if (AbortTest()) return false;
   }
   return true;
@@ -180,7 +204,7 @@ void MainForm::RunSteps() {
       skip_completion = true;
     } else {
       if (step.prepare) {
-        Record(std::string(step.word) + " preparation", (routines_->*step.prepare)());
+        Record(std::string(step.word) + " preparation", (routines_->*step.prepare)(), {});
         if (AbortTest()) return;
       }
       if (!RunStepRoutines({step.word, ReportKind::Step, {}}, step.routines, count)) return;
@@ -197,7 +221,8 @@ void MainForm::RunSteps() {
 
 void MainForm::RunMassage() {
   SetStepImages(kMassageDataImages, true);
-  Record("delete empty keys", routines_->DeleteEmptyFilenumbers());
+  TableCounts rows = routines_->TargetRowCounts();
+  Record("delete empty keys", routines_->DeleteEmptyFilenumbers(), rows);
   AddtoLogFile("Begin Data Massage of Selected");
   for (const MassageStepInfo& step : MassageSteps()) {
     if (!form_.Checked(step.check_box)) continue;

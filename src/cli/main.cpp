@@ -10,6 +10,7 @@
 #include <string>
 
 #include "app/main_form.h"
+#include "app/run_summary.h"
 #include "common/os.h"
 #include "cli/choices.h"
 #include "cli/export.h"
@@ -35,6 +36,7 @@ struct ConvertOptions {
   int source_codepage = 437;
   bool yes = false;
   bool quiet = false;
+  std::string summary_file;  // the reconciliation report as JSON, when given
 };
 
 int ExitStatusFor(app::RunOutcome outcome) {
@@ -84,6 +86,19 @@ int RunConvert(const ConvertOptions& options) {
     status = end.exit_status();
   }
   view.FinishProgress();
+  // The reconciliation report of a run that reached office.mdb, then the log's path last.
+  if (!main_form.RunReport().empty()) {
+    std::cout << app::RunSummaryText(main_form);
+    if (!options.summary_file.empty()) {
+      try {
+        std::string json = app::RunSummaryJson(main_form);
+        os::WriteWholeFile(options.summary_file, std::as_bytes(std::span<const char>(json.data(), json.size())));
+      } catch (const std::exception& error) {
+        std::cerr << "qorvane: the summary could not be written to " << options.summary_file << ": " << error.what() << "\n";
+        if (status == kExitCompleted) status = kExitFileError;
+      }
+    }
+  }
   if (!main_form.LogPath().empty() && os::IsRegularFile(main_form.LogPath())) {
     std::cout << main_form.LogPath() << "\n";
   }
@@ -125,6 +140,8 @@ int main(int argc, char** argv) {
   convert_command->add_flag("--yes", convert.yes, "Answer Yes to the confirmation");
   convert_command->add_flag("--view-log", convert.choices.view_log, "Open the log when the run ends");
   convert_command->add_flag("--quiet", convert.quiet, "No progress on standard error");
+  convert_command->add_option("--summary", convert.summary_file,
+                              "Also write the reconciliation report (what each step read, added, skipped, refused) as JSON to FILE");
 
   std::string init_dir;
   CLI::App* init_command = app.add_subcommand("init-target", "Write a blank office.mdb into DIR");

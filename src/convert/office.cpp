@@ -12,6 +12,8 @@ namespace qorvane::convert {
 Office::Office(app::MainForm& main_form, data::SourceOptions options)
     : connections_(main_form, options), context_(main_form, connections_) {}
 
+app::TableCounts Office::TargetRowCounts() { return connections_.TargetRowCounts(); }
+app::TableCounts Office::CommittedRowCounts() { return connections_.CommittedRowCounts(); }
 void Office::Connect2Data() { connections_.Connect2Data(); }
 void Office::LoadCompanyLabels() { connections_.LoadCompanyLabels(); }
 void Office::PrepareSource() { connections_.PrepareSource(); }
@@ -24,7 +26,7 @@ app::StepResult Office::FixDataFileNums(app::SourceControl control, const char* 
 void Office::RefreshSource() { connections_.RefreshSource(); }
 app::StepResult Office::CheckDuplicateClients() { return data::CheckAndCorrectDuplicateClients(context_); }
 app::StepResult Office::DeleteEmptyFilenumbers() { return data::DeleteEmptyFilenumbers(context_); }
-void Office::EndRun() { connections_.EndRun(); }
+app::TableCounts Office::EndRun() { return connections_.EndRun(); }
 
 app::StepResult Office::ConvertFormTypesDBF() { return convert::ConvertFormTypesDBF(context_); }
 app::StepResult Office::ConvertClientDBF() { return {}; }

@@ -20,6 +20,8 @@ class Office final : public app::RunRoutines {
   data::Connections& connections() { return connections_; }
   data::Context& context() { return context_; }
 
+  app::TableCounts TargetRowCounts() override;
+  app::TableCounts CommittedRowCounts() override;
   void Connect2Data() override;
   void LoadCompanyLabels() override;
   void PrepareSource() override;
@@ -30,7 +32,7 @@ class Office final : public app::RunRoutines {
   void RefreshSource() override;
   app::StepResult CheckDuplicateClients() override;
   app::StepResult DeleteEmptyFilenumbers() override;
-  void EndRun() override;
+  app::TableCounts EndRun() override;
 
   app::StepResult ConvertFormTypesDBF() override;
   app::StepResult ConvertClientDBF() override;

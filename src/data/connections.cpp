@@ -238,14 +238,43 @@ void Connections::RefreshSource() {
   });
 }
 
-void Connections::EndRun() {
-  main_form_.Guard("EndRun", [&] {
+app::TableCounts Connections::EndRun() {
+  return main_form_.Guard("EndRun", [&] {
     source_.ForEach([](DataControl& control) {
       if (control.bound()) control.Recordset().Flush();
     });
     // Each control saves its pending row; one that cannot is reported and the others go on.
     target_.ForEach([&](AdoControl& control) { main_form_.Guard("EndRun", [&] { control.Unbind(); }); });
+    app::TableCounts written = TargetRowCounts();
     target_database_.CommitAndClose();
+    return written;
+  });
+}
+
+
+namespace {
+
+app::TableCounts RowCounts(jet::Database& database) {
+  app::TableCounts counts;
+  for (const jet::TableSummary& summary : database.ListTables()) {
+    counts[summary.name] = static_cast<std::int64_t>(database.GetTable(summary.name).row_count());
+  }
+  return counts;
+}
+
+}  // namespace
+
+app::TableCounts Connections::TargetRowCounts() {
+  if (!target_database_.is_open()) return {};
+  return main_form_.Guard("TargetRowCounts", [&] { return RowCounts(target_database_.database()); });
+}
+
+app::TableCounts Connections::CommittedRowCounts() {
+  const std::string& path = main_form_.session().Paths.target_file;
+  if (path.empty()) return {};
+  return main_form_.Guard("CommittedRowCounts", [&] {
+    auto database = jet::Database::Open(path, {.open_for = jet::OpenFor::Reading, .reporter = &reporter_});
+    return RowCounts(*database);
   });
 }
 

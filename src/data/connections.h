@@ -68,8 +68,13 @@ class Connections {
   // After the source tables were written (the preliminary corrections): every bound control
   // writes its pending index work and opens its record source again.
   void RefreshSource();
-  // At the end of a run, completed or stopped: source writes flushed, office.mdb put in place.
-  void EndRun();
+  // At the end of a run, completed or stopped: source writes flushed, pending rows saved,
+  // office.mdb put in place; returns the rows per table it put in place.
+  app::TableCounts EndRun();
+  // Rows per user table of office.mdb: in the open connection (empty when none is open), and
+  // read afresh from the file on disk.
+  app::TableCounts TargetRowCounts();
+  app::TableCounts CommittedRowCounts();
 
   // The connection string of every ADO control for a target folder.
   static std::string ConnectionString(const std::string& target_folder);

@@ -23,9 +23,9 @@ std::string ClientKeyScan::Next(const std::string& key, std::string& reported_ke
   if (key.empty()) {
     reason = "empty client key";
   } else if (key == previous_) {
-    reason = "client key " + key + " is used twice";
+    reason = "client key used twice";
   } else if (HasIllegalFileChars(key)) {
-    reason = "client key " + key + " holds a character not allowed in a key";
+    reason = "client key holds a character not allowed in a key";
   }
   reported_key = previous_;
   previous_ = key;

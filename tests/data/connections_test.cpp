@@ -70,7 +70,7 @@ class ConnectionsTest : public ::testing::Test {
     void PrepareSource() override { connections.PrepareSource(); }
     void AdoConnect() override { connections.AdoConnect(); }
     void RefreshSource() override { connections.RefreshSource(); }
-    void EndRun() override { connections.EndRun(); }
+    app::TableCounts EndRun() override { return connections.EndRun(); }
     Connections& connections;
   } routines{connections};
 };

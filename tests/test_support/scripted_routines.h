@@ -31,6 +31,8 @@ class ScriptedRoutines : public app::RunRoutines {
   std::function<void(app::SourceControl, const char*, const char*)> fix_data;
   std::vector<std::string> calls;
 
+  app::TableCounts TargetRowCounts() override { return {}; }
+  app::TableCounts CommittedRowCounts() override { return {}; }
   void Connect2Data() override { Run("Connect2Data", connect2data); }
   void LoadCompanyLabels() override {}
   void PrepareSource() override {}
@@ -45,7 +47,10 @@ class ScriptedRoutines : public app::RunRoutines {
   void RefreshSource() override { Run("RefreshSource", refresh_source); }
   app::StepResult CheckDuplicateClients() override { return Run("CheckDuplicateClients", check_clients); }
   app::StepResult DeleteEmptyFilenumbers() override { return Run("DeleteEmptyFilenumbers", delete_empty); }
-  void EndRun() override { Run("EndRun", end_run); }
+  app::TableCounts EndRun() override {
+    Run("EndRun", end_run);
+    return {};
+  }
 
   app::StepResult ConvertFormTypesDBF() override { return Call(&R::ConvertFormTypesDBF, "ConvertFormTypesDBF"); }
   app::StepResult ConvertClientDBF() override { return Call(&R::ConvertClientDBF, "ConvertClientDBF"); }

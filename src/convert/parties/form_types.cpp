@@ -185,12 +185,12 @@ app::StepResult ConvertFormTypesDBF(data::Context& context) {
       if (code.empty()) return app::RecordResult::Skipped("no form code");
       if (data::AdoFindRec(formtypes, data::FilterFormtype(code))) {
         formtypes.Refresh();
-        return app::RecordResult::Skipped("form type " + code + " is already in FormTypes");
+        return app::RecordResult::Skipped("form type already in FormTypes");
       }
       std::string mapped = MapFormCode(code);
-      if (mapped.empty()) return app::RecordResult::Skipped("form code " + code + " stands for no known form type");
+      if (mapped.empty()) return app::RecordResult::Skipped("form code stands for no known form type");
       if (data::AdoFindRec(formtypes, data::FilterFormtype(mapped))) {
-        return app::RecordResult::Skipped("form code " + code + " stands for " + mapped + ", already in FormTypes");
+        return app::RecordResult::Skipped("the form type it stands for is already in FormTypes");
       }
       formtypes.Recordset().AddNew();
       data::AdoSetField(formtypes, mapped, "FormType");

@@ -11,6 +11,7 @@
 #include <set>
 
 #include "../../app/fake_view.h"
+#include "app/run_summary.h"
 #include "convert/office.h"
 #include "jet/create/create.h"
 #include "data/office_schema.h"
@@ -126,11 +127,28 @@ TEST_F(FormTypesTest, OfficeCodesGoThroughTheMappingAndOnlyNewTypesAreAdded) {
   EXPECT_EQ(ledger.count(app::RecordOutcome::Skipped), 6);
   std::vector<std::string> reasons;
   for (const app::LedgerNote& note : ledger.notes()) reasons.push_back(note.reason);
-  EXPECT_NE(std::find(reasons.begin(), reasons.end(), "form code ZZZ stands for no known form type"), reasons.end());
+  EXPECT_NE(std::find(reasons.begin(), reasons.end(), "form code stands for no known form type"), reasons.end());
   EXPECT_NE(std::find(reasons.begin(), reasons.end(), "no form code"), reasons.end());
-  EXPECT_NE(std::find(reasons.begin(), reasons.end(), "form type COOP is already in FormTypes"), reasons.end());
+  EXPECT_NE(std::find(reasons.begin(), reasons.end(), "form type already in FormTypes"), reasons.end());
   ASSERT_FALSE(ledger.notes().empty());
   EXPECT_EQ(ledger.notes().front().record, "FORMS.DBF record 1 (Form_type F2000)");
+
+  // The run's report: the step's counts with each reason counted, and office.mdb re-read from
+  // disk after the run holding what the run wrote.
+  const app::MainForm& form = *program.main_form;
+  EXPECT_EQ(form.RowsBefore().at("FormTypes"), 0);
+  EXPECT_EQ(form.RowsWritten().at("FormTypes"), 36);
+  EXPECT_EQ(form.RowsCommitted().at("FormTypes"), 36);
+  std::string summary = app::RunSummaryText(form);
+  EXPECT_NE(summary.find("formtypes                            8         2         0         6         0\n"),
+            std::string::npos) << summary;
+  EXPECT_NE(summary.find("    skipped 2: the form type it stands for is already in FormTypes\n"), std::string::npos) << summary;
+  EXPECT_NE(summary.find("FormTypes                            0        36        36\n"), std::string::npos) << summary;
+  EXPECT_NE(summary.find("office.mdb on disk holds every row the run wrote."), std::string::npos) << summary;
+  EXPECT_TRUE(app::RunSummaryProblems(form).empty());
+  std::string json = app::RunSummaryJson(form);
+  EXPECT_NE(json.find("\"name\": \"formtypes\", \"kind\": \"step\", \"read\": 8, \"found\": 8, \"added\": 2"),
+            std::string::npos) << json;
 }
 
 TEST_F(FormTypesTest, ARerunResetsAnEditedStandardRowAndAddsNothingTwice) {
