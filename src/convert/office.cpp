@@ -2,6 +2,9 @@
 // convert nothing, so their steps write the "No records found" line.
 #include "convert/office.h"
 
+#include "convert/parties/appraisers.h"
+#include "convert/parties/clients.h"
+#include "convert/parties/fees.h"
 #include "convert/parties/form_types.h"
 
 namespace qorvane::convert {
@@ -21,19 +24,19 @@ void Office::DeleteEmptyFilenumbers() {}
 void Office::EndRun() { connections_.EndRun(); }
 
 app::StepResult Office::ConvertFormTypesDBF() { return convert::ConvertFormTypesDBF(context_); }
-app::StepResult Office::ConvertClientDBF() { return {}; }
-app::StepResult Office::ConvertClientDBFByCliNum() { return {}; }
-app::StepResult Office::ConvertAppraisrDBF() { return {}; }
-app::StepResult Office::AddFormTypesAppraiser() { return {}; }
-app::StepResult Office::AddFormTypesClient() { return {}; }
+app::StepResult Office::ConvertClientDBF() { return convert::ConvertClientDBF(context_); }
+app::StepResult Office::ConvertClientDBFByCliNum() { return convert::ConvertClientDBFByCliNum(context_); }
+app::StepResult Office::ConvertAppraisrDBF() { return convert::ConvertAppraisrDBF(context_); }
+app::StepResult Office::AddFormTypesAppraiser() { return convert::AddFormTypesAppraiser(context_); }
+app::StepResult Office::AddFormTypesClient() { return convert::AddFormTypesClient(context_); }
 app::StepResult Office::ConvertPropertyDBF() { return {}; }
 app::StepResult Office::ConvertInvoiceDBF() { return {}; }
 app::StepResult Office::ConvertApprExpDBF() { return {}; }
-app::StepResult Office::ConvertApprFeeDBF() { return {}; }
-app::StepResult Office::ConvertClientFeeDBF() { return {}; }
+app::StepResult Office::ConvertApprFeeDBF() { return convert::ConvertApprFeeDBF(context_); }
+app::StepResult Office::ConvertClientFeeDBF() { return convert::ConvertClientFeeDBF(context_); }
 app::StepResult Office::ConvertAppliedDBF() { return {}; }
-app::StepResult Office::ConvertCompanyName() { return {}; }
-app::StepResult Office::ConvertUsers() { return {}; }
+app::StepResult Office::ConvertCompanyName() { return convert::ConvertCompanyName(context_); }
+app::StepResult Office::ConvertUsers() { return convert::ConvertUsers(context_); }
 app::StepResult Office::MassageProperty() { return {}; }
 app::StepResult Office::MassageAssigned() { return {}; }
 app::StepResult Office::MassageInvoice() { return {}; }
