@@ -75,6 +75,8 @@ app::StepResult RunClientPass(data::Context& context, ClientPass pass) {
   return context.Guard(routine, [&]() -> app::StepResult {
     DataControl& clients = context.Source(SourceControl::datClient);
     AdoControl& client = context.Target(TargetControl::adoclient);
+    // The first pass leaves the table at its end; each pass starts from the first record.
+    if (clients.bound()) clients.Recordset().MoveFirst();
 
     data::RecordLoop loop;
     loop.routine = routine;
