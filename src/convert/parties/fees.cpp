@@ -118,6 +118,7 @@ app::StepResult ConvertApprFeeDBF(data::Context& context) {
     data::RecordLoop loop;
     loop.routine = "ConvertApprFeeDBF";
     loop.source = &source;
+    loop.counter_in_label = false;  // the label shows the appraiser number, not the counter
     loop.show = [&](std::int64_t) {
       context.form().lblCaption = "Apprfee.DBF Apprfee";
       context.form().lblAddress = data::DATgetfield(source, "App_Num");
@@ -161,26 +162,20 @@ app::StepResult ConvertClientFeeDBF(data::Context& context) {
     AdoControl& fees = context.Target(TargetControl::adoclientfee);
     if (!OpenByParty(context, source, "clifee.dbf", "CLIFEE", "Cli_Num")) return {};
 
-    // The counter shown advances only past records that have a client number.
-    std::int64_t progress = 1;
-    std::optional<std::int64_t> shown;
     data::RecordLoop loop;
     loop.routine = "ConvertClientFeeDBF";
     loop.source = &source;
-    loop.counter_in_label = false;
+    loop.counter_in_label = false;  // the label shows the client number, not the counter
     loop.show = [&](std::int64_t) {
       context.form().lblCaption = "CliFee.DBF Client";
       context.form().lblAddress = data::DATgetfield(source, "Cli_Num");
-      context.form().lblRecord = std::to_string(progress);
-      shown = progress;
     };
     loop.key = [&] {
       return "Cli_num " + data::DATgetfield(source, "Cli_num");
     };
-    app::StepResult result = data::RunRecordLoop(context, loop, [&]() -> RecordResult {
+    return data::RunRecordLoop(context, loop, [&]() -> RecordResult {
       std::string number = data::DATgetfield(source, "Cli_num");
       if (number.empty()) return RecordResult::Skipped("no client number");
-      ++progress;
       if (!clients.bound() || !data::FindRecord(clients, number, "Cli_Num")) {
         return RecordResult::Skipped("client number " + number + " is not in the client table");
       }
@@ -200,8 +195,6 @@ app::StepResult ConvertClientFeeDBF(data::Context& context) {
       });
       return RecordResult::Added();
     });
-    result.shown_count = shown;
-    return result;
   });
 }
 

@@ -56,13 +56,18 @@ TEST_F(FeesTest, AppraiserFeesAreKeyedByFormAndNameAndTheFirstRecordWins) {
   EXPECT_EQ(fees["LANDJONES, ANN"]["Amount"], "175.5");
   EXPECT_EQ(fees["LANDJONES, ANN"]["Percent"], "0");
   EXPECT_EQ(fees["URARBROWN, BOB"]["Amount"], "300");
-  // The unknown appraiser's record still counts.
+  // The label shows the appraiser number, never the counter: the run reports no count.
   EXPECT_EQ(StepLines("Begin conversion: AppraiserFee.mdb"),
             (std::vector<std::string>{"Begin conversion: AppraiserFee.mdb",
-                                      "AppraiserFee table conversion complete: 5 records"}));
+                                      "AppraiserFee table conversion complete: No records found"}));
+  const app::Ledger& ledger = StepLedger();
+  EXPECT_EQ(ledger.read(), 5);
+  EXPECT_EQ(ledger.count(app::RecordOutcome::Added), 3);
+  EXPECT_EQ(ledger.notes().at(0).reason, "fee URARJONES, ANN is already in AppraiserFee");
+  EXPECT_EQ(ledger.notes().at(1).reason, "appraiser number 9 is not in the appraiser table");
 }
 
-TEST_F(FeesTest, ClientFeesCarryThePrintedNameAndCountOnlyNumberedRecords) {
+TEST_F(FeesTest, ClientFeesCarryThePrintedName) {
   WriteClientFees();
   Run({CheckBox::ckbclientfee});
   auto fees = RowsBy("ClientFee", "Formclient");
@@ -73,9 +78,9 @@ TEST_F(FeesTest, ClientFeesCarryThePrintedNameAndCountOnlyNumberedRecords) {
   // A client without a printed name: its fee row has no client, as the key shows.
   EXPECT_EQ(fees["CONDO"]["Form"], "CONDO");
   EXPECT_EQ(fees["CONDO"]["client"], "");
-  // Five records, one without a number: the counter ends at 4.
   EXPECT_EQ(StepLines("Begin conversion: ClientFee into Client.mdb").back(),
-            "ClientFee data conversion complete: 4 records");
+            "ClientFee data conversion complete: No records found");
+  EXPECT_EQ(StepLedger().count(app::RecordOutcome::Added), 2);
 }
 
 TEST_F(FeesTest, EveryPartyGetsOneRowPerFormTypeInDisplayOrder) {
