@@ -2,6 +2,9 @@
 // convert nothing, so their steps write the "No records found" line.
 #include "convert/office.h"
 
+#include "convert/parties/appraisers.h"
+#include "convert/parties/clients.h"
+#include "convert/parties/fees.h"
 #include "convert/parties/form_types.h"
 #include "data/duplicate_clients.h"
 #include "data/file_numbers.h"
@@ -24,24 +27,30 @@ app::StepResult Office::FixDataFileNums(app::SourceControl control, const char* 
   return data::FixDataFileNums(context_, control, field, table);
 }
 void Office::RefreshSource() { connections_.RefreshSource(); }
-app::StepResult Office::CheckDuplicateClients() { return data::CheckAndCorrectDuplicateClients(context_); }
+// The duplicate-client correction writes into client.dbf, so it runs only when the user chose
+// the Preliminary Corrections (the other repair of the source); otherwise clients that share a
+// key are merged by the client step as they always were.
+app::StepResult Office::CheckDuplicateClients() {
+  if (!context_.form().Checked(app::CheckBox::ckbPrelim)) return {};
+  return data::CheckAndCorrectDuplicateClients(context_);
+}
 app::StepResult Office::DeleteEmptyFilenumbers() { return data::DeleteEmptyFilenumbers(context_); }
 app::TableCounts Office::EndRun() { return connections_.EndRun(); }
 
 app::StepResult Office::ConvertFormTypesDBF() { return convert::ConvertFormTypesDBF(context_); }
-app::StepResult Office::ConvertClientDBF() { return {}; }
-app::StepResult Office::ConvertClientDBFByCliNum() { return {}; }
-app::StepResult Office::ConvertAppraisrDBF() { return {}; }
-app::StepResult Office::AddFormTypesAppraiser() { return {}; }
-app::StepResult Office::AddFormTypesClient() { return {}; }
+app::StepResult Office::ConvertClientDBF() { return convert::ConvertClientDBF(context_); }
+app::StepResult Office::ConvertClientDBFByCliNum() { return convert::ConvertClientDBFByCliNum(context_); }
+app::StepResult Office::ConvertAppraisrDBF() { return convert::ConvertAppraisrDBF(context_); }
+app::StepResult Office::AddFormTypesAppraiser() { return convert::AddFormTypesAppraiser(context_); }
+app::StepResult Office::AddFormTypesClient() { return convert::AddFormTypesClient(context_); }
 app::StepResult Office::ConvertPropertyDBF() { return {}; }
 app::StepResult Office::ConvertInvoiceDBF() { return {}; }
 app::StepResult Office::ConvertApprExpDBF() { return {}; }
-app::StepResult Office::ConvertApprFeeDBF() { return {}; }
-app::StepResult Office::ConvertClientFeeDBF() { return {}; }
+app::StepResult Office::ConvertApprFeeDBF() { return convert::ConvertApprFeeDBF(context_); }
+app::StepResult Office::ConvertClientFeeDBF() { return convert::ConvertClientFeeDBF(context_); }
 app::StepResult Office::ConvertAppliedDBF() { return {}; }
-app::StepResult Office::ConvertCompanyName() { return {}; }
-app::StepResult Office::ConvertUsers() { return {}; }
+app::StepResult Office::ConvertCompanyName() { return convert::ConvertCompanyName(context_); }
+app::StepResult Office::ConvertUsers() { return convert::ConvertUsers(context_); }
 app::StepResult Office::MassageProperty() { return {}; }
 app::StepResult Office::MassageAssigned() { return {}; }
 app::StepResult Office::MassageInvoice() { return {}; }

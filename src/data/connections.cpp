@@ -152,7 +152,10 @@ void Connections::Connect2Data() {
         if (connected) main_form_.AddtoLogFile("Connected to " + dir + binding.log_name);
       } else {
         std::string warning = "Warning.  The file " + dir + binding.file + " is missing.";
-        for (app::SourceControl id : binding.controls) source_[id].Unbind();
+        for (app::SourceControl id : binding.controls) {
+          source_[id].Unbind();
+          source_[id].BoundSource.clear();
+        }
         main_form_.MsgBox(warning);
         main_form_.AddtoLogFile(warning);
       }
@@ -225,14 +228,16 @@ void Connections::PrepareSource() {
 
 void Connections::RefreshSource() {
   main_form_.Guard("RefreshSource", [&] {
-    // The corrections pointed controls at narrow queries of their own: every control goes back
-    // to the table it was bound to (the property control to its file-number order) and reads
-    // the corrected records.
-    source_.ForEach([](DataControl& control) {
-      if (!control.bound()) return;
-      control.Recordset().Flush();
-      if (!control.BoundSource.empty()) control.RecordSource = control.BoundSource;
-      control.Refresh();
+    // The corrections pointed controls at narrow queries of their own (and a query that failed
+    // left its control unbound): every control bound at the start goes back to its table (the
+    // property control to its file-number order) and reads the corrected records.
+    source_.ForEach([&](DataControl& control) {
+      if (control.BoundSource.empty()) return;
+      main_form_.Guard("RefreshSource", [&] {
+        if (control.bound()) control.Recordset().Flush();
+        control.RecordSource = control.BoundSource;
+        control.Refresh();
+      });
     });
     SelectPropertyOrder();
   });

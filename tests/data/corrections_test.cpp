@@ -146,6 +146,7 @@ class DuplicateClients : public ::testing::Test {
                         {{"CLI_NUM", "CLI_NUM", "", false}});
     run.Load();
     run.model().SetCheck(app::CheckBox::ckbClient, true);
+    run.model().SetCheck(app::CheckBox::ckbPrelim, true);
   }
   test::OfficeRun run;
 };
@@ -179,11 +180,20 @@ TEST_F(DuplicateClients, EmptyRepeatedAndIllegalKeysBecomeUniqueWithTheClientNum
   EXPECT_EQ(ledger.count(app::RecordOutcome::Unchanged), 2);
 }
 
+TEST_F(DuplicateClients, WithoutPreliminaryCorrectionsClientDbfIsNotTouched) {
+  run.model().SetCheck(app::CheckBox::ckbPrelim, false);
+  auto before = os::ReadWholeFile(run.source + "/CLIENT.DBF");
+  auto log = run.Convert();
+  EXPECT_EQ(std::count(log.begin(), log.end(), "Checking For duplicate Client Listings"), 0);
+  EXPECT_EQ(os::ReadWholeFile(run.source + "/CLIENT.DBF"), before);
+}
+
 TEST_F(DuplicateClients, ACleanClientTableIsLeftAloneWithoutAMessage) {
   test::WriteFoxTable(run.source + "/CLIENT.DBF", {{"CLI_NUM", 'C', 5}, {"CLI_LNAME", 'C', 20}},
                       {{FoxText("1"), FoxText("ADAMS")}, {FoxText("2"), FoxText("BAKER")}});
   run.Load();
   run.model().SetCheck(app::CheckBox::ckbClient, true);
+  run.model().SetCheck(app::CheckBox::ckbPrelim, true);
   auto before = os::ReadWholeFile(run.source + "/CLIENT.DBF");
   run.Convert();
   EXPECT_TRUE(run.model().lstduplicateclients.empty());

@@ -10,6 +10,7 @@
 #include "app/paths.h"
 #include "data/fields.h"
 #include "data/lookups.h"
+#include "data/party_helpers.h"
 #include "data/record_loop.h"
 
 namespace qorvane::convert {
@@ -113,15 +114,6 @@ const FormCodeCase kFormCodeCases[] = {
     {{"DAWI"}, "DAWI"},
 };
 
-std::string TrimUpper(std::string_view text) {
-  std::size_t first = text.find_first_not_of(' ');
-  if (first == std::string_view::npos) return "";
-  std::size_t last = text.find_last_not_of(' ');
-  std::string upper(text.substr(first, last - first + 1));
-  for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return upper;
-}
-
 // lblCaption and lblAddress for the form record being worked on; the counter is not shown.
 void UpdateFormLabels(data::Context& context, data::DataControl& forms) {
   context.form().lblCaption = "Forms.DBF Form";
@@ -131,7 +123,7 @@ void UpdateFormLabels(data::Context& context, data::DataControl& forms) {
 }  // namespace
 
 std::string MapFormCode(std::string_view code) {
-  std::string key = TrimUpper(code);
+  std::string key = data::UCaseTrim(code);
   for (const FormCodeCase& entry : kFormCodeCases) {
     for (const char* candidate : entry.codes) {
       if (key == candidate) return entry.result;
@@ -142,9 +134,8 @@ std::string MapFormCode(std::string_view code) {
 
 void convertField(data::DataControl& source, std::string_view source_field, data::AdoControl& target,
                   std::string_view target_column) {
-  source.form().Guard("convertField", [&] {
-    data::AdoSetField(target, data::DATgetfield(source, source_field), target_column);
-  });
+  source.form().Guard("convertField",
+                      [&] { data::AdoSetField(target, data::DATgetfield(source, source_field), target_column); });
 }
 
 void AddStandardFormTypes(data::Context& context) {
@@ -152,13 +143,14 @@ void AddStandardFormTypes(data::Context& context) {
     data::AdoControl& formtypes = context.Target(TargetControl::adoformtypes);
     for (const StandardFormType& row : kStandardFormTypes) {
       if (!data::AdoFindRec(formtypes, data::FilterFormtype(row.code))) formtypes.Recordset().AddNew();
-      data::AdoSetField(formtypes, row.code, "FormType");
-      data::AdoSetField(formtypes, row.description, "FormDesc");
-      data::AdoSetField(formtypes, row.form, "FORM");
-      data::AdoSetField(formtypes, row.category, "CATEGORY");
-      data::AdoSetFieldTF(formtypes, true, "STANDARD");
-      data::AdoSetFieldSingle(formtypes, row.display_order, "DISPLAYORDER");
-      formtypes.Recordset().Update();
+      data::UpdateRow(formtypes, [&] {
+        data::AdoSetField(formtypes, row.code, "FormType");
+        data::AdoSetField(formtypes, row.description, "FormDesc");
+        data::AdoSetField(formtypes, row.form, "FORM");
+        data::AdoSetField(formtypes, row.category, "CATEGORY");
+        data::AdoSetFieldTF(formtypes, true, "STANDARD");
+        data::AdoSetFieldSingle(formtypes, row.display_order, "DISPLAYORDER");
+      });
     }
   });
 }
@@ -171,16 +163,19 @@ app::StepResult ConvertFormTypesDBF(data::Context& context) {
     forms.RecordSource = "SELECT * FROM FORMS";
     forms.Refresh();
     data::AdoControl& formtypes = context.Target(TargetControl::adoformtypes);
-    data::AdoControl& property = context.Target(TargetControl::adoproperty);
 
     data::RecordLoop loop;
     loop.routine = "ConvertFormTypesDBF";
     loop.source = &forms;
     loop.counter_in_label = false;
-    loop.show = [&](std::int64_t) { UpdateFormLabels(context, forms); };
-    loop.key = [&] { return "Form_type " + data::DATgetfield(forms, "Form_type"); };
+    loop.show = [&](std::int64_t) {
+      UpdateFormLabels(context, forms);
+    };
+    loop.key = [&] {
+      return "Form_type " + data::DATgetfield(forms, "Form_type");
+    };
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
-      std::string code = TrimUpper(data::DATgetfield(forms, "Form_type"));
+      std::string code = data::UCaseTrim(data::DATgetfield(forms, "Form_type"));
       std::string description = data::DATgetfield(forms, "Form_Desc");
       if (code.empty()) return app::RecordResult::Skipped("no form code");
       if (data::AdoFindRec(formtypes, data::FilterFormtype(code))) {
@@ -192,18 +187,16 @@ app::StepResult ConvertFormTypesDBF(data::Context& context) {
       if (data::AdoFindRec(formtypes, data::FilterFormtype(mapped))) {
         return app::RecordResult::Skipped("the form type it stands for is already in FormTypes");
       }
-      formtypes.Recordset().AddNew();
-      data::AdoSetField(formtypes, mapped, "FormType");
-      data::AdoSetField(formtypes, description, "FormDesc");
-      data::AdoSetField(formtypes, "OTHER", "CATEGORY");
-      data::AdoSetField(formtypes, mapped, "FORM");
-      data::AdoSetFieldTF(formtypes, false, "Standard");
-      // The office's converter saved and refreshed the property control here, not the form
-      // types: the new row stays pending until the next look-up on adoformtypes saves it.
-      if (property.bound()) {
-        property.Recordset().Update();
-        property.Refresh();
-      }
+      // The office's converter saved the property control here instead, so the new row was
+      // saved by the next look-up on the form types; it ends up in the table all the same, and
+      // is saved whole here or not at all.
+      data::AddNewRow(formtypes, [&] {
+        data::AdoSetField(formtypes, mapped, "FormType");
+        data::AdoSetField(formtypes, description, "FormDesc");
+        data::AdoSetField(formtypes, "OTHER", "CATEGORY");
+        data::AdoSetField(formtypes, mapped, "FORM");
+        data::AdoSetFieldTF(formtypes, false, "Standard");
+      });
       return app::RecordResult::Added();
     });
   });

@@ -1,0 +1,48 @@
+// The fee schedules of office.mdb: per appraiser and per client a row for each form (kind of
+// assignment), keyed by the form code followed directly by the party's name. The fees come
+// from apprfee.dbf and clifee.dbf (the first source record of a form and party wins); the
+// "non-standard form types" steps give every appraiser and every client one row per form type
+// of FormTypes, in the form types' display order.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "app/ledger.h"
+#include "data/context.h"
+
+namespace qorvane::convert {
+
+app::StepResult ConvertApprFeeDBF(data::Context& context);
+app::StepResult ConvertClientFeeDBF(data::Context& context);
+
+// One row of FormTypes as the per-party steps use it.
+struct FormTypeEntry {
+  std::string code;  // FORMTYPE, trimmed and upper-cased
+  std::string form;  // FORM, trimmed and upper-cased
+  float display_order = 0;
+};
+
+// Every appraiser (client) of the target gets a row per form type: added when missing, its
+// display order brought up to date when there.
+app::StepResult AddFormTypesAppraiser(data::Context& context);
+app::StepResult AddFormTypesClient(data::Context& context);
+app::RecordResult AddAllFormTypes(data::Context& context, const std::string& appraiser,
+                                  const std::vector<FormTypeEntry>& form_types);
+app::RecordResult AddAllFormsClient(data::Context& context, const std::string& client,
+                                    const std::vector<FormTypeEntry>& form_types);
+
+// Whether adoappraiserfee (adoclientfee) has the row of KEY; when it has, it stands on it.
+bool FindFormAppraiser(data::Context& context, const std::string& key);
+bool FindFormClient(data::Context& context, const std::string& key);
+// Columns of the current (new) fee row. The Fee variants write a fee with the form; no
+// converter calls them.
+void EditAppraiserForm(data::Context& context, std::string_view form, std::string_view appraiser, bool qualified);
+void EditAppraiserFormFee(data::Context& context, std::string_view form, std::string_view appraiser, float amount,
+                          bool percent, bool qualified);
+void EditClientForm(data::Context& context, std::string_view form, std::string_view client, bool qualified,
+                    float display_order);
+void EditClientFormFee(data::Context& context, std::string_view form_type, std::string_view client, float amount);
+
+}  // namespace qorvane::convert

@@ -1,0 +1,137 @@
+// The fee schedules end to end: apprfee.dbf and clifee.dbf into AppraiserFee and ClientFee,
+// and every party's row per form type, read back with mdb-export; and all the party steps run
+// twice over the same office.mdb.
+#include "convert/parties/fees.h"
+
+#include "party_office.h"
+
+namespace qorvane::convert {
+namespace {
+
+using app::CheckBox;
+
+class FeesTest : public PartyOfficeTest {
+ protected:
+  void WriteAppraisers() {
+    WriteTable("APPRAISR.DBF", {{"APP_NUM", 'C', 5}, {"APP_LNAME", 'C', 30}},
+               {{Fox("1"), Fox("Jones, Ann")}, {Fox("2"), Fox("Brown, Bob")}});
+  }
+  void WriteAppraiserFees() {
+    std::vector<foxpro::FieldSpec> fields = {{"APP_NUM", 'C', 5},
+                                             {"ASS_TYPE", 'C', 10},
+                                             {"APPR_FEE", 'N', 8, 2},
+                                             {"APPR_PERC", 'N', 6, 2},
+                                             {"PAY_MODE", 'L', 1}};
+    WriteTable("APPRFEE.DBF", fields,
+               {{Fox("2"), Fox("urar"), FoxNumber(300), FoxNumber(0), FoxLogical(false)},
+                {Fox("1"), Fox("URAR"), FoxNumber(250), FoxNumber(50), FoxLogical(true)},
+                {Fox("9"), Fox("URAR"), FoxNumber(999), FoxNumber(0), FoxLogical(false)},
+                {Fox("1"), Fox("URAR "), FoxNumber(111), FoxNumber(0), FoxLogical(false)},
+                {Fox("1"), Fox("LAND"), FoxNumber(175.5), FoxNumber(0), FoxLogical(false)}});
+  }
+  void WriteClientFees() {
+    WriteClients({{.number = "10", .name = "First Savings", .printed_name = "First Savings Bank"},
+                  {.number = "20", .name = "Acme"}});
+    WriteTable("CLIFEE.DBF", {{"CLI_NUM", 'C', 10}, {"ASS_TYPE", 'C', 10}, {"CLI_FEE", 'N', 8, 2}},
+               {{Fox("10"), Fox("URAR"), FoxNumber(325)},
+                {Fox(""), Fox("URAR"), FoxNumber(1)},
+                {Fox("10"), Fox("urar"), FoxNumber(2)},
+                {Fox("77"), Fox("URAR"), FoxNumber(3)},
+                {Fox("20"), Fox("CONDO"), FoxNumber(280)}});
+  }
+  void WriteForms() { WriteTable("FORMS.DBF", {{"FORM_TYPE", 'C', 10}, {"FORM_DESC", 'C', 40}}, {}); }
+};
+
+TEST_F(FeesTest, AppraiserFeesAreKeyedByFormAndNameAndTheFirstRecordWins) {
+  WriteAppraisers();
+  WriteAppraiserFees();
+  Run({CheckBox::ckbApprFee});
+  auto fees = RowsBy("AppraiserFee", "FormAppraiser");
+  ASSERT_EQ(fees.size(), 3u);
+  EXPECT_EQ(fees["URARJONES, ANN"]["Amount"], "50");  // a percentage, from Appr_Perc
+  EXPECT_EQ(fees["URARJONES, ANN"]["Percent"], "1");
+  EXPECT_EQ(fees["URARJONES, ANN"]["Form"], "URAR");
+  EXPECT_EQ(fees["URARJONES, ANN"]["Appraiser"], "JONES, ANN");
+  EXPECT_EQ(fees["URARJONES, ANN"]["Qualified"], "1");
+  EXPECT_EQ(fees["LANDJONES, ANN"]["Amount"], "175.5");
+  EXPECT_EQ(fees["LANDJONES, ANN"]["Percent"], "0");
+  EXPECT_EQ(fees["URARBROWN, BOB"]["Amount"], "300");
+  // The label shows the appraiser number, never the counter: the run reports no count.
+  EXPECT_EQ(StepLines("Begin conversion: AppraiserFee.mdb"),
+            (std::vector<std::string>{"Begin conversion: AppraiserFee.mdb",
+                                      "AppraiserFee table conversion complete: No records found"}));
+  const app::Ledger& ledger = StepLedger();
+  EXPECT_EQ(ledger.read(), 5);
+  EXPECT_EQ(ledger.count(app::RecordOutcome::Added), 3);
+  EXPECT_EQ(ledger.notes().at(0).reason, "fee URARJONES, ANN is already in AppraiserFee");
+  EXPECT_EQ(ledger.notes().at(1).reason, "appraiser number 9 is not in the appraiser table");
+}
+
+TEST_F(FeesTest, ClientFeesCarryThePrintedName) {
+  WriteClientFees();
+  Run({CheckBox::ckbclientfee});
+  auto fees = RowsBy("ClientFee", "Formclient");
+  ASSERT_EQ(fees.size(), 2u);
+  EXPECT_EQ(fees["URARFIRST SAVINGS BANK"]["client"], "FIRST SAVINGS BANK");
+  EXPECT_EQ(fees["URARFIRST SAVINGS BANK"]["Amount"], "325");
+  EXPECT_EQ(fees["URARFIRST SAVINGS BANK"]["Qualified"], "1");
+  // A client without a printed name: its fee row has no client, as the key shows.
+  EXPECT_EQ(fees["CONDO"]["Form"], "CONDO");
+  EXPECT_EQ(fees["CONDO"]["client"], "");
+  EXPECT_EQ(StepLines("Begin conversion: ClientFee into Client.mdb").back(),
+            "ClientFee data conversion complete: No records found");
+  EXPECT_EQ(StepLedger().count(app::RecordOutcome::Added), 2);
+}
+
+TEST_F(FeesTest, EveryPartyGetsOneRowPerFormTypeInDisplayOrder) {
+  WriteForms();
+  WriteAppraisers();
+  WriteClients({{.number = "10", .name = "Acme"}});
+  Run({CheckBox::ckbformtypes, CheckBox::ckbClient, CheckBox::ckbappraiser, CheckBox::ckbaddapprformtypes,
+       CheckBox::ckbAddClientFormTypes});
+  auto appraiser_rows = RowsBy("AppraiserFee", "FormAppraiser");
+  ASSERT_EQ(appraiser_rows.size(), 68u);  // two appraisers, 34 form types
+  EXPECT_EQ(appraiser_rows["UA2JONES, ANN"]["DisplayOrder"], "1");
+  EXPECT_EQ(appraiser_rows["LIMOFBROWN, BOB"]["DisplayOrder"], "34");
+  EXPECT_EQ(appraiser_rows["UA2JONES, ANN"]["Form"], "UA2");
+  EXPECT_EQ(appraiser_rows["UA2JONES, ANN"]["Qualified"], "1");
+  auto client_rows = RowsBy("ClientFee", "Formclient");
+  ASSERT_EQ(client_rows.size(), 34u);
+  EXPECT_EQ(client_rows["CN2ACME"]["DisplayOrder"], "3");
+  EXPECT_EQ(client_rows["CN2ACME"]["client"], "ACME");
+  EXPECT_EQ(StepLines("Begin conversion addition: FormTypes.mdb (Appraiser Non-Standard)").back(),
+            "Non-standard formtypes (appraiser) conversion complete: 2 records");
+  EXPECT_EQ(StepLines("Begin conversion addition: FormTypes.mdb (Client Non-Standard)").back(),
+            "Non-standard formtypes (client) conversion complete: 1 records");
+}
+
+TEST_F(FeesTest, ASecondRunOfEveryPartyStepDuplicatesNothing) {
+  WriteForms();
+  WriteAppraisers();
+  WriteAppraiserFees();
+  WriteClientFees();
+  WriteTable("ROOMS.DBF", {{"INITIALS", 'C', 5}, {"PASSWORD", 'C', 10}, {"SUPER", 'C', 5}},
+             {{Fox("AB"), Fox("pw"), Fox("SUPER")}});
+  WriteTable("USER.DBF", {{"NAME", 'C', 40}}, {{Fox("Best Appraisals")}});
+  const auto steps = {CheckBox::ckbformtypes,
+                      CheckBox::ckbClient,
+                      CheckBox::ckbappraiser,
+                      CheckBox::ckbaddapprformtypes,
+                      CheckBox::ckbAddClientFormTypes,
+                      CheckBox::ckbApprFee,
+                      CheckBox::ckbclientfee,
+                      CheckBox::ckbcompany,
+                      CheckBox::ckbusers};
+  const char* tables[] = {"FormTypes",    "Client",    "ClientContact", "Appraiser",
+                          "AppraiserFee", "ClientFee", "Company",       "users"};
+  Run(steps);
+  std::map<std::string, std::size_t> first;
+  for (const char* table : tables) first[table] = Rows(table).size();
+  EXPECT_EQ(first["Client"], 2u);
+  EXPECT_EQ(first["AppraiserFee"], 71u);  // 34 form rows each, and three fees
+  Run(steps);
+  for (const char* table : tables) EXPECT_EQ(Rows(table).size(), first[table]) << table;
+}
+
+}  // namespace
+}  // namespace qorvane::convert
