@@ -2,6 +2,11 @@
 // convert nothing, so their steps write the "No records found" line.
 #include "convert/office.h"
 
+#include "convert/orders/applied.h"
+#include "convert/orders/expenses.h"
+#include "convert/orders/invoices.h"
+#include "convert/orders/massage.h"
+#include "convert/orders/property.h"
 #include "convert/parties/form_types.h"
 #include "data/file_numbers.h"
 
@@ -30,17 +35,17 @@ app::StepResult Office::ConvertClientDBFByCliNum() { return {}; }
 app::StepResult Office::ConvertAppraisrDBF() { return {}; }
 app::StepResult Office::AddFormTypesAppraiser() { return {}; }
 app::StepResult Office::AddFormTypesClient() { return {}; }
-app::StepResult Office::ConvertPropertyDBF() { return {}; }
-app::StepResult Office::ConvertInvoiceDBF() { return {}; }
-app::StepResult Office::ConvertApprExpDBF() { return {}; }
+app::StepResult Office::ConvertPropertyDBF() { return convert::ConvertPropertyDBF(context_); }
+app::StepResult Office::ConvertInvoiceDBF() { return convert::ConvertInvoiceDBF(context_); }
+app::StepResult Office::ConvertApprExpDBF() { return convert::ConvertApprExpDBF(context_); }
 app::StepResult Office::ConvertApprFeeDBF() { return {}; }
 app::StepResult Office::ConvertClientFeeDBF() { return {}; }
-app::StepResult Office::ConvertAppliedDBF() { return {}; }
+app::StepResult Office::ConvertAppliedDBF() { return convert::ConvertAppliedDBF(context_); }
 app::StepResult Office::ConvertCompanyName() { return {}; }
 app::StepResult Office::ConvertUsers() { return {}; }
-app::StepResult Office::MassageProperty() { return {}; }
-app::StepResult Office::MassageAssigned() { return {}; }
-app::StepResult Office::MassageInvoice() { return {}; }
+app::StepResult Office::MassageProperty() { return convert::MassageProperty(context_); }
+app::StepResult Office::MassageAssigned() { return convert::MassageAssigned(context_); }
+app::StepResult Office::MassageInvoice() { return convert::MassageInvoice(context_); }
 
 Program WireProgram(app::View& view, app::Clock& clock, const ProgramOptions& options) {
   Program program;
