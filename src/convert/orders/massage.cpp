@@ -110,13 +110,14 @@ app::StepResult MassageAssigned(data::Context& context) {
     data::RecordLoop loop = MassageLoop(context, "MassageAssigned", &data::SelectAssignedFileNumbers);
     loop.counter_in_label = false;  // this massage moves only the gauge
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
-      std::string number = data::AdoGetFieldRJ(find, "FileNumber");
-      assigned.RecordSource = "Select * from Assigned where PaidinFull=0 AND FILENUMBER='" + number + "'";
-      assigned.Refresh();
-      // The unpaid rows of one file number: a handful, found through the index.
+      // The rows of one file number not yet marked paid. The engine finds a file number's rows
+      // through its index but would test the paid flag of every row of the table, so the flag is
+      // tested here, on the few rows found.
+      data::SelectAssigned(assigned, data::AdoGetFieldRJ(find, "FileNumber"));
       jet::Recordset& rows = assigned.Recordset();
       if (rows.eof()) return app::RecordResult::Unchanged();
       for (rows.MoveFirst(); !rows.eof(); rows.MoveNext()) {
+        if (data::adogetfieldtf(assigned, "PaidInFull")) continue;
         if (!data::adogetfield(assigned, "Appraiser").empty()) SetAssignedPaidFlag(context);
       }
       return app::RecordResult::Updated();
