@@ -5,6 +5,11 @@
 #include "convert/parties/appraisers.h"
 #include "convert/parties/clients.h"
 #include "convert/parties/fees.h"
+#include "convert/orders/applied.h"
+#include "convert/orders/expenses.h"
+#include "convert/orders/invoices.h"
+#include "convert/orders/massage.h"
+#include "convert/orders/property.h"
 #include "convert/parties/form_types.h"
 #include "data/duplicate_clients.h"
 #include "data/file_numbers.h"
@@ -43,17 +48,17 @@ app::StepResult Office::ConvertClientDBFByCliNum() { return convert::ConvertClie
 app::StepResult Office::ConvertAppraisrDBF() { return convert::ConvertAppraisrDBF(context_); }
 app::StepResult Office::AddFormTypesAppraiser() { return convert::AddFormTypesAppraiser(context_); }
 app::StepResult Office::AddFormTypesClient() { return convert::AddFormTypesClient(context_); }
-app::StepResult Office::ConvertPropertyDBF() { return {}; }
-app::StepResult Office::ConvertInvoiceDBF() { return {}; }
-app::StepResult Office::ConvertApprExpDBF() { return {}; }
+app::StepResult Office::ConvertPropertyDBF() { return convert::ConvertPropertyDBF(context_); }
+app::StepResult Office::ConvertInvoiceDBF() { return convert::ConvertInvoiceDBF(context_); }
+app::StepResult Office::ConvertApprExpDBF() { return convert::ConvertApprExpDBF(context_); }
 app::StepResult Office::ConvertApprFeeDBF() { return convert::ConvertApprFeeDBF(context_); }
 app::StepResult Office::ConvertClientFeeDBF() { return convert::ConvertClientFeeDBF(context_); }
-app::StepResult Office::ConvertAppliedDBF() { return {}; }
+app::StepResult Office::ConvertAppliedDBF() { return convert::ConvertAppliedDBF(context_); }
 app::StepResult Office::ConvertCompanyName() { return convert::ConvertCompanyName(context_); }
 app::StepResult Office::ConvertUsers() { return convert::ConvertUsers(context_); }
-app::StepResult Office::MassageProperty() { return {}; }
-app::StepResult Office::MassageAssigned() { return {}; }
-app::StepResult Office::MassageInvoice() { return {}; }
+app::StepResult Office::MassageProperty() { return convert::MassageProperty(context_); }
+app::StepResult Office::MassageAssigned() { return convert::MassageAssigned(context_); }
+app::StepResult Office::MassageInvoice() { return convert::MassageInvoice(context_); }
 
 Program WireProgram(app::View& view, app::Clock& clock, const ProgramOptions& options) {
   Program program;

@@ -50,9 +50,11 @@ inline std::string ShellQuote(const std::string& text) {
 using ExportedRow = std::map<std::string, std::string>;
 
 // TABLE of the database at PATH as mdb-export prints it (CSV, text in double quotes, booleans
-// 1/0), one map from column name to cell per row.
-inline std::vector<ExportedRow> MdbExport(const std::string& path, const std::string& table) {
-  std::string csv = Command("mdb-export " + ShellQuote(path) + " " + ShellQuote(table) + " 2>&1");
+// 1/0), one map from column name to cell per row. OPTIONS go to mdb-export as they are
+// ("-D '%m/%d/%Y'" for four-digit years).
+inline std::vector<ExportedRow> MdbExport(const std::string& path, const std::string& table,
+                                          const std::string& options = "") {
+  std::string csv = Command("mdb-export " + options + " " + ShellQuote(path) + " " + ShellQuote(table) + " 2>&1");
   std::vector<std::vector<std::string>> records(1);
   std::string cell;
   bool quoted = false;

@@ -1,0 +1,143 @@
+// The field copies, the illegal-number check and the counters of the order converters (see
+// order_fields.h).
+#include "convert/orders/order_fields.h"
+
+#include <fmt/format.h>
+
+#include <cctype>
+#include <cmath>
+
+#include "data/fields.h"
+#include "data/file_numbers.h"
+#include "data/lookups.h"
+#include "data/order_helpers.h"
+
+namespace qorvane::convert {
+
+std::string TrimBlanks(std::string_view text) {
+  std::size_t first = text.find_first_not_of(' ');
+  if (first == std::string_view::npos) return "";
+  return std::string(text.substr(first, text.find_last_not_of(' ') - first + 1));
+}
+
+std::string TrimUpper(std::string_view text) {
+  std::string upper = TrimBlanks(text);
+  for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return upper;
+}
+
+std::string SingleText(float value) { return fmt::format("{}", value); }
+
+void RecordPlace::Note(std::string_view field, std::string_view what) const {
+  context.Log("DATA: " + file + " " + number + ": " + std::string(field) + " " + std::string(what));
+}
+
+void RecordPlace::NoteRecord(std::string_view what) const {
+  context.Log("DATA: " + file + " " + number + " " + std::string(what));
+}
+
+namespace {
+
+void SaveWithFill(data::AdoControl& control, const std::function<void()>& fill) {
+  jet::Recordset& records = control.Recordset();
+  try {
+    fill();
+    records.Update();
+  } catch (...) {
+    records.CancelUpdate();
+    throw;
+  }
+}
+
+}  // namespace
+
+void SaveNewRow(data::AdoControl& control, const std::function<void()>& fill) {
+  control.Recordset().AddNew();
+  SaveWithFill(control, fill);
+}
+
+void SaveRow(data::AdoControl& control, const std::function<void()>& fill) { SaveWithFill(control, fill); }
+
+void CopyText(const RecordPlace& place, data::DataControl& source, std::string_view field, data::AdoControl& target,
+              std::string_view column) {
+  place.context.Guard("convertField", [&] {
+    std::string text = data::DATgetfield(source, field);
+    std::int32_t width = data::TextColumnWidth(target, column);
+    if (width > 0 && data::TextLength(text) > static_cast<std::size_t>(width)) {
+      place.Note(field, "is longer than " + std::string(column) + " (" + std::to_string(width) + " characters); cut to '" +
+                            data::AdoTrim(target, text, column) + "'");
+    }
+    data::AdoSetField(target, text, column);
+  });
+}
+
+void ConvertNumericField(data::DataControl& source, std::string_view field, data::AdoControl& target,
+                         std::string_view column, const RecordPlace* place) {
+  source.form().Guard("ConvertNumericField", [&] {
+    std::string text = data::DATgetfield(source, field);
+    if (text.empty()) {
+      if (place) {
+        std::string stored = data::DATgetfieldStored(source, field);
+        if (!stored.empty()) place->Note(field, "'" + stored + "' is not a number; 0 written to " + std::string(column));
+      }
+      text = "0";
+    }
+    float value = data::Csingle(text);
+    if (place && (value == 0 || !std::isfinite(value)) &&
+        data::NumericChars(text).find_first_of("123456789") != std::string::npos) {
+      place->Note(field, "'" + text + "' is not a number " + std::string(column) + " can hold; 0 written");
+      value = 0;
+    }
+    data::AdoSetFieldSingle(target, value, column);
+  });
+}
+
+void VerifyAndSet(data::DataControl& source, std::string_view field, data::AdoControl& target,
+                  std::string_view column, const RecordPlace* place) {
+  source.form().Guard("VerifyAndSet", [&] {
+    std::string text = data::DATgetfield(source, field);
+    if (data::IsDate(text)) {
+      data::AdoSetFieldDate(target, text, column);
+      return;
+    }
+    if (place) {
+      std::string stored = data::DATgetfieldStored(source, field);
+      if (!stored.empty()) {
+        place->Note(field, "'" + stored + "' is not a usable date; " + kMissingDate + " written to " + std::string(column));
+      }
+    }
+    data::AdoSetFieldDate(target, kMissingDate, column);
+  });
+}
+
+std::optional<std::string> CheckIllegalNumber(data::Context& context, const IllegalNumberTexts& texts,
+                                              const std::string& candidate) {
+  if (!data::HasIllegalFileChars(candidate)) return candidate;
+  std::string corrected = data::FixIllegalFileChars(candidate);
+  if (data::AdoFindRec(context.Target(app::TargetControl::adofind), data::FilterFileNumber(corrected))) {
+    context.ListNotConverted(texts.list_prefix + candidate);
+    context.Log(texts.warning + candidate);
+    return std::nullopt;
+  }
+  context.ListIllegalFileNumber(candidate + " = " + corrected);
+  context.Log(texts.correction + candidate + ") converted = " + corrected);
+  return corrected;
+}
+
+void FirstListedFileNumber(data::Context& context) {
+  if (!context.FileNumbers().empty()) ShowListedFileNumber(context, context.FileNumbers().front());
+}
+
+void ShowListedFileNumber(data::Context& context, const std::string& number) { context.form().txtfilenum = number; }
+
+void ShownCounter::Show(data::Context& context) {
+  context.form().lblRecord = std::to_string(current_);
+  shown_ = current_;
+}
+
+app::StepResult ShownCounter::Finish(app::StepResult result) const {
+  result.shown_count = shown_;
+  return result;
+}
+
+}  // namespace qorvane::convert
