@@ -36,3 +36,41 @@ TEST(SqlQuoting, DoublesQuotesHashesAndStars) {
 
 }  // namespace
 }  // namespace qorvane::data
+
+namespace qorvane::data {
+namespace {
+
+TEST(DatesAndNumbers, TwoDigitYearsTheEmptyDateAndAmounts) {
+  EXPECT_EQ(NormalizeDate("3/4/24"), "3/4/2024");
+  EXPECT_EQ(NormalizeDate("3/4/25"), "3/4/1925");
+  EXPECT_EQ(NormalizeDate("03/04/05"), "3/4/2005");
+  EXPECT_EQ(NormalizeDate("7/8/150"), "01/01/1900");
+  EXPECT_EQ(NormalizeDate("7/8/999"), "01/01/1900");
+  EXPECT_EQ(NormalizeDate("12/30/1899"), "12/30/1899");
+  EXPECT_EQ(NormalizeDate("  "), "");
+  EXPECT_FALSE(IsDate("1/1/1"));         // shorter than six characters
+  EXPECT_FALSE(IsDate("12/30/1899"));    // the empty date
+  EXPECT_FALSE(IsDate("2/30/2024"));     // no such day
+  EXPECT_FALSE(IsDate("not a date"));
+  EXPECT_TRUE(IsDate("2/29/2024"));
+  EXPECT_TRUE(IsDate("12/31/99"));
+  EXPECT_FLOAT_EQ(Csingle("$1,234.50"), 1234.5f);
+  EXPECT_EQ(Csingle("-"), 0.0f);
+  EXPECT_EQ(Csingle("-."), 0.0f);
+  EXPECT_EQ(Csingle("n/a"), 0.0f);
+  EXPECT_FLOAT_EQ(Csingle("(-12.5)"), -12.5f);
+  EXPECT_EQ(NumericChars("A1-2.3b"), "1-2.3");
+  EXPECT_EQ(Int2Str(-42), "-42");
+}
+
+TEST(Keys, FileNumbersAndInvoiceNumbersAsTheLookUpsBuildThem) {
+  EXPECT_EQ(PadFileNumber("4521"), "      4521");
+  EXPECT_EQ(PadFileNumber(" ab-1 "), "      AB-1");
+  EXPECT_EQ(PadInvNum(" inv7 "), "INV7      ");
+  EXPECT_EQ(PadInvNum("12345678901"), "1234567890");
+  EXPECT_EQ(ParseFromClause("select * from Property where x=1"), "PROPERTY");
+  EXPECT_EQ(ReplaceAll("a--b--", "--", "-"), "a-b-");
+}
+
+}  // namespace
+}  // namespace qorvane::data
