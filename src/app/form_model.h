@@ -5,6 +5,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
@@ -37,6 +38,10 @@ struct FormModel {
   std::string lblRecord;        // the record counter; the run reads it as a step's count
   std::string lblmsg;
   int gauprogress = 0;
+  // For the faces' progress display (no control of its own): the record the record loop is on
+  // and the records of the table it walks; 0 when no loop is running.
+  std::int64_t RecordNumber = 0;
+  std::int64_t RecordTotal = 0;
 
   // Text boxes.
   std::string txtPyxPath;       // source data path

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <iostream>
 
@@ -35,6 +36,16 @@ std::string RunningStep(const app::FormModel& form) {
   }
   if (form.ImageVisible(app::kMassageDataImages.now)) return "Massage";
   return "";
+}
+
+// "  1,234/s  0:42 left" once a step has run long enough to tell.
+std::string RateAndTimeLeft(const app::FormModel& form, long long elapsed_ms) {
+  if (form.RecordTotal <= 0 || form.RecordNumber <= 0 || elapsed_ms < 1000) return "";
+  double rate = static_cast<double>(form.RecordNumber) * 1000.0 / static_cast<double>(elapsed_ms);
+  long long left = static_cast<long long>(static_cast<double>(form.RecordTotal - form.RecordNumber) / rate);
+  char text[64];
+  std::snprintf(text, sizeof text, "  %.0f/s  %lld:%02lld left", rate, left / 60, left % 60);
+  return text;
 }
 
 }  // namespace
@@ -113,14 +124,20 @@ void TerminalView::FinishProgress() {
 void TerminalView::Show(const app::FormModel& form) {
   if (options_.quiet) return;
   std::string step = RunningStep(form);
+  bool new_step = step != current_step_;
+  if (new_step) step_start_ms_ = NowMs();
   std::string progress;
   if (!step.empty()) {
     progress = step;
-    if (!form.lblRecord.empty()) progress += ": record " + form.lblRecord;
+    if (form.RecordTotal > 0) {
+      progress += ": record " + std::to_string(form.RecordNumber) + " of " + std::to_string(form.RecordTotal);
+    } else if (!form.lblRecord.empty()) {
+      progress += ": record " + form.lblRecord;
+    }
     if (!form.lblCaption.empty()) progress += "  " + form.lblCaption;
     progress += "  " + std::to_string(form.gauprogress) + "%";
+    progress += RateAndTimeLeft(form, NowMs() - step_start_ms_);
   }
-  bool new_step = step != current_step_;
   if (err_is_terminal_) {
     long long now = NowMs();
     if (!new_step && now - last_draw_ms_ < 100) return;

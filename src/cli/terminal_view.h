@@ -52,6 +52,7 @@ class TerminalView : public app::View {
   std::string last_progress_;
   bool progress_line_open_ = false;
   long long last_draw_ms_ = 0;
+  long long step_start_ms_ = 0;  // when the running step began, for its rate and time left
   bool run_mode_ = false;
   long long last_key_check_ms_ = 0;
   struct SavedTerminal;

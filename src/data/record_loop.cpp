@@ -56,6 +56,8 @@ bool RunPass(Context& context, const RecordLoop& loop, const RecordBody& body, a
     if (context.AbortRequested()) return false;
     ++counter;
     app::FormModel& form = context.form();
+    form.RecordNumber = counter;
+    form.RecordTotal = total;
     if (loop.counter_in_label) {
       form.lblRecord = std::to_string(counter);
       result.shown_count = counter;
@@ -86,6 +88,10 @@ bool RunPass(Context& context, const RecordLoop& loop, const RecordBody& body, a
 
 app::StepResult RunRecordLoop(Context& context, const RecordLoop& loop, const RecordBody& body) {
   app::StepResult result;
+  struct ClearProgress {
+    app::FormModel& form;
+    ~ClearProgress() { form.RecordNumber = form.RecordTotal = 0; }
+  } clear_progress{context.form()};
   context.main_form().Guard(loop.routine, [&] {
     const std::vector<std::string>& numbers = context.FileNumbers();
     if (!loop.select_file_number || numbers.empty()) {
