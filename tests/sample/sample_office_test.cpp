@@ -101,7 +101,6 @@ TEST_F(SampleOffice, TheSameSeedWritesTheSameBytesAndAnotherSeedOthers) {
   test::TempDir other;
   sample::WriteSampleOffice(other.path() + "/same", {.orders = kOrders, .seed = 7});
   sample::WriteSampleOffice(other.path() + "/different", {.orders = kOrders, .seed = 8});
-  std::vector<std::string> files = sample::TablesIn(Folder());
   for (const auto& name : os::ListDirectory(Folder())) {
     EXPECT_EQ(FileBytes(PathOf(name)), FileBytes(other.path() + "/same/" + name)) << name;
   }
