@@ -160,7 +160,7 @@ std::string Office::ClientName(std::uint64_t index) const {
     char initial = static_cast<char>('A' + mixed / (kLast * kFirst));
     return "~" + Upper(last) + ", " + Upper(first) + " " + initial;
   }
-  if (kind < 60) {
+  if (kind < 50) {
     constexpr std::uint64_t kLast = words::kLastNames.size();
     std::uint64_t mixed = (index * 104729) % (kLast * kLast * 2);
     return Upper(std::string(words::kLastNames[mixed % kLast])) + ", " +
@@ -175,7 +175,7 @@ std::string Office::ClientName(std::uint64_t index) const {
   std::uint64_t place = (mixed / (kCores * kKinds)) % kPlaces;
   if (place > 0) name += ", " + std::string(words::kBranchPlaces[place - 1]);
   std::uint64_t branch = mixed / (kCores * kKinds * kPlaces);
-  if (branch > 0) name += " #" + std::to_string(branch + 1);
+  if (branch > 0) name += " " + std::to_string(branch + 1);  // no "#": it is illegal in a key
   return name;
 }
 
