@@ -65,6 +65,13 @@ std::string EncodeFieldValue(const Field& field, const Value& value, const CodeP
   };
   std::string stored(field.length, ' ');
   if (value.is_null()) return stored;
+  // Binary is the stored bytes themselves, written unchecked: how sample offices and tests
+  // reproduce the damaged dates and numbers that real tables hold.
+  if (value.kind == Value::Kind::Binary && field.type != 'M') {
+    if (value.text.size() > stored.size()) throw refuse(std::to_string(value.text.size()) + " stored bytes do not fit");
+    stored.replace(0, value.text.size(), value.text);
+    return stored;
+  }
   switch (field.type) {
     case 'C': {
       if (value.kind != Value::Kind::Text) throw refuse("a text value is needed");

@@ -41,7 +41,8 @@ class TableCreator {
   ~TableCreator();
 
   // values[i] goes to field i: Text (UTF-8) for C and M, Number for N and F, Date, Logical;
-  // Null leaves the field blank.
+  // Null leaves the field blank; Binary is stored as it is (left-justified, blank-padded), so
+  // a damaged value can be written on purpose.
   void Append(const std::vector<Value>& values, RecordState state = RecordState::Live);
   void Finish();
 
