@@ -72,6 +72,8 @@ app::StepResult CorrectDuplicateClients(Context& context) {
     app::StepResult result;
     app::FormModel& form = context.form();
     DataControl& clients = context.Source(app::SourceControl::datClient);
+    // Each listed client is a record this pass reads again, to correct it.
+    result.ledger.Expect(static_cast<std::int64_t>(std::min(form.lstduplicateclients.size(), form.lstclinum.size())));
     for (std::size_t i = 0; i < form.lstduplicateclients.size() && i < form.lstclinum.size(); ++i) {
       context.DoEvents();
       if (context.AbortRequested()) {

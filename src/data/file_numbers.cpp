@@ -3,8 +3,10 @@
 
 #include <cctype>
 #include <cstring>
+#include <optional>
 
 #include "app/paths.h"
+#include "common/utf8.h"
 #include "data/fields.h"
 #include "data/lookups.h"
 #include "data/record_loop.h"
@@ -12,8 +14,10 @@
 namespace qorvane::data {
 namespace {
 
-bool IsIllegalFileChar(unsigned char c) {
-  return c < 32 || c > 126 || std::strchr("%*$#&", c) != nullptr;
+// Characters are whole code points: an accented letter or a degree sign is one character, as it
+// was one byte in the source table's code page.
+bool IsIllegalFileChar(char32_t c) {
+  return c < 32 || c > 126 || std::strchr("%*$#&", static_cast<int>(c)) != nullptr;
 }
 
 std::string TrimUpper(std::string_view text) {
@@ -111,20 +115,27 @@ bool ValidateFileName(std::string_view text) {
 }
 
 bool HasIllegalFileChars(std::string_view text) {
-  for (char c : text) {
-    if (IsIllegalFileChar(static_cast<unsigned char>(c))) return true;
+  for (std::size_t position = 0; position < text.size();) {
+    if (IsIllegalFileChar(DecodeUtf8(text, position))) return true;
   }
   return false;
 }
 
 std::string FixIllegalFileChars(std::string_view text) {
-  std::string fixed(text);
-  for (char c : text) {
-    if (!IsIllegalFileChar(static_cast<unsigned char>(c))) continue;
-    for (char& each : fixed) {
-      if (each == c) each = '-';
+  std::optional<char32_t> illegal;
+  for (std::size_t position = 0; position < text.size() && !illegal;) {
+    char32_t c = DecodeUtf8(text, position);
+    if (IsIllegalFileChar(c)) illegal = c;
+  }
+  if (!illegal) return std::string(text);
+  std::string fixed;
+  for (std::size_t position = 0; position < text.size();) {
+    char32_t c = DecodeUtf8(text, position);
+    if (c == *illegal) {
+      fixed += '-';
+    } else {
+      AppendUtf8(fixed, c);
     }
-    break;
   }
   return fixed;
 }

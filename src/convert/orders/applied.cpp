@@ -68,7 +68,7 @@ app::StepResult ConvertAppliedDBF(data::Context& context) {
         if (converted.count(TrimUpper(combined)) != 0) {
           place.NoteRecord("payment to " + name + " appears again in applied.dbf; the payment converted first is kept");
         }
-        return app::RecordResult::Skipped("a payment of " + TrimBlanks(key) + " to " + name + " is already in Assigned");
+        return app::RecordResult::Skipped("payment already in Assigned");
       }
       converted.insert(TrimUpper(combined));
       data::SelectProperty(orders, data::RightJustify(key, 10));

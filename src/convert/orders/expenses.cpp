@@ -108,7 +108,7 @@ app::StepResult ConvertClientExpDBF(data::Context& context) {
       if (data::HasIllegalFileChars(key)) key = data::FixIllegalFileChars(key);
       key = data::MakeFileNumber(key);
       if (!data::AdoFindRec(invoice, data::FilterFileNumber(key))) {
-        return app::RecordResult::Skipped("no invoice " + TrimBlanks(key) + " in office.mdb");
+        return app::RecordResult::Skipped("no invoice in office.mdb");
       }
       std::string type = data::DATgetfield(cliexp, "Exp_Type");
       std::string description = data::DATgetfield(cliexp, "Exp_Desc");
@@ -153,7 +153,7 @@ app::StepResult ConvertApprExpDBF(data::Context& context) {
       std::string candidate = data::RightJustify(data::DATgetfield(expenses, "File_num") + "-A", 10);
       for (char& c : candidate) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
       std::optional<std::string> checked = CheckIllegalNumber(context, kPropertyNumberTexts, candidate);
-      if (!checked) return app::RecordResult::Skipped("illegal file number " + candidate + ": its correction is already in office.mdb");
+      if (!checked) return app::RecordResult::Skipped("illegal file number whose correction is already in office.mdb");
       std::string key = data::MakeFileNumber(*checked);
       RecordPlace place{context, "apprexp.dbf", "file number " + TrimBlanks(key)};
 
@@ -161,7 +161,7 @@ app::StepResult ConvertApprExpDBF(data::Context& context) {
       if (orders.Recordset().eof()) {
         place.NoteRecord("has no order in Property; the expense is not converted");
         context.ListNotConverted("Apprexp: " + TrimBlanks(key));
-        return app::RecordResult::Skipped("no order " + TrimBlanks(key) + " in office.mdb");
+        return app::RecordResult::Skipped("no order in office.mdb");
       }
       std::string appraiser = ExpenseAppraiser(context, data::DATgetfield(expenses, "App_Num"), key);
       std::string expense_number = data::DATgetfield(expenses, "Exp_Num");
@@ -176,7 +176,7 @@ app::StepResult ConvertApprExpDBF(data::Context& context) {
           place.NoteRecord("expense " + expense_number + " of " + appraiser +
                            " appears again in apprexp.dbf; the expense converted first is kept");
         }
-        return app::RecordResult::Skipped("expense " + combined + " is already in Assigned");
+        return app::RecordResult::Skipped("expense already in Assigned");
       }
       converted.insert(combined);
       SaveNewRow(assigned, [&] {

@@ -125,7 +125,7 @@ app::StepResult ConvertInvoiceDBF(data::Context& context) {
         if (converted.count(key) != 0) {
           place.NoteRecord("appears again in invoice.dbf; the invoice converted first is kept");
         }
-        return app::RecordResult::Skipped("an invoice for " + TrimBlanks(key) + " is already in office.mdb; left as it is");
+        return app::RecordResult::Skipped("invoice already in office.mdb (left as it is)");
       }
       converted.insert(key);
       data::SelectProperty(orders, key);

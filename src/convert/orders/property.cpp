@@ -229,7 +229,7 @@ app::StepResult ConvertPropertyDBF(data::Context& context) {
       std::string candidate = data::RightJustify(read + "-A", 10);
       for (char& c : candidate) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
       std::optional<std::string> checked = CheckIllegalNumber(context, kPropertyNumberTexts, candidate);
-      if (!checked) return app::RecordResult::Skipped("illegal file number " + candidate + ": its correction is already in office.mdb");
+      if (!checked) return app::RecordResult::Skipped("illegal file number whose correction is already in office.mdb");
       candidate = *checked;
       if (candidate == "-A") return app::RecordResult::Skipped("no file number");
 

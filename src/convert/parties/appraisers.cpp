@@ -61,7 +61,7 @@ app::StepResult ConvertAppraisrDBF(data::Context& context) {
       std::string stored = data::KeyAsStored(context, appraisers, appraiser, name, "Appraiser");
       if (data::AdoFindRec(appraiser, data::FilterAppraiser(stored))) {
         appraiser.Refresh();
-        return RecordResult::Skipped("appraiser " + stored + " is already in Appraiser");
+        return RecordResult::Skipped("appraiser already in Appraiser");
       }
       data::AddNewRow(appraiser, [&] {
         data::AdoSetField(appraiser, name, "Appraiser");
@@ -128,7 +128,7 @@ app::StepResult ConvertUsers(data::Context& context) {
       std::string stored = data::KeyAsStored(context, rooms, users, initials, "user");
       if (data::AdoFindRec(users, data::FilterUser(stored))) {
         users.Refresh();
-        return RecordResult::Skipped("user " + stored + " is already in users");
+        return RecordResult::Skipped("user already in users");
       }
       data::AddNewRow(users, [&] {
         data::AdoSetField(users, initials, "user");

@@ -101,7 +101,7 @@ app::StepResult RunClientPass(data::Context& context, ClientPass pass) {
         filed_under = data::KeyAsStored(context, clients, client, name, "Client");
         if (data::AdoFindRec(client, data::FilterClient(filed_under))) {
           // The first record of a name wins; later ones are taken by the pass by number.
-          found = RecordResult::Skipped("client " + filed_under + " is already in Client");
+          found = RecordResult::Skipped("client already in Client");
         } else {
           AddClientRow(context, name);
           added = true;

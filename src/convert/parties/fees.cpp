@@ -130,7 +130,7 @@ app::StepResult ConvertApprFeeDBF(data::Context& context) {
       std::string number = data::DATgetfield(source, "App_num");
       if (number.empty()) return RecordResult::Skipped("no appraiser number");
       if (!appraisers.bound() || !data::FindRecord(appraisers, number, "App_Num")) {
-        return RecordResult::Skipped("appraiser number " + number + " is not in the appraiser table");
+        return RecordResult::Skipped("appraiser number not in the appraiser table");
       }
       std::string name = data::UCaseTrim(data::DATgetfield(appraisers, "App_LName"));
       std::string form = data::UCaseTrim(data::DATgetfield(source, "Ass_Type"));
@@ -139,7 +139,7 @@ app::StepResult ConvertApprFeeDBF(data::Context& context) {
       bool pay_mode = data::DATgetfieldtf(source, "Pay_Mode");
       std::string key = data::KeyAsStored(context, source, fees, form + name, "FormAppraiser");
       if (FindFormAppraiser(context, key)) {
-        return RecordResult::Skipped("fee " + key + " is already in AppraiserFee");
+        return RecordResult::Skipped("fee already in AppraiserFee");
       }
       data::AddNewRow(fees, [&] {
         data::AdoSetField(fees, name, "Appraiser");
@@ -177,7 +177,7 @@ app::StepResult ConvertClientFeeDBF(data::Context& context) {
       std::string number = data::DATgetfield(source, "Cli_num");
       if (number.empty()) return RecordResult::Skipped("no client number");
       if (!clients.bound() || !data::FindRecord(clients, number, "Cli_Num")) {
-        return RecordResult::Skipped("client number " + number + " is not in the client table");
+        return RecordResult::Skipped("client number not in the client table");
       }
       // The printed name, not the client's name: the fee rows carry it.
       std::string name = data::UCaseTrim(data::DATgetfield(clients, "Plain_Name"));
@@ -185,7 +185,7 @@ app::StepResult ConvertClientFeeDBF(data::Context& context) {
       float fee = data::DATgetfieldSingle(source, "Cli_Fee");
       data::SelectClientFee(fees, data::AdoTrim(fees, name, "client"), "");
       std::string key = data::KeyAsStored(context, source, fees, form + name, "Formclient");
-      if (FindFormClient(context, key)) return RecordResult::Skipped("fee " + key + " is already in ClientFee");
+      if (FindFormClient(context, key)) return RecordResult::Skipped("fee already in ClientFee");
       data::AddNewRow(fees, [&] {
         data::AdoSetField(fees, key, "Formclient");
         data::AdoSetField(fees, form, "Form");

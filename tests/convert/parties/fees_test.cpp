@@ -63,8 +63,8 @@ TEST_F(FeesTest, AppraiserFeesAreKeyedByFormAndNameAndTheFirstRecordWins) {
   const app::Ledger& ledger = StepLedger();
   EXPECT_EQ(ledger.read(), 5);
   EXPECT_EQ(ledger.count(app::RecordOutcome::Added), 3);
-  EXPECT_EQ(ledger.notes().at(0).reason, "fee URARJONES, ANN is already in AppraiserFee");
-  EXPECT_EQ(ledger.notes().at(1).reason, "appraiser number 9 is not in the appraiser table");
+  EXPECT_EQ(ledger.notes().at(0).reason, "fee already in AppraiserFee");
+  EXPECT_EQ(ledger.notes().at(1).reason, "appraiser number not in the appraiser table");
 }
 
 TEST_F(FeesTest, ClientFeesCarryThePrintedName) {
