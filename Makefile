@@ -22,7 +22,9 @@ build: configure
 test: build
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS) --timeout 300
 
-demo: build
+# The demo needs only the command line, built quietly.
+demo: configure
+	@cmake --build $(BUILD) --target qorvane -j $(JOBS) >/dev/null
 	@scripts/demo $(BUILD)
 
 bench: build

@@ -37,8 +37,8 @@ class OfficeRun {
     view.messages.clear();
     return *program.main_form;
   }
-  app::MainForm& form() { return *program.main_form; }
-  app::FormModel& model() { return program.main_form->form(); }
+  app::MainForm& form() const { return *program.main_form; }
+  app::FormModel& model() const { return program.main_form->form(); }
 
   // One run with the boxes ticked so far; returns the log's lines.
   std::vector<std::string> Convert() {
