@@ -12,24 +12,14 @@
 #include "jet/create/create.h"
 #include "jet/database.h"
 #include "jet/recordset.h"
+#include "test_support/quiet_view.h"
 #include "test_support/temp_dir.h"
 
 namespace {
 
 using namespace qorvane;
 
-// A view that answers Yes and shows nothing.
-class QuietView : public app::View {
- public:
-  void Show(const app::FormModel&) override {}
-  app::UserRequest PollUserRequest() override { return app::UserRequest::None; }
-  app::MessageResult MessageBox(const std::string&, app::MessageButtons, const std::string&) override {
-    return app::MessageResult::Yes;
-  }
-  void Notify(const std::string&) override {}
-  app::EscapeChoice PromptEscape() override { return app::EscapeChoice::Continue; }
-  void OpenLog(const std::string&) override {}
-};
+using test::QuietView;
 
 foxpro::Value Text(const std::string& text) {
   foxpro::Value value;

@@ -5,6 +5,7 @@
 // plug in through RunRoutines (routines.h), so this library depends on neither.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <span>
 #include <optional>
@@ -92,6 +93,7 @@ class MainForm {
     ReportKind kind;
     StepResult result;
     TableCounts rows_changed;  // per target table, the rows it has more (or fewer) after it
+    double seconds = 0;        // how long it took
   };
   const std::vector<StepReport>& RunReport() const { return run_report_; }
   // Rows per target table when the run connected, as the run's connection held them at its
@@ -160,6 +162,7 @@ class MainForm {
   RunRoutines* routines_ = &no_routines_;
   std::vector<StepReport> run_report_;
   TableCounts rows_before_, rows_written_, rows_committed_;
+  std::chrono::steady_clock::time_point preparation_start_;  // since the last report entry
   os::File log_;
   std::uint64_t log_offset_ = 0;
   std::string log_path_;

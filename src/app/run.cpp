@@ -3,6 +3,7 @@
 // massage, and the elapsed-time summary. Every ending goes through CloseLog.
 #include <fmt/format.h>
 
+#include <chrono>
 #include <initializer_list>
 
 #include "app/main_form.h"
@@ -111,6 +112,7 @@ void MainForm::RunConversion() {
   AddtoLogFile("");
   if (AbortTest()) return;
 
+  preparation_start_ = std::chrono::steady_clock::now();
   TableCounts before_clearing = routines_->TargetRowCounts();
   Record("clear selected tables", routines_->ClearSelectedTables(), before_clearing);
   SetGaugeValue(0, 1);
@@ -163,9 +165,15 @@ TableCounts RowsChanged(const TableCounts& before, const TableCounts& after) {
 
 }  // namespace
 
+static double SecondsSince(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
 void MainForm::Record(std::string name, StepResult result, const TableCounts& rows_before) {
   TableCounts changed = rows_before.empty() ? TableCounts{} : RowsChanged(rows_before, routines_->TargetRowCounts());
-  run_report_.push_back({std::move(name), ReportKind::Preparation, std::move(result), std::move(changed)});
+  run_report_.push_back({std::move(name), ReportKind::Preparation, std::move(result), std::move(changed),
+                         SecondsSince(preparation_start_)});
+  preparation_start_ = std::chrono::steady_clock::now();
 }
 
 void MainForm::SetStepImages(const ImagePair& images, bool running) {
@@ -176,6 +184,7 @@ void MainForm::SetStepImages(const ImagePair& images, bool running) {
 bool MainForm::RunStepRoutines(StepReport step, std::span<const StepRoutine> routines,
                                std::optional<std::int64_t>& shown_count) {
   form_.lblRecord.clear();
+  auto start = std::chrono::steady_clock::now();
   TableCounts rows_before = routines_->TargetRowCounts();
   StepReport& report = run_report_.emplace_back(std::move(step));
   for (StepRoutine routine : routines) {
@@ -186,8 +195,10 @@ bool MainForm::RunStepRoutines(StepReport step, std::span<const StepRoutine> rou
     report.result.ledger.Merge(result.ledger);
     report.result.shown_count = shown_count;
     report.rows_changed = RowsChanged(rows_before, routines_->TargetRowCounts());
+    report.seconds = SecondsSince(start);
     if (AbortTest()) return false;
   }
+  preparation_start_ = std::chrono::steady_clock::now();
   return true;
 }
 

@@ -85,15 +85,15 @@ std::vector<std::string> RunSummaryProblems(const MainForm& form) {
 }
 
 std::string RunSummaryText(const MainForm& form) {
-  std::string text = fmt::format("{:<28}{:>10}{:>10}{:>10}{:>10}{:>10}\n", "What ran", "read", "added", "updated",
-                                 "skipped", "refused");
+  std::string text = fmt::format("{:<28}{:>10}{:>10}{:>10}{:>10}{:>10}{:>10}\n", "What ran", "read", "added", "updated",
+                                 "skipped", "refused", "seconds");
   for (const MainForm::StepReport& report : form.RunReport()) {
     if (!Shown(report)) continue;
     const Ledger& ledger = report.result.ledger;
     std::string name = report.kind == Kind::Massage ? "massage " + report.name : report.name;
-    text += fmt::format("{:<28}{:>10}{:>10}{:>10}{:>10}{:>10}\n", name, ledger.read(),
+    text += fmt::format("{:<28}{:>10}{:>10}{:>10}{:>10}{:>10}{:>10.2f}\n", name, ledger.read(),
                         ledger.count(RecordOutcome::Added), ledger.count(RecordOutcome::Updated),
-                        ledger.count(RecordOutcome::Skipped), ledger.count(RecordOutcome::Refused));
+                        ledger.count(RecordOutcome::Skipped), ledger.count(RecordOutcome::Refused), report.seconds);
     for (RecordOutcome outcome : {RecordOutcome::Skipped, RecordOutcome::Refused}) {
       for (const auto& [reason, count] : CountedReasons(ledger, outcome)) {
         text += fmt::format("    {} {}: {}\n", outcome == RecordOutcome::Skipped ? "skipped" : "refused", count, reason);
@@ -133,11 +133,12 @@ std::string RunSummaryJson(const MainForm& form) {
     json += fmt::format(
         "    {{\"name\": {}, \"kind\": \"{}\", \"read\": {}, \"found\": {}, \"added\": {}, \"updated\": {}, "
         "\"skipped\": {}, \"refused\": {}, \"unchanged\": {}, \"deleted\": {}, \"shown_count\": {}, "
-        "\"rows_changed\": {}, \"reasons\": {{",
+        "\"seconds\": {:.3f}, \"rows_changed\": {}, \"reasons\": {{",
         Quoted(report.name), KindName(report.kind), ledger.read(), ledger.expected(),
         ledger.count(RecordOutcome::Added), ledger.count(RecordOutcome::Updated), ledger.count(RecordOutcome::Skipped),
         ledger.count(RecordOutcome::Refused), ledger.count(RecordOutcome::Unchanged), ledger.count(RecordOutcome::Deleted),
-        report.result.shown_count ? std::to_string(*report.result.shown_count) : "null", CountsJson(report.rows_changed));
+        report.result.shown_count ? std::to_string(*report.result.shown_count) : "null", report.seconds,
+        CountsJson(report.rows_changed));
     std::string reasons;
     for (RecordOutcome outcome : {RecordOutcome::Skipped, RecordOutcome::Refused}) {
       for (const auto& [reason, count] : CountedReasons(ledger, outcome)) {

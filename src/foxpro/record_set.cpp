@@ -117,10 +117,11 @@ struct RecordSet::State {
   }
   std::size_t Column(std::string_view name) const {
     // Called for every field read: compares case-blind in place, without copies.
-    auto same = [](std::string_view a, std::string_view b) {
+    auto upper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; };
+    auto same = [&](std::string_view a, std::string_view b) {
       if (a.size() != b.size()) return false;
       for (std::size_t i = 0; i < a.size(); ++i) {
-        if (std::toupper(static_cast<unsigned char>(a[i])) != std::toupper(static_cast<unsigned char>(b[i]))) return false;
+        if (upper(a[i]) != upper(b[i])) return false;
       }
       return true;
     };

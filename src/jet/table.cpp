@@ -235,9 +235,13 @@ std::vector<IndexInfo> Table::indexes() const {
 }
 
 std::optional<std::size_t> Table::FindColumn(std::string_view name) const {
+  if (folded_column_names_.size() != definition_.columns.size()) {
+    folded_column_names_.clear();
+    for (const auto& column : definition_.columns) folded_column_names_.push_back(FoldForComparison(column.name));
+  }
   std::string wanted = FoldForComparison(name);
-  for (std::size_t i = 0; i < definition_.columns.size(); ++i) {
-    if (FoldForComparison(definition_.columns[i].name) == wanted) return i;
+  for (std::size_t i = 0; i < folded_column_names_.size(); ++i) {
+    if (folded_column_names_[i] == wanted) return i;
   }
   return std::nullopt;
 }

@@ -153,6 +153,7 @@ class Table {
   std::string name_;
   Reporter* reporter_ = nullptr;
   TableDefinition definition_;
+  mutable std::vector<std::string> folded_column_names_;  // FindColumn's, built on first use
   bool rows_loaded_ = false;
   std::vector<RowId> rows_;
   std::unordered_set<RowId> deleted_;  // still in rows_ until the next RowIds()
