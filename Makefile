@@ -2,6 +2,7 @@
 #   make demo  - installs what is missing, builds, makes a sample source office, converts it
 #                into a new office.mdb and shows the result
 #   make test  - installs what is missing, builds and runs the whole test suite
+#   make fuzz  - builds the fuzz targets with clang and runs each for FUZZ_SECONDS (60)
 BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
@@ -30,10 +31,10 @@ demo: configure
 bench: build
 	@for b in $(BUILD)/bench/*/bench_*; do [ -x "$$b" ] && "$$b"; done
 
+# Builds the libFuzzer targets with clang in $(BUILD)-fuzz and runs each for FUZZ_SECONDS.
+FUZZ_SECONDS ?= 60
 fuzz: deps
-	@CXX=clang++ cmake -S . -B $(BUILD)-fuzz -DQORVANE_BUILD_FUZZ=ON -DQORVANE_BUILD_TESTS=OFF \
-	  -DQORVANE_BUILD_GUI=OFF -DQORVANE_BUILD_BENCH=OFF >/dev/null
-	@cmake --build $(BUILD)-fuzz -j $(JOBS)
+	@JOBS=$(JOBS) scripts/fuzz-run $(FUZZ_SECONDS) $(BUILD)-fuzz || [ $$? -eq 77 ]
 
 clean:
 	@rm -rf $(BUILD) $(BUILD)-fuzz

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <mutex>
 #include <random>
 
@@ -58,6 +59,19 @@ bool AsciiEqualNoCase(const std::string& a, const std::string& b) {
     if (x != y) return false;
   }
   return true;
+}
+
+// Test hook: QORVANE_TEST_KILL_AT=N in the environment kills the process (SIGKILL) just before
+// its Nth change to a file (write, size change, sync, rename, removal), so that a test can
+// stop a real run of the binary at any point and look at what a crash leaves.
+void CountChange() {
+  static const long kill_at = [] {
+    const char* value = std::getenv("QORVANE_TEST_KILL_AT");
+    return value ? std::strtol(value, nullptr, 10) : 0L;
+  }();
+  if (kill_at <= 0) return;
+  static std::atomic<long> changes{0};
+  if (++changes == kill_at) ::kill(::getpid(), SIGKILL);
 }
 
 }  // namespace
@@ -138,6 +152,7 @@ std::size_t File::ReadAt(std::uint64_t offset, std::span<std::byte> buffer) cons
 }
 
 void File::WriteAt(std::uint64_t offset, std::span<const std::byte> data) {
+  CountChange();
   if (int injected = TakeFault(write_countdown, write_errno)) {
     throw ErrorFromErrno(injected, "cannot write", path_);
   }
@@ -154,12 +169,14 @@ void File::WriteAt(std::uint64_t offset, std::span<const std::byte> data) {
 }
 
 void File::Truncate(std::uint64_t size) {
+  CountChange();
   if (::ftruncate(fd_, static_cast<off_t>(size)) != 0) {
     throw ErrorFromErrno(errno, "cannot set the size of", path_);
   }
 }
 
 void File::Sync() {
+  CountChange();
   if (int injected = TakeFault(sync_countdown, sync_errno)) {
     throw ErrorFromErrno(injected, "cannot flush", path_);
   }
@@ -181,9 +198,21 @@ bool File::TryLockExclusive() {
     action.swap(before_lock);
   }
   if (action) action();
-  if (::flock(fd_, LOCK_EX | LOCK_NB) == 0) return true;
-  if (errno == EWOULDBLOCK) return false;
-  throw ErrorFromErrno(errno, "cannot lock", path_);
+  if (::flock(fd_, LOCK_EX | LOCK_NB) != 0) {
+    if (errno == EWOULDBLOCK) return false;
+    throw ErrorFromErrno(errno, "cannot lock", path_);
+  }
+  // Programs that lock byte ranges (fcntl: Samba, Wine, other database tools) do not see a
+  // flock lock, nor it theirs: a write lock over the whole file, held by this open file,
+  // conflicts with any range another process holds.
+  struct flock whole {};
+  whole.l_type = F_WRLCK;
+  whole.l_whence = SEEK_SET;
+  if (::fcntl(fd_, F_OFD_SETLK, &whole) == 0) return true;
+  int saved = errno;
+  ::flock(fd_, LOCK_UN);
+  if (saved == EAGAIN || saved == EACCES) return false;
+  throw ErrorFromErrno(saved, "cannot lock", path_);
 }
 
 FileStatus File::Status() const {
@@ -275,12 +304,14 @@ std::optional<std::uint64_t> FileSize(const std::string& path) {
 }
 
 void Rename(const std::string& from, const std::string& to) {
+  CountChange();
   if (::rename(from.c_str(), to.c_str()) != 0) {
     throw ErrorFromErrno(errno, "cannot rename " + from + " to", to);
   }
 }
 
 void RemoveFile(const std::string& path) {
+  CountChange();
   if (::unlink(path.c_str()) != 0 && errno != ENOENT) {
     throw ErrorFromErrno(errno, "cannot remove", path);
   }
@@ -312,6 +343,7 @@ void CopyInto(const std::string& from, File& target) {
 }
 
 void SyncDirectory(const std::string& path) {
+  CountChange();
   int fd = ::open(path.empty() ? "." : path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fd < 0) throw ErrorFromErrno(errno, "cannot open the folder", path);
   int injected = TakeFault(sync_countdown, sync_errno);

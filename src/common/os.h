@@ -52,7 +52,8 @@ class File {
   void Truncate(std::uint64_t size);
   void Sync();
   void Close();
-  // Takes an exclusive advisory lock without waiting; false when another process holds one.
+  // Takes an exclusive advisory lock without waiting, both a flock lock and a whole-file fcntl
+  // write lock; false when another process holds either kind on any part of the file.
   bool TryLockExclusive();
   FileStatus Status() const;
   // Gives this file the permission bits, group and (when the process may) owner of ANOTHER.
@@ -111,6 +112,9 @@ std::optional<std::string> FindCaseInsensitive(const std::string& dir, const std
 // Joins a directory and a name with exactly one '/' between them.
 std::string JoinPath(const std::string& dir, const std::string& name);
 
+// Test hook of the binary: QORVANE_TEST_KILL_AT=N kills the process just before its Nth change
+// to a file (write, size change, sync, rename, removal).
+//
 // Test hook: makes the Nth write or sync from now on fail with the given errno (ENOSPC for a
 // full disk). Process-wide, for tests only; Reset() turns it off.
 struct FaultInjection {
