@@ -297,6 +297,11 @@ MessageResult MainForm::MsgBox(const std::string& text, MessageButtons buttons,
 
 int MainForm::ReportError(int number, const std::string& description) {
   std::string where = Trim(session_.Routine());
+  using namespace error_number;
+  for (int file_error : {kFileNotFound, kDeviceIoError, kDiskFull, kDeviceUnavailable, kPermissionDenied,
+                         kDiskNotReady, kPathFileAccessError, kPathNotFound, kUnrecognizedFormat}) {
+    if (number == file_error && session_.InConversion()) ++file_errors_;
+  }
   std::string notice = "Error #" + Str(number) + " in module " + where + ": " + description;
   AddtoLogFile(notice);
   view_.Notify(notice);

@@ -101,6 +101,10 @@ class MainForm {
   const TableCounts& RowsBefore() const { return rows_before_; }
   const TableCounts& RowsWritten() const { return rows_written_; }
   const TableCounts& RowsCommitted() const { return rows_committed_; }
+  // The errors of the last run that said a file could not be found, read or written (errors
+  // 53, 57, 61, 68, 70, 71, 75, 76, 3343): a run that went to its end with such an error did
+  // not convert everything, and the command line says so in its exit status.
+  int FileErrorsReported() const { return file_errors_; }
 
   // The conversion log.
   void AddtoLogFile(const std::string& line);
@@ -161,6 +165,7 @@ class MainForm {
   NoRoutines no_routines_;
   RunRoutines* routines_ = &no_routines_;
   std::vector<StepReport> run_report_;
+  int file_errors_ = 0;
   TableCounts rows_before_, rows_written_, rows_committed_;
   std::chrono::steady_clock::time_point preparation_start_;  // since the last report entry
   os::File log_;

@@ -27,6 +27,7 @@ void MainForm::cmdNEWConvert() {
   EnableButtons(false);
   session_.AbortRequested = false;
   run_report_.clear();
+  file_errors_ = 0;
   rows_before_.clear();
   rows_written_.clear();
   rows_committed_.clear();

@@ -83,6 +83,12 @@ int RunConvert(const ConvertOptions& options) {
     view.LeaveRunMode();
     cli::RemoveInterruptHandler();
     status = ExitStatusFor(main_form.outcome());
+    if (status == kExitCompleted && main_form.FileErrorsReported() > 0) {
+      std::cerr << "qorvane: the run went to its end, but " << main_form.FileErrorsReported()
+                << " file error(s) were reported (see the log above and in the target folder): "
+                   "not everything was converted\n";
+      status = kExitFileError;
+    }
   } catch (const app::ProgramEnd& end) {
     status = end.exit_status();
   }
