@@ -83,6 +83,9 @@ std::vector<SourceTableFile> SourceTableFiles() {
 void LogReporter::Report(const Damage& damage) {
   const std::string message = DamageMessage(damage);
   if (!reported_.insert(message).second) return;
+  // The person running the conversion sees it too (a line on the terminal, the window's status
+  // line), not only whoever reads the log later.
+  main_form_.view().Notify(message);
   if (main_form_.session().LogOpen()) {
     main_form_.AddtoLogFile(message);
   } else {
