@@ -1,6 +1,8 @@
 // Row layout codec, text compression and value coercion.
 #include "jet/row_codec.h"
 
+#include "common/utf8.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -164,7 +166,20 @@ void CheckTextLength(const ColumnDefinition& column, const std::string& utf8, co
 
 }  // namespace
 
-std::string DecodeText(Bytes stored) { return Utf16ToUtf8(DecodeTextUtf16(stored)); }
+std::string DecodeText(Bytes stored) {
+  // Most stored text is compressed and Latin-1 throughout: decode it straight to UTF-8.
+  if (stored.size() >= 2 && Get8(stored, 0) == kCompressedTextMarker0 && Get8(stored, 1) == kCompressedTextMarker1) {
+    bool one_segment = true;
+    for (std::size_t i = 2; i < stored.size() && one_segment; ++i) one_segment = Get8(stored, i) != 0;
+    if (one_segment) {
+      std::string text;
+      text.reserve(stored.size());
+      for (std::size_t i = 2; i < stored.size(); ++i) AppendUtf8(text, Get8(stored, i));
+      return text;
+    }
+  }
+  return Utf16ToUtf8(DecodeTextUtf16(stored));
+}
 
 std::u16string DecodeTextUtf16(Bytes stored) {
   std::u16string text;
@@ -174,6 +189,7 @@ std::u16string DecodeTextUtf16(Bytes stored) {
     for (std::size_t i = 2; i <= stored.size(); ++i) {
       if (i < stored.size() && Get8(stored, i) != 0) continue;
       if (one_byte) {
+        text.reserve(text.size() + (i - segment));
         for (std::size_t k = segment; k < i; ++k) text.push_back(Get8(stored, k));
       } else {
         for (std::size_t k = segment; k + 1 < i; k += 2) text.push_back(Get16(stored, k));
