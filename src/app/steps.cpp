@@ -79,16 +79,16 @@ const std::array<MassageStepInfo, kMassageStepCount> kMassage = {{
 }};
 
 constexpr ClearChoice kClear[] = {
-    {"formtypes", ckbClearFormTypes, "Form types (non-standard)"},
-    {"applied", ckbclearapplied, "Assigned"},
-    {"appraiser", ckbClearAppraiser, "Appraisers"},
-    {"apprfee", ckbclearapprfee, "Appraiser fees"},
-    {"client", ckbClearClient, "Clients"},
-    {"clientfee", ckbclearclientfee, "Client fees"},
-    {"company", ckbclearcompany, "Company"},
-    {"invoice", ckbclearinvoice, "Invoices"},
-    {"property", ckbClearProperty, "Orders (Property)"},
-    {"system", ckbclearsystem, "Users"},
+    {"formtypes", ckbClearFormTypes, "Form types (non-standard)", nullptr},
+    {"applied", ckbclearapplied, "Assigned", "assigned"},
+    {"appraiser", ckbClearAppraiser, "Appraisers", nullptr},
+    {"apprfee", ckbclearapprfee, "Appraiser fees", nullptr},
+    {"client", ckbClearClient, "Clients", nullptr},
+    {"clientfee", ckbclearclientfee, "Client fees", nullptr},
+    {"company", ckbclearcompany, "Company", nullptr},
+    {"invoice", ckbclearinvoice, "Invoices", nullptr},
+    {"property", ckbClearProperty, "Orders (Property)", nullptr},
+    {"system", ckbclearsystem, "Users", "users"},
 };
 
 constexpr DataFileNumFix kFixes[] = {

@@ -64,6 +64,7 @@ struct ClearChoice {
   const char* word;  // on the command line (--clear)
   CheckBox check_box;
   const char* caption;
+  const char* caption_word;  // the caption's word, accepted too where it differs (or nullptr)
 };
 
 // The preliminary corrections of the other source tables, in their order.

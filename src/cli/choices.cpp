@@ -14,13 +14,24 @@ namespace {
 struct Word {
   const char* word;
   app::CheckBox check_box;
+  const char* alias = nullptr;  // the window's caption word for the same box, accepted too
 };
 
 template <typename Entries>
 std::vector<Word> WordsOf(const Entries& entries) {
   std::vector<Word> words;
-  for (const auto& entry : entries) words.push_back({entry.word, entry.check_box});
+  for (const auto& entry : entries) {
+    if constexpr (requires { entry.caption_word; }) {
+      words.push_back({entry.word, entry.check_box, entry.caption_word});
+    } else {
+      words.push_back({entry.word, entry.check_box});
+    }
+  }
   return words;
+}
+
+bool Names(const Word& word, const std::string& item) {
+  return item == word.word || (word.alias != nullptr && item == word.alias);
 }
 
 const std::vector<Word>& StepList() {
@@ -52,7 +63,10 @@ std::vector<std::string> SplitList(const std::string& text) {
 
 std::string Words(const std::vector<Word>& words) {
   std::string text;
-  for (const Word& word : words) text += (text.empty() ? "" : ", ") + std::string(word.word);
+  for (const Word& word : words) {
+    text += (text.empty() ? "" : ", ") + std::string(word.word);
+    if (word.alias) text += std::string(" (or ") + word.alias + ")";
+  }
   return text;
 }
 
@@ -66,7 +80,7 @@ std::optional<std::string> ApplyList(const std::string& option, const std::strin
   for (const std::string& item : items) {
     if (all || none) break;
     bool known = false;
-    for (const Word& word : words) known = known || item == word.word;
+    for (const Word& word : words) known = known || Names(word, item);
     if (!known) {
       return "--" + option + ": unknown name '" + item + "' (use all, none, or " + Words(words) + ")";
     }
@@ -75,7 +89,7 @@ std::optional<std::string> ApplyList(const std::string& option, const std::strin
   for (const Word& word : words) {
     bool checked = all;
     if (!all && !none) {
-      for (const std::string& item : items) checked = checked || item == word.word;
+      for (const std::string& item : items) checked = checked || Names(word, item);
     }
     form.SetCheck(word.check_box, checked);
     *set_count += checked ? 1 : 0;

@@ -17,6 +17,7 @@
 #include "cli/terminal_view.h"
 #include "convert/office.h"
 #include "data/init_target.h"
+#include "foxpro/codepage.h"
 #include "data/source_check.h"
 #include "sample/sample_office.h"
 
@@ -72,6 +73,17 @@ int RunConvert(const ConvertOptions& options) {
   if (auto error = cli::ApplyChoices(options.choices, scratch)) {
     std::cerr << "qorvane: " << *error << "\n";
     return kExitUsage;
+  }
+  if (foxpro::MarkFromCodePage(options.source_codepage) == 0) {
+    std::cerr << "qorvane: --source-codepage " << options.source_codepage
+              << ": not a code page FoxPro tables use (for example 437, 850, 852, 865, 866, 1250, 1251, 1252)\n";
+    return kExitUsage;
+  }
+  for (const std::string& number : scratch.lstfilenum) {
+    if (number.size() > 8 || number.find(' ') != std::string::npos) {
+      std::cerr << "qorvane: --files: '" << number << "' is not a file number (at most 8 characters, no blanks)\n";
+      return kExitUsage;
+    }
   }
   int status = kExitFileError;
   try {
@@ -135,6 +147,20 @@ int main(int argc, char** argv) {
                                         std::to_string(QORVANE_VERSION_MINOR) + "." +
                                         std::to_string(QORVANE_VERSION_PATCH));
   app.require_subcommand(1);
+  app.footer(
+      "Examples:\n"
+      "  qorvane sample demo/source --orders 5000\n"
+      "  qorvane init-target demo/target\n"
+      "  qorvane check --source demo/source\n"
+      "  qorvane convert --source demo/source --target demo/target --prelim --massage all --yes\n"
+      "  qorvane convert --steps property,invoice --files 1001,1002 --clear assigned --yes\n"
+      "  qorvane export demo/target/office.mdb Property --format json\n"
+      "\n"
+      "The window's \"Clear Data First\" boxes are --clear words: Assigned = applied (or assigned),\n"
+      "Users = system (or users); the others are named as in the window.\n"
+      "\n"
+      "Exit status: 0 completed; 1 refused or stopped (directories not set, confirmation declined,\n"
+      "Stop); 2 bad use of the command line; 3 a source or target file could not be read or written.");
 
   ConvertOptions convert;
   CLI::App* convert_command = app.add_subcommand("convert", "Convert the source office into office.mdb");
@@ -185,6 +211,17 @@ int main(int argc, char** argv) {
   export_command->add_option("--format", export_format)->check(CLI::IsMember({"csv", "json"}));
   export_command->add_option("--source-codepage", export_codepage);
 
+  // A misspelt command is named, with the commands there are.
+  if (argc > 1 && argv[1][0] != '-') {
+    std::string word = argv[1];
+    bool known = false;
+    for (const CLI::App* command : app.get_subcommands({})) known = known || command->get_name() == word;
+    if (!known) {
+      std::cerr << "qorvane: unknown command '" << word
+                << "' (the commands are convert, init-target, check, sample and export; see qorvane --help)\n";
+      return kExitUsage;
+    }
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

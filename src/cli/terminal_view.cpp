@@ -212,7 +212,13 @@ app::MessageResult TerminalView::MessageBox(const std::string& text, app::Messag
         err_ << heading << text << " yes (--yes)\n" << std::flush;
         return app::MessageResult::Yes;
       }
-      if (!AskLine(heading + text + " [y/N] ", &answer)) return app::MessageResult::No;
+      if (!AskLine(heading + text + " [y/N] ", &answer)) {
+        if (!interactive_) {
+          err_ << "qorvane: no answer can be read here (standard input is not a terminal), so the run "
+                  "stops as if No was answered; add --yes to answer Yes\n" << std::flush;
+        }
+        return app::MessageResult::No;
+      }
       return (answer == "y" || answer == "Y" || answer == "yes" || answer == "Yes")
                  ? app::MessageResult::Yes
                  : app::MessageResult::No;

@@ -2,10 +2,25 @@
 #include <QApplication>
 #include <QCommandLineParser>
 
+#include <cstdio>
+#include <cstring>
 
 #include "gui/main_window.h"
 
 int main(int argc, char** argv) {
+  // --help is answered before the window system is asked for a display, so it works anywhere.
+  for (int i = 1; i < argc; ++i) {
+    if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0) {
+      std::printf(
+          "Usage: qorvane-gui [--settings DIR]\n\n"
+          "The window of Qorvane: converts an appraisal office's FoxPro 2.6 tables into an Access 2000\n"
+          "office.mdb, with the same engine, log and messages as the command line (qorvane --help).\n\n"
+          "  --settings DIR  the folder of FOXCON.INI, zul.ini and VL.ini (default $QORVANE_SETTINGS_DIR,\n"
+          "                  else ~/.config/qorvane)\n"
+          "  -h, --help      this text\n");
+      return 0;
+    }
+  }
   QApplication application(argc, argv);
   QCoreApplication::setApplicationName("qorvane-gui");
   QCommandLineParser parser;

@@ -52,7 +52,19 @@ QCheckBox* MainWindow::AddCheckBox(QWidget* parent, app::CheckBox id, const QStr
   box->setObjectName(app::NameOf(id));
   check_boxes_.push_back({id, box});
   controls_[app::NameOf(id)] = box;
-  connect(box, &QCheckBox::toggled, this, [this, id](bool checked) { main_form_->form().SetCheck(id, checked); });
+  connect(box, &QCheckBox::toggled, this, [this, id](bool checked) {
+    app::FormModel& form = main_form_->form();
+    form.SetCheck(id, checked);
+    // "Massage Data" and its three boxes go together: a child ticks the parent, clearing the
+    // parent clears the children.
+    bool child = false;
+    for (const app::MassageStepInfo& step : app::MassageSteps()) child = child || step.check_box == id;
+    if (child && checked) form.SetCheck(app::CheckBox::ckbMassage, true);
+    if (id == app::CheckBox::ckbMassage && !checked) {
+      for (const app::MassageStepInfo& step : app::MassageSteps()) form.SetCheck(step.check_box, false);
+    }
+    Refresh();
+  });
   return box;
 }
 

@@ -96,6 +96,9 @@ TEST_F(CommandLineTest, WithoutYesAndWithoutATerminalTheConfirmationIsDeclined) 
 }
 
 TEST_F(CommandLineTest, BadUseExitsTwo) {
+  EXPECT_EQ(RunQorvane("convrt").status, 2);
+  EXPECT_EQ(RunQorvane("convert " + common + " --source-codepage 12345 --yes").status, 2);
+  EXPECT_EQ(RunQorvane("convert " + common + " --files '1001,far too long a number' --yes").status, 2);
   EXPECT_EQ(RunQorvane("").status, 2);
   EXPECT_EQ(RunQorvane("frobnicate").status, 2);
   EXPECT_EQ(RunQorvane("convert " + common + " --steps property,nonsense --yes").status, 2);
@@ -130,6 +133,12 @@ TEST(ApplyChoices, WordsSetTheirCheckBoxes) {
   EXPECT_TRUE(form.Checked(app::CheckBox::ckbmassageassigned));
   EXPECT_FALSE(form.Checked(app::CheckBox::ckbmassageproperty));
   EXPECT_EQ(form.lstfilenum, (std::vector<std::string>{"1001", "1002-A"}));
+  // The window's caption words name the same boxes.
+  choices.clear = "assigned, users";
+  EXPECT_FALSE(ApplyChoices(choices, form).has_value());
+  EXPECT_TRUE(form.Checked(app::CheckBox::ckbclearapplied));
+  EXPECT_TRUE(form.Checked(app::CheckBox::ckbclearsystem));
+  EXPECT_FALSE(form.Checked(app::CheckBox::ckbClearClient));
   choices.steps = "none";
   choices.clear = "bogus";
   auto error = ApplyChoices(choices, form);

@@ -68,6 +68,13 @@ TEST_F(WindowTest, ShowsTheModelAndTakesTheUsersEdits) {
   EXPECT_FALSE(window->main_form().form().Checked(app::CheckBox::ckbProperty));
   Get<QCheckBox>("ckbMassage")->setChecked(true);
   EXPECT_TRUE(window->main_form().form().Checked(app::CheckBox::ckbMassage));
+  // The massage boxes go together.
+  Get<QCheckBox>("ckbMassage")->setChecked(false);
+  Get<QCheckBox>("ckbmassageinvoice")->setChecked(true);
+  EXPECT_TRUE(Get<QCheckBox>("ckbMassage")->isChecked());
+  Get<QCheckBox>("ckbMassage")->setChecked(false);
+  EXPECT_FALSE(Get<QCheckBox>("ckbmassageinvoice")->isChecked());
+  EXPECT_FALSE(window->main_form().form().Checked(app::CheckBox::ckbmassageinvoice));
   if (const char* shot = std::getenv("QORVANE_SCREENSHOT")) window->grab().save(shot);
 }
 
