@@ -65,6 +65,23 @@ bool MainForm::AbortTest() {
   return true;
 }
 
+namespace {
+
+// Two runs in the same second (or at times whose names collide, as 2:51:08 and 2:05:18 both give
+// "2518") share a log name: the earlier log is kept beside the new one, with a suffix.
+void KeepEarlierLog(const std::string& path) {
+  if (!os::IsRegularFile(path)) return;
+  std::string stem = path.substr(0, path.size() - 4);  // without ".log"
+  for (int suffix = 2;; ++suffix) {
+    std::string kept = stem + "-" + std::to_string(suffix) + ".log";
+    if (os::IsRegularFile(kept)) continue;
+    os::Rename(path, kept);
+    return;
+  }
+}
+
+}  // namespace
+
 void MainForm::RunConversion() {
   bool view_log = form_.Checked(CheckBox::ckbViewLog);
   Timestamp start = clock_.Now();
@@ -72,7 +89,15 @@ void MainForm::RunConversion() {
 
   std::string log_dir = form_.txtZulPath;
   CkRSlash(log_dir);
+  if (Trim(log_dir).empty()) {
+    // No target folder yet: the log goes into the settings folder, never the current directory.
+    log_dir = settings_.directory();
+    CkRSlash(log_dir);
+    if (!os::IsDirectory(Trim(log_dir))) os::MakeDirectory(Trim(log_dir));
+    view_.Notify("The target data folder is not set: this run's log is written into " + Trim(log_dir));
+  }
   log_path_ = Trim(log_dir) + LogFileName(start);
+  KeepEarlierLog(log_path_);
   log_ = os::File::Open(log_path_, os::OpenMode::CreateTruncate);
   log_offset_ = 0;
 

@@ -338,6 +338,23 @@ TEST_F(RunTest, ViewLogChoiceOpensTheLogAndACompletedRunStoresItsChoices) {
   EXPECT_FALSE(next.form().Checked(CheckBox::ckbProperty));
 }
 
+TEST_F(RunTest, TwoRunsInOneSecondKeepBothLogsAndAnUnsetTargetLogsIntoTheSettingsFolder) {
+  main_form.cmdNEWConvert();
+  main_form.cmdNEWConvert();
+  EXPECT_EQ(main_form.LogPath(), target + "/ConvLog-261115-957.log");
+  EXPECT_TRUE(std::filesystem::exists(target + "/ConvLog-261115-957-2.log"));
+  EXPECT_TRUE(std::filesystem::exists(target + "/ConvLog-261115-957.log"));
+
+  main_form.form().txtZulPath = "  ";
+  main_form.cmdNEWConvert();
+  EXPECT_EQ(main_form.outcome(), RunOutcome::DirectoriesNotSet);
+  EXPECT_EQ(main_form.LogPath(), dir.path() + "/settings/ConvLog-261115-957.log");
+  EXPECT_TRUE(std::filesystem::exists(main_form.LogPath()));
+  EXPECT_NE(std::find_if(view.notices.begin(), view.notices.end(),
+                         [&](const std::string& notice) { return notice.find(dir.path() + "/settings/") != std::string::npos; }),
+            view.notices.end());
+}
+
 TEST_F(RunTest, ALogThatCannotBeOpenedEndsTheRunCleanly) {
   main_form.form().txtZulPath = dir.path() + "/no/such/folder";
   main_form.cmdNEWConvert();
