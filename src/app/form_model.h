@@ -16,6 +16,10 @@
 
 namespace qorvane::app {
 
+// What a step's mark on the form says: beyond the two images of each step, which tell only
+// running and done, the faces show what a done step came to.
+enum class StepMark { NotTicked, Running, Converted, NothingFound, Missing, Failed };
+
 struct FormModel {
   // Window and captions.
   std::string Caption;          // the window title
@@ -71,6 +75,12 @@ struct FormModel {
   // Image controls ("imaclient", "imaClientNow", ...): true when visible. Only names from the
   // step tables (steps.h) are ever set.
   std::map<std::string_view, bool, std::less<>> Images;
+  // The marks of the steps, by their done image's name; reset when a run starts.
+  std::map<std::string_view, StepMark, std::less<>> Marks;
+  StepMark Mark(std::string_view done_image) const {
+    auto found = Marks.find(done_image);
+    return found == Marks.end() ? StepMark::NotTicked : found->second;
+  }
   void SetImage(std::string_view image, bool visible) { Images[image] = visible; }
   bool ImageVisible(std::string_view image) const {
     auto found = Images.find(image);

@@ -241,6 +241,7 @@ void MainForm::AbortConversion() {
 }
 
 void MainForm::ShowCompletionNotice() {
+  form_.gauprogress = 100;  // the run is over: the gauge ends full
   form_.lblCaption.clear();
   form_.lblAddress = "Conversion Complete";
   form_.lblmsg = "Conversion Complete... Select Quit";
@@ -297,6 +298,7 @@ MessageResult MainForm::MsgBox(const std::string& text, MessageButtons buttons,
 
 int MainForm::ReportError(int number, const std::string& description) {
   std::string where = Trim(session_.Routine());
+  if (session_.InConversion()) ++errors_reported_;
   using namespace error_number;
   for (int file_error : {kFileNotFound, kDeviceIoError, kDiskFull, kDeviceUnavailable, kPermissionDenied,
                          kDiskNotReady, kPathFileAccessError, kPathNotFound, kUnrecognizedFormat}) {

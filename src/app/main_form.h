@@ -166,6 +166,7 @@ class MainForm {
   RunRoutines* routines_ = &no_routines_;
   std::vector<StepReport> run_report_;
   int file_errors_ = 0;
+  int errors_reported_ = 0;  // every error of the current run, for the steps' marks
   TableCounts rows_before_, rows_written_, rows_committed_;
   std::chrono::steady_clock::time_point preparation_start_;  // since the last report entry
   os::File log_;

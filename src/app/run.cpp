@@ -28,6 +28,8 @@ void MainForm::cmdNEWConvert() {
   session_.AbortRequested = false;
   run_report_.clear();
   file_errors_ = 0;
+  form_.Marks.clear();
+  errors_reported_ = 0;
   rows_before_.clear();
   rows_written_.clear();
   rows_committed_.clear();
@@ -191,6 +193,14 @@ TableCounts RowsChanged(const TableCounts& before, const TableCounts& after) {
 
 }  // namespace
 
+// What a done step came to: failed when an error was reported or a record refused, converted
+// when it read records, else nothing found.
+static StepMark MarkOf(const StepResult& result, bool errors) {
+  if (errors || result.ledger.count(RecordOutcome::Refused) > 0) return StepMark::Failed;
+  if (result.ledger.read() > 0 || result.shown_count) return StepMark::Converted;
+  return StepMark::NothingFound;
+}
+
 static double SecondsSince(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
@@ -232,6 +242,8 @@ void MainForm::RunSteps() {
   for (const StepInfo& step : ConversionSteps()) {
     if (!form_.Checked(step.check_box)) continue;
     SetStepImages(step.images, true);
+    form_.Marks[step.images.done] = StepMark::Running;
+    int errors_before = errors_reported_;
     if (step.begin_line) AddtoLogFile(step.begin_line);
     std::optional<std::int64_t> count;
     bool skip_completion = false;
@@ -239,6 +251,7 @@ void MainForm::RunSteps() {
       form_.lblRecord.clear();
       AddtoLogFile(step.missing_line);
       skip_completion = true;
+      form_.Marks[step.images.done] = StepMark::Missing;
     } else {
       if (step.prepare) {
         Record(std::string(step.word) + " preparation", (routines_->*step.prepare)(), {});
@@ -249,6 +262,7 @@ void MainForm::RunSteps() {
     SetStepImages(step.images, false);
     if (!skip_completion) {
       AddtoLogFile(count ? step.completion_prefix + std::to_string(*count) + " records" : step.empty_line);
+      form_.Marks[step.images.done] = MarkOf(run_report_.back().result, errors_reported_ > errors_before);
     }
     // Between two steps the user's Quit or ESC is served as well.
     DoEvents();
@@ -264,11 +278,14 @@ void MainForm::RunMassage() {
   for (const MassageStepInfo& step : MassageSteps()) {
     if (!form_.Checked(step.check_box)) continue;
     SetStepImages(step.images, true);
+    form_.Marks[step.images.done] = StepMark::Running;
+    int errors_before = errors_reported_;
     AddtoLogFile(step.begin_line);
     std::optional<std::int64_t> count;
     const StepRoutine routines[] = {step.routine};
     if (!RunStepRoutines({step.word, ReportKind::Massage, {}}, routines, count)) return;
     SetStepImages(step.images, false);
+    form_.Marks[step.images.done] = MarkOf(run_report_.back().result, errors_reported_ > errors_before);
     AddtoLogFile(step.completion_prefix + (count ? std::to_string(*count) : std::string()) + " records");
   }
   SetStepImages(kMassageDataImages, false);

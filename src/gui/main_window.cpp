@@ -256,9 +256,19 @@ void MainWindow::Refresh() {
     controls_[name]->setEnabled(form.ButtonsEnabled);
   }
   for (const auto& [images, image] : images_) {
-    image->setText(form.ImageVisible(images.now)    ? QString::fromUtf8("\u25B6")
-                   : form.ImageVisible(images.done) ? QString::fromUtf8("\u2714")
-                                                        : "");
+    // Running, converted, nothing found, table missing, failed; blank when not ticked.
+    switch (form.Mark(images.done)) {
+      case app::StepMark::Running: image->setText(QString::fromUtf8("\u25B6")); image->setToolTip("running"); break;
+      case app::StepMark::Converted: image->setText(QString::fromUtf8("\u2714")); image->setToolTip("converted"); break;
+      case app::StepMark::NothingFound: image->setText(QString::fromUtf8("\u25CB")); image->setToolTip("nothing found"); break;
+      case app::StepMark::Missing: image->setText(QString::fromUtf8("\u2205")); image->setToolTip("its table is missing"); break;
+      case app::StepMark::Failed: image->setText(QString::fromUtf8("\u2716")); image->setToolTip("errors: see the log"); break;
+      case app::StepMark::NotTicked:
+        image->setText(form.ImageVisible(images.now) ? QString::fromUtf8("\u25B6")
+                       : form.ImageVisible(images.done) ? QString::fromUtf8("\u2714") : "");
+        image->setToolTip("");
+        break;
+    }
   }
   controls_["fraIllegalFix"]->setVisible(form.fraIllegalFix);
   auto fill = [&](const char* name, const std::vector<std::string>& items) {

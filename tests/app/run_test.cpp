@@ -181,6 +181,12 @@ TEST_F(RunTest, StepsWriteTheirBeginAndCompletionLinesInTheFixedOrder) {
   EXPECT_EQ(view.messages.back(), "Conversion complete: 1 days  0 hrs  29 mins  59 secs");
   EXPECT_TRUE(form.ImageVisible("imaclient"));
   EXPECT_FALSE(form.ImageVisible("imaClientNow"));
+  // The marks tell what each step came to, and the gauge ends full.
+  EXPECT_EQ(form.Mark("imaformtypes"), StepMark::Missing);
+  EXPECT_EQ(form.Mark("imaclient"), StepMark::Converted);
+  EXPECT_EQ(form.Mark("imaappraiser"), StepMark::NothingFound);
+  EXPECT_EQ(form.Mark("imainvoice"), StepMark::NotTicked);
+  EXPECT_EQ(form.gauprogress, 100);
 }
 
 TEST_F(RunTest, FormTypesStepRunsWhenFormsTableIsThere) {
