@@ -111,7 +111,7 @@ void SeekByKey(benchmark::State& state) {
     key = (key * 2654435761u + 12345u) % static_cast<std::uint32_t>(state.range(0));
     found += set->Seek(std::to_string(100000 + key));
   }
-  if (found != state.iterations()) state.SkipWithError("a key was not found");
+  if (found != static_cast<std::uint64_t>(state.iterations())) state.SkipWithError("a key was not found");
 }
 
 // A walk that rewrites one key field of every record (as the file-number correction does),

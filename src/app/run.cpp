@@ -257,7 +257,7 @@ void MainForm::RunSteps() {
         Record(std::string(step.word) + " preparation", (routines_->*step.prepare)(), {});
         if (AbortTest()) return;
       }
-      if (!RunStepRoutines({step.word, ReportKind::Step, {}}, step.routines, count)) return;
+      if (!RunStepRoutines({step.word, ReportKind::Step, {}, {}, 0}, step.routines, count)) return;
     }
     SetStepImages(step.images, false);
     if (!skip_completion) {
@@ -283,7 +283,7 @@ void MainForm::RunMassage() {
     AddtoLogFile(step.begin_line);
     std::optional<std::int64_t> count;
     const StepRoutine routines[] = {step.routine};
-    if (!RunStepRoutines({step.word, ReportKind::Massage, {}}, routines, count)) return;
+    if (!RunStepRoutines({step.word, ReportKind::Massage, {}, {}, 0}, routines, count)) return;
     SetStepImages(step.images, false);
     form_.Marks[step.images.done] = MarkOf(run_report_.back().result, errors_reported_ > errors_before);
     AddtoLogFile(step.completion_prefix + (count ? std::to_string(*count) : std::string()) + " records");

@@ -77,7 +77,7 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
           // Text keys go from the stored bytes to UTF-16 without a detour through UTF-8.
           std::optional<Bytes> stored = ColumnBytes(definition, position, bytes, where);
           if (!stored) {
-            key_values.push_back(index::Null{});
+            key_values.emplace_back(std::in_place_type<index::Null>);
           } else {
             key_values.push_back(TextKeyValue(DecodeTextUtf16(*stored)));
           }

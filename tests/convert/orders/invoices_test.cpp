@@ -168,7 +168,9 @@ TEST_F(OrdersTest, ARunLimitedToListedNumbersConvertsOnlyThose) {
   EXPECT_EQ(invoices["1002-A"]["ReportFee"], "150");
   // Payments take only the number txtfilenum shows last: 1002.
   for (auto& [key, row] : RowsBy("Assigned", "FileNumberCodeAppraiser")) {
-    if (row["DescCode"] == "0") EXPECT_EQ(row["FileNumber"], "    1002-A") << key;
+    if (row["DescCode"] == "0") {
+      EXPECT_EQ(row["FileNumber"], "    1002-A") << key;
+    }
   }
   EXPECT_EQ(RowsBy("Assigned", "FileNumberCodeAppraiser").count("1001-AE1SMITH"), 1u);
   // Each pass counts from 1.

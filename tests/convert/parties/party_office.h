@@ -50,7 +50,8 @@ inline std::vector<foxpro::FieldSpec> ClientFields() {
 
 // One client.dbf record; the fields not given are blank.
 struct ClientRecord {
-  std::string number, name, printed_name, bill_to, street, addr2, addr3, phone, ext, contact, fax, duns;
+  std::string number = {}, name = {}, printed_name = {}, bill_to = {}, street = {}, addr2 = {}, addr3 = {},
+              phone = {}, ext = {}, contact = {}, fax = {}, duns = {};
   bool preferred_billing = false;
   std::vector<foxpro::Value> Values() const {
     return {Fox(number),
