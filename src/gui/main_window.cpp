@@ -1,10 +1,15 @@
 // The Qt main window (see main_window.h).
 #include "gui/main_window.h"
 
+#include "app/run_summary.h"
 #include "app/steps.h"
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QFontDatabase>
+#include <QPlainTextEdit>
 #include <QCloseEvent>
 #include <QDesktopServices>
 #include <QElapsedTimer>
@@ -350,7 +355,36 @@ void MainWindow::OnConvert() {
     return;
   }
   Refresh();
-  if (main_form_->session().EndRequested) close();
+  if (main_form_->session().EndRequested) {
+    close();
+    return;
+  }
+  if (!main_form_->RunReport().empty()) ShowReport();
+}
+
+void MainWindow::ShowReport() {
+  std::string text = app::RunSummaryText(*main_form_);
+  if (!main_form_->LogPath().empty()) text += "\nThe log: " + main_form_->LogPath() + "\n";
+  if (show_report) {
+    show_report(text);
+    return;
+  }
+  QDialog dialog(this);
+  dialog.setWindowTitle("What the conversion did");
+  auto* layout = new QVBoxLayout(&dialog);
+  auto* view = new QPlainTextEdit(Q(text), &dialog);
+  view->setReadOnly(true);
+  view->setLineWrapMode(QPlainTextEdit::NoWrap);
+  view->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+  view->setMinimumSize(720, 420);
+  layout->addWidget(view);
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
+  QPushButton* open_log = buttons->addButton("Open log", QDialogButtonBox::ActionRole);
+  open_log->setEnabled(!main_form_->LogPath().empty());
+  connect(open_log, &QPushButton::clicked, this, [this] { OpenLog(main_form_->LogPath()); });
+  connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+  layout->addWidget(buttons);
+  dialog.exec();
 }
 
 void MainWindow::OnQuit() {

@@ -50,6 +50,8 @@ class MainWindow : public QMainWindow, public app::View {
   // Tests answer message boxes and the prompt without a person (nullptr: real dialogs).
   std::function<app::MessageResult(const std::string&, app::MessageButtons)> answer_message;
   std::function<app::EscapeChoice()> answer_escape;
+  // Tests take the report shown at the end of a run instead of its dialog (nullptr: the dialog).
+  std::function<void(const std::string&)> show_report;
 
   // The widget of a control, by its control name (tests and screenshots).
   QWidget* Control(const std::string& name) const;
@@ -63,6 +65,8 @@ class MainWindow : public QMainWindow, public app::View {
   QCheckBox* AddCheckBox(QWidget* parent, app::CheckBox id, const QString& caption);
   QLabel* AddImage(QWidget* parent, const app::ImagePair& images);
   void OnConvert();
+  // The reconciliation report of the run that just ended, with the log's path and "Open log".
+  void ShowReport();
   void OnQuit();
   void OnPickSource();
   void OnPickTarget();

@@ -44,6 +44,7 @@ class WindowTest : public ::testing::Test {
       messages.push_back(text);
       return buttons == app::MessageButtons::YesNo ? app::MessageResult::Yes : app::MessageResult::Ok;
     };
+    window->show_report = [this](const std::string& text) { reports.push_back(text); };
     window->main_form().FormLoad({source, target});
     window->Refresh();
     messages.clear();  // the start-up warnings for the source tables this folder lacks
@@ -58,6 +59,7 @@ class WindowTest : public ::testing::Test {
   app::SystemClock clock;
   std::unique_ptr<MainWindow> window;
   std::vector<std::string> messages;
+  std::vector<std::string> reports;
 };
 
 TEST_F(WindowTest, ShowsTheModelAndTakesTheUsersEdits) {
@@ -106,6 +108,10 @@ TEST_F(WindowTest, ConvertButtonRunsTheConversionAndEscapeAsksToContinue) {
   EXPECT_EQ(Get<QPushButton>("cmdQuit")->text().toStdString(), "Quit");
   ASSERT_FALSE(messages.empty());
   EXPECT_EQ(messages.back().rfind("Conversion complete:", 0), 0u);
+  // The run's report is shown at its end, with the log's path.
+  ASSERT_EQ(reports.size(), 1u);
+  EXPECT_NE(reports[0].find("property"), std::string::npos) << reports[0];
+  EXPECT_NE(reports[0].find("The log: " + window->main_form().LogPath()), std::string::npos);
   std::ifstream log(window->main_form().LogPath());
   std::string text((std::istreambuf_iterator<char>(log)), std::istreambuf_iterator<char>());
   EXPECT_NE(text.find("Conversion paused by User (Quit button) ~ continued\r\n"
