@@ -383,7 +383,9 @@ void ExpectEveryReaderReads(const std::string& path, const std::string& name,
     constexpr long kChunk = 25000;
     for (long offset = 0;; offset += kChunk) {
       test::ReadTable read = test::ReadWithMdbReader(path, name, offset, kChunk);
-      if (offset == 0) EXPECT_EQ(read.row_count, static_cast<long>(expected.size())) << name;
+      if (offset == 0) {
+        EXPECT_EQ(read.row_count, static_cast<long>(expected.size())) << name;
+      }
       for (const auto& row : read.rows) check.Check(read.columns, row);
       if (static_cast<long>(read.rows.size()) < kChunk) break;
     }

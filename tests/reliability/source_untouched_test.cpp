@@ -20,7 +20,9 @@ TEST(SourceUntouched, CheckExportAndAConvertWithoutRepairsWriteNothingIntoTheSou
 
   EXPECT_EQ(Qorvane("check --source " + test::ShellQuote(source)).status, 1);
   for (const auto& [name, file] : before) {
-    if (name.ends_with(".DBF")) EXPECT_EQ(Qorvane("export " + test::ShellQuote(source + "/" + name)).status, 0) << name;
+    if (name.ends_with(".DBF")) {
+      EXPECT_EQ(Qorvane("export " + test::ShellQuote(source + "/" + name)).status, 0) << name;
+    }
   }
   CliRun run = Qorvane(ConvertArgs(dir.path(), source, target));
   EXPECT_EQ(run.status, 0) << run.out;
