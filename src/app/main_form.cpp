@@ -4,6 +4,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "app/paths.h"
 
 namespace qorvane::app {
@@ -147,16 +149,24 @@ bool MainForm::DiscoverDataDirectories() {
     DataPaths& paths = session_.Paths;
     CkRSlash(form_.txtPyxPath);
     paths.source_folder = Trim(form_.txtPyxPath);
+    std::string settings_folder = settings_.directory();
+    CkRSlash(settings_folder);
     if (paths.source_folder.empty()) {
       MsgBox("Unable to automatically find " + source_name +
              " data directory: check VL.ini in Windows directory for proper settings. If VL.ini "
              "does not exist, install/reinstall " + source_name +
              ", set correct data directory, and run Qorvane again.");
+      Hint("On this computer the old program's data folder is read from " + settings_folder +
+           "VL.ini ([DIRECTORIES] DATADIR) or from the last run in " + settings_folder +
+           "FOXCON.INI; choose the folder of its .dbf tables with the source button, or give --source DIR.");
     } else if (!FileExists(paths.source_folder + "Property.dbf")) {
       MsgBox(paths.source_folder +
              "Property.dbf not found. Please verify data path and file name in VL.ini in Windows "
              "directory. If VL.ini does not exist, install/reinstall " + source_name +
              ", set correct data directory, and run Qorvane again.\"");
+      Hint("No property.dbf (in any letter case, and not empty) in " + paths.source_folder +
+           ": choose the folder that holds the old program's .dbf tables (the data folder named in " +
+           settings_folder + "VL.ini, or --source DIR).");
     } else {
       AddtoLogFile(paths.source_folder + " set as initial PYX data path");
       source_ok = true;
@@ -167,8 +177,12 @@ bool MainForm::DiscoverDataDirectories() {
     paths.target_file.clear();
     if (paths.target_folder.empty()) {
       MsgBox("Unable to automatically find " + target_name + " data directory: Please choose proper directory");
+      Hint("The new program's data folder is read from " + settings_folder + "zul.ini ([DIRECTORIES] DATADIR) or from "
+           "the last run in " + settings_folder + "FOXCON.INI; choose it with the target button, or give --target DIR.");
     } else if (!FileExists(paths.target_folder + "Office.mdb")) {
       MsgBox(paths.target_folder + "Office.mdb not found. Please verify path and file name");
+      Hint("No office.mdb in " + paths.target_folder + ": `qorvane init-target " + paths.target_folder +
+           "` writes a blank one there.");
     } else {
       paths.target_file = ResolveInDirectory(paths.target_folder, "Office.mdb");
       AddtoLogFile(paths.target_folder + " set as initial ZUL data path");
@@ -289,6 +303,13 @@ void MainForm::DoEvents() {
     if (request == UserRequest::Quit) cmdQuit_Click();
     if (request == UserRequest::CloseWindow) Form_Unload();
   }
+}
+
+void MainForm::Hint(const std::string& text) {
+  // Start-up and the run check the same things: each hint is given once.
+  if (std::find(hints_given_.begin(), hints_given_.end(), text) != hints_given_.end()) return;
+  hints_given_.push_back(text);
+  view_.Notify(text);
 }
 
 MessageResult MainForm::MsgBox(const std::string& text, MessageButtons buttons,

@@ -129,6 +129,9 @@ class MainForm {
   int ReportError(int number, const std::string& description);
   MessageResult MsgBox(const std::string& text, MessageButtons buttons = MessageButtons::Ok,
                        const std::string& title = "");
+  // What a person needs beside a message written for the old Windows program (where this
+  // program looked, what to do next): a notice, given once.
+  void Hint(const std::string& text);
 
   // Runs BODY as the routine NAME: records the name, and hands any failure to the reporter;
   // Retry runs BODY again, Abort sets AbortRequested; then the routine returns its empty value.
@@ -166,7 +169,8 @@ class MainForm {
   RunRoutines* routines_ = &no_routines_;
   std::vector<StepReport> run_report_;
   int file_errors_ = 0;
-  int errors_reported_ = 0;  // every error of the current run, for the steps' marks
+  int errors_reported_ = 0;
+  std::vector<std::string> hints_given_;  // every error of the current run, for the steps' marks
   TableCounts rows_before_, rows_written_, rows_committed_;
   std::chrono::steady_clock::time_point preparation_start_;  // since the last report entry
   os::File log_;

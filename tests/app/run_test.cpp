@@ -129,6 +129,12 @@ TEST_F(RunTest, UnsetDirectoriesAreRefusedAfterBothChecks) {
             "for proper settings. If VL.ini does not exist, install/reinstall PYX, set correct "
             "data directory, and run Qorvane again.");
   EXPECT_EQ(view.messages[1], target + "/Office.mdb not found. Please verify path and file name");
+  // Beside the old program's words: where this program looked, and what to do next.
+  ASSERT_EQ(view.notices.size(), 2u);
+  EXPECT_NE(view.notices[0].find(dir.path() + "/settings/VL.ini ([DIRECTORIES] DATADIR)"), std::string::npos)
+      << view.notices[0];
+  EXPECT_EQ(view.notices[1], "No office.mdb in " + target + "/: `qorvane init-target " + target +
+                                 "/` writes a blank one there.");
 }
 
 TEST_F(RunTest, MissingPropertyTableMessageEndsInADoubleQuote) {
