@@ -218,11 +218,15 @@ void SetFieldWhere(AdoControl& control, std::string_view table, std::string_view
 }
 
 void DeleteAllRows(AdoControl& control) {
-  control.form().Guard("DeleteAllRows", [&] {
-    jet::Recordset& records = control.Recordset();
-    if (records.RecordCount() == 0) return;
-    for (records.MoveFirst(); !records.eof(); records.MoveNext()) records.Delete();
-  });
+  control.form().Guard("DeleteAllRows", [&] { ForEachRow(control, [&] { control.Recordset().Delete(); }); });
+}
+
+std::size_t ForEachRow(AdoControl& control, const std::function<void()>& visit) {
+  jet::Recordset& rows = control.Recordset();
+  std::size_t visited = 0;
+  if (rows.eof() && rows.RecordCount() == 0) return 0;
+  for (rows.MoveFirst(); !rows.eof(); rows.MoveNext(), ++visited) visit();
+  return visited;
 }
 
 void MoveFirstIfAny(AdoControl& control) {

@@ -4,6 +4,7 @@
 // the engine, so it costs the same however large the table is.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -62,6 +63,10 @@ void SetFieldWhere(AdoControl& control, std::string_view table, std::string_view
 // Deletes every row of the control's record set; MoveFirstIfAny moves to the first row of a
 // record set that has one.
 void DeleteAllRows(AdoControl& control);
+// Runs VISIT on each row of the control's record set in turn: the few rows a selector found
+// for one record (a whole table is walked by the record loop, record_loop.h). Returns the
+// number of rows visited.
+std::size_t ForEachRow(AdoControl& control, const std::function<void()>& visit);
 void MoveFirstIfAny(AdoControl& control);
 // The names of the text columns of every user table of the target, comma-separated.
 std::string AdoReturnTextFieldNames(Connections& connections);

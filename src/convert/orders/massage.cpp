@@ -115,13 +115,11 @@ app::StepResult MassageAssigned(data::Context& context) {
       // through its index but would test the paid flag of every row of the table, so the flag is
       // tested here, on the few rows found.
       data::SelectAssigned(assigned, data::AdoGetFieldRJ(find, "FileNumber"));
-      jet::Recordset& rows = assigned.Recordset();
-      if (rows.eof()) return app::RecordResult::Unchanged();
-      for (rows.MoveFirst(); !rows.eof(); rows.MoveNext()) {
-        if (data::adogetfieldtf(assigned, "PaidInFull")) continue;
+      std::size_t rows = data::ForEachRow(assigned, [&] {
+        if (data::adogetfieldtf(assigned, "PaidInFull")) return;
         if (!data::adogetfield(assigned, "Appraiser").empty()) SetAssignedPaidFlag(context);
-      }
-      return app::RecordResult::Updated();
+      });
+      return rows == 0 ? app::RecordResult::Unchanged() : app::RecordResult::Updated();
     });
   });
 }
@@ -168,9 +166,7 @@ void CheckOrderAppraisers(data::Context& context, const std::string& file_number
     AdoControl& query = context.Target(TargetControl::adoquery);
     data::SelectAssigned(query, file_number);
     std::vector<std::string> names;
-    jet::Recordset& rows = query.Recordset();
-    if (rows.eof()) return;
-    for (rows.MoveFirst(); !rows.eof(); rows.MoveNext()) names.push_back(data::adogetfield(query, "Appraiser"));
+    data::ForEachRow(query, [&] { names.push_back(data::adogetfield(query, "Appraiser")); });
     for (const std::string& name : names) {
       AddAppraiserIfMissing(context, name, "Automatically Added: " + file_number);
     }
