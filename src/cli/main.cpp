@@ -186,18 +186,19 @@ int main(int argc, char** argv) {
 
   std::string init_dir;
   CLI::App* init_command = app.add_subcommand("init-target", "Write a blank office.mdb into DIR");
-  init_command->add_option("DIR", init_dir)->required();
+  init_command->add_option("DIR", init_dir, "Folder to write office.mdb into (made if missing)")->required();
 
   std::string check_source;
   int check_codepage = 437;
   CLI::App* check_command = app.add_subcommand("check", "Report illegal file numbers and invalid client keys; writes nothing");
-  check_command->add_option("--source", check_source)->required();
-  check_command->add_option("--source-codepage", check_codepage);
+  check_command->add_option("--source", check_source, "Source data directory (.dbf/.cdx/.fpt)")->required();
+  check_command->add_option("--source-codepage", check_codepage,
+                             "Code page of source tables whose header names none (default 437)");
 
   std::string sample_dir;
   sample::SampleOptions sample_options;
   CLI::App* sample_command = app.add_subcommand("sample", "Write a realistic FoxPro 2.6 source office into DIR");
-  sample_command->add_option("DIR", sample_dir)->required();
+  sample_command->add_option("DIR", sample_dir, "Folder to write the source tables into")->required();
   sample_command->add_option("--orders", sample_options.orders, "Orders to write (default 200)")->check(CLI::PositiveNumber);
   sample_command->add_option("--seed", sample_options.seed, "The same seed writes the same bytes (default 1)");
 
@@ -206,10 +207,11 @@ int main(int argc, char** argv) {
   std::string export_format = "csv";
   int export_codepage = 437;
   CLI::App* export_command = app.add_subcommand("export", "Print a .dbf, or one table of a .mdb, as rows");
-  export_command->add_option("FILE", export_file)->required();
-  export_command->add_option("TABLE", export_table);
-  export_command->add_option("--format", export_format)->check(CLI::IsMember({"csv", "json"}));
-  export_command->add_option("--source-codepage", export_codepage);
+  export_command->add_option("FILE", export_file, "A .dbf table or a .mdb database")->required();
+  export_command->add_option("TABLE", export_table, "Table of the .mdb to print (without it: the tables and their row counts)");
+  export_command->add_option("--format", export_format, "Rows as csv (default) or json")->check(CLI::IsMember({"csv", "json"}));
+  export_command->add_option("--source-codepage", export_codepage,
+                              "Code page of a .dbf whose header names none (default 437)");
 
   // A misspelt command is named, with the commands there are.
   if (argc > 1 && argv[1][0] != '-') {

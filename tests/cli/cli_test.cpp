@@ -106,6 +106,24 @@ TEST_F(CommandLineTest, BadUseExitsTwo) {
   EXPECT_EQ(RunQorvane("--version").status, 0);
 }
 
+// Every option and argument of every command says what it is for: a line of --help naming one
+// ends with its description, not with its bare type.
+TEST(Help, EveryOptionOfEveryCommandHasADescription) {
+  for (std::string command : {"", "convert", "init-target", "check", "sample", "export"}) {
+    Result help = RunQorvane(command + " --help");
+    ASSERT_EQ(help.status, 0) << command;
+    std::istringstream lines(help.out);
+    bool in_list = false;
+    for (std::string line; std::getline(lines, line);) {
+      if (line == "Options:" || line == "Positionals:" || line == "Subcommands:") { in_list = true; continue; }
+      if (line.empty() || line[0] != ' ') { in_list = false; continue; }
+      if (!in_list) continue;
+      std::size_t end = line.find_last_not_of(' ');
+      EXPECT_TRUE(line.size() > 30 && end >= 30) << "qorvane " << command << ": " << line;
+    }
+  }
+}
+
 TEST(Export, ListsTheTablesOfADatabaseAndRefusesOtherFiles) {
   std::string northwind = test::FixturePath("mdb/northwind-V2000.mdb");
   Result tables = RunQorvane("export " + northwind);
