@@ -2,12 +2,14 @@
 #   make demo  - installs what is missing, builds, makes a sample source office, converts it
 #                into a new office.mdb and shows the result
 #   make test  - installs what is missing, builds and runs the whole test suite
+#   make package - builds the Debian package build/package/qorvane_VERSION_ARCH.deb
+#                (install it with: apt install ./build/package/qorvane_*.deb)
 #   make fuzz  - builds the fuzz targets with clang and runs each for FUZZ_SECONDS (60)
 BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: all deps configure build test demo bench fuzz clean
+.PHONY: all deps configure build test demo bench fuzz package clean
 
 all: build
 
@@ -27,6 +29,12 @@ test: build
 demo: configure
 	@cmake --build $(BUILD) --target qorvane -j $(JOBS) >/dev/null
 	@scripts/demo $(BUILD)
+
+# The Debian package of the command line, the window, its desktop entry and the man pages.
+package: configure
+	@cmake --build $(BUILD) --target qorvane qorvane-gui qorvane_man_pages -j $(JOBS) -- --no-print-directory >/dev/null
+	@cd $(BUILD) && cpack --config CPackConfig.cmake -B package >/dev/null
+	@ls $(BUILD)/package/qorvane_*.deb
 
 bench: build
 	@for b in $(BUILD)/bench/*/bench_*; do [ -x "$$b" ] && "$$b"; done
