@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "app/paths.h"
+#include "common/os.h"
 
 namespace qorvane::app {
 namespace {
@@ -181,8 +182,11 @@ bool MainForm::DiscoverDataDirectories() {
            "the last run in " + settings_folder + "FOXCON.INI; choose it with the target button, or give --target DIR.");
     } else if (!FileExists(paths.target_folder + "Office.mdb")) {
       MsgBox(paths.target_folder + "Office.mdb not found. Please verify path and file name");
-      Hint("No office.mdb in " + paths.target_folder + ": `qorvane init-target " + paths.target_folder +
-           "` writes a blank one there.");
+      if (os::IsDirectory(paths.target_folder))
+        Hint("No office.mdb in " + paths.target_folder + ": `qorvane init-target " + paths.target_folder +
+             "` writes a blank one there.");
+      else
+        TargetFolderMissingHint(paths.target_folder);
     } else {
       paths.target_file = ResolveInDirectory(paths.target_folder, "Office.mdb");
       AddtoLogFile(paths.target_folder + " set as initial ZUL data path");
@@ -303,6 +307,11 @@ void MainForm::DoEvents() {
     if (request == UserRequest::Quit) cmdQuit_Click();
     if (request == UserRequest::CloseWindow) Form_Unload();
   }
+}
+
+void MainForm::TargetFolderMissingHint(const std::string& folder) {
+  Hint("The target folder " + folder + " does not exist: `qorvane init-target " + folder +
+       "` makes it with a blank office.mdb in it, or choose another folder (the target button, or --target DIR).");
 }
 
 void MainForm::Hint(const std::string& text) {

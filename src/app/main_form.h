@@ -132,6 +132,8 @@ class MainForm {
   // What a person needs beside a message written for the old Windows program (where this
   // program looked, what to do next): a notice, given once.
   void Hint(const std::string& text);
+  // The hint for a target folder that is not there (what makes it, what else to do).
+  void TargetFolderMissingHint(const std::string& folder);
 
   // Runs BODY as the routine NAME: records the name, and hands any failure to the reporter;
   // Retry runs BODY again, Abort sets AbortRequested; then the routine returns its empty value.

@@ -98,6 +98,9 @@ void MainForm::RunConversion() {
     if (!os::IsDirectory(Trim(log_dir))) os::MakeDirectory(Trim(log_dir));
     view_.Notify("The target data folder is not set: this run's log is written into " + Trim(log_dir));
   }
+  // The log cannot be written into a folder that is not there: say which folder before the
+  // error that follows.
+  if (!os::IsDirectory(Trim(log_dir))) TargetFolderMissingHint(Trim(log_dir));
   log_path_ = Trim(log_dir) + LogFileName(start);
   KeepEarlierLog(log_path_);
   log_ = os::File::Open(log_path_, os::OpenMode::CreateTruncate);

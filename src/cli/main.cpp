@@ -233,10 +233,7 @@ int main(int argc, char** argv) {
 
   if (convert_command->parsed()) return RunConvert(convert);
   if (init_command->parsed()) {
-    std::error_code ignored;
-    std::filesystem::create_directories(init_dir, ignored);
-    int status = data::InitTarget(init_dir, std::cout, std::cerr);
-    return status == 0 ? kExitCompleted : kExitRefused;
+    return data::InitTarget(init_dir, std::cout, std::cerr);
   }
   if (check_command->parsed()) {
     if (!os::IsDirectory(check_source)) {

@@ -19,9 +19,10 @@ struct Result {
   std::string out;
 };
 
-// Runs qorvane with ARGS (already quoted), standard input from /dev/null, standard error dropped.
-Result RunQorvane(const std::string& args) {
-  std::string command = std::string(QORVANE_CLI_PATH) + " " + args + " </dev/null 2>/dev/null";
+// Runs qorvane with ARGS (already quoted), standard input from /dev/null, standard error dropped
+// (or, with BOTH_STREAMS, read together with standard output).
+Result RunQorvane(const std::string& args, bool both_streams = false) {
+  std::string command = std::string(QORVANE_CLI_PATH) + " " + args + " </dev/null " + (both_streams ? "2>&1" : "2>/dev/null");
   Result result;
   FILE* pipe = popen(command.c_str(), "r");
   std::array<char, 4096> buffer;
@@ -85,6 +86,28 @@ TEST_F(CommandLineTest, ARunThatCannotOpenItsTargetGoesToItsEndAndExitsThree) {
   Result result = RunQorvane("convert " + common + " --yes --steps none");
   EXPECT_EQ(result.status, 3);
   EXPECT_NE(ReadText(LastLine(result.out)).find("Error # 3343 in module AdoConnect"), std::string::npos);
+}
+
+// A target folder that is not there is named, with what makes it, before the error the log's
+// folder gives; init-target makes it, or says which folder it could not make (status 3).
+TEST_F(CommandLineTest, AMissingTargetFolderIsNamedAndInitTargetMakesIt) {
+  ASSERT_EQ(RunQorvane("sample " + source + " --orders 1").status, 0);
+  std::string missing = dir.path() + "/not/yet";
+  Result result = RunQorvane("convert --source " + source + " --target " + missing + " --settings " +
+                             dir.path() + "/settings --yes --steps none", true);
+  EXPECT_EQ(result.status, 3);
+  EXPECT_NE(result.out.find("The target folder " + missing + "/ does not exist: `qorvane init-target " + missing + "/`"),
+            std::string::npos) << result.out;
+  EXPECT_NE(result.out.find("Error # 53 in module cmdNEWConvert"), std::string::npos) << result.out;
+
+  Result made = RunQorvane("init-target " + missing, true);
+  EXPECT_EQ(made.status, 0);
+  EXPECT_EQ(made.out, "init-target: wrote " + missing + "/office.mdb (12 tables)\n");
+  EXPECT_EQ(RunQorvane("init-target " + missing).status, 1);
+  std::ofstream(dir.path() + "/a-file") << "x";
+  Result blocked = RunQorvane("init-target " + dir.path() + "/a-file/t", true);
+  EXPECT_EQ(blocked.status, 3);
+  EXPECT_NE(blocked.out.find("cannot make the folder " + dir.path() + "/a-file/t"), std::string::npos) << blocked.out;
 }
 
 TEST_F(CommandLineTest, WithoutYesAndWithoutATerminalTheConfirmationIsDeclined) {

@@ -121,7 +121,14 @@ TEST_F(OfficeDatabaseTest, InitTargetNeverOverwrites) {
   EXPECT_TRUE(os::ReadWholeFile(path_) == before);
   os::Rename(path_, dir_.path() + "/OFFICE.MDB");
   EXPECT_EQ(InitTarget(dir_.path(), out, err), 1);
-  EXPECT_EQ(InitTarget(dir_.path() + "/missing", out, err), 1);
+  // A missing folder is made; one that cannot be made is a file that cannot be written (3),
+  // named in the message.
+  EXPECT_EQ(InitTarget(dir_.path() + "/missing/deeper", out, err), 0) << err.str();
+  EXPECT_TRUE(os::IsRegularFile(dir_.path() + "/missing/deeper/office.mdb"));
+  std::ostringstream blocked;
+  EXPECT_EQ(InitTarget(dir_.path() + "/OFFICE.MDB/inside", out, blocked), 3);
+  EXPECT_NE(blocked.str().find("cannot make the folder " + dir_.path() + "/OFFICE.MDB/inside"),
+            std::string::npos) << blocked.str();
 }
 
 // Rows added through the engine to a new office.mdb read back with mdbtools and mdb-reader, and
