@@ -62,19 +62,8 @@ void SetInvoiceFields(data::Context& context, const RecordPlace& place, ClientEx
 }
 
 void OpenInvoiceSource(data::Context& context) {
-  context.Guard("OpenInvoiceSource", [&] {
-    DataControl& source = context.Source(SourceControl::datinvoice);
-    if (context.FileNumbers().empty()) {
-      source.RecordSource = "Select * from Invoice";
-      source.Refresh();
-      return;
-    }
-    const std::string& number = context.SingleFileNumber();
-    data::SelectInvoice(source, data::PadInvNum(number));
-    AdoControl& invoice = context.Target(TargetControl::adoinvoice);
-    data::SelectInvoice(invoice, data::MakeFileNumberDashA(number));
-    data::DeleteAllRows(invoice);
-  });
+  OpenOrderSource(context, {"OpenInvoiceSource", SourceControl::datinvoice, "Select * from Invoice",
+                            TargetControl::adoinvoice, data::SelectInvoice, data::SelectInvoice});
 }
 
 app::StepResult ConvertInvoiceDBF(data::Context& context) {

@@ -130,6 +130,22 @@ void FirstListedFileNumber(data::Context& context) {
 
 void ShowListedFileNumber(data::Context& context, const std::string& number) { context.form().txtfilenum = number; }
 
+void OpenOrderSource(data::Context& context, const OrderSource& order) {
+  context.Guard(order.routine, [&] {
+    data::DataControl& source = context.Source(order.source);
+    if (context.FileNumbers().empty()) {
+      source.RecordSource = order.whole_table;
+      source.Refresh();
+      return;
+    }
+    const std::string& number = context.SingleFileNumber();
+    order.select_source(source, data::PadInvNum(number));
+    data::AdoControl& target = context.Target(order.target);
+    order.select_target(target, data::MakeFileNumberDashA(number));
+    data::DeleteAllRows(target);
+  });
+}
+
 void ShownCounter::Show(data::Context& context) {
   context.form().lblRecord = std::to_string(current_);
   shown_ = current_;

@@ -64,6 +64,19 @@ std::optional<std::string> CheckIllegalNumber(data::Context& context, const Ille
 void FirstListedFileNumber(data::Context& context);
 void ShowListedFileNumber(data::Context& context, const std::string& number);
 
+// The order table a step reads from, and how its rows of one file number are found.
+struct OrderSource {
+  const char* routine;                    // the routine name the error reporter gives
+  app::SourceControl source;              // the .dbf record set
+  const char* whole_table;                // its record source without a listed file number
+  app::TargetControl target;              // the office.mdb record set
+  void (*select_source)(data::DataControl&, std::string_view);
+  void (*select_target)(data::AdoControl&, std::string_view);
+};
+// Binds the source record set to its whole table or, with listed file numbers, to the records
+// of the one being worked on, whose rows in office.mdb are then deleted to be written afresh.
+void OpenOrderSource(data::Context& context, const OrderSource& order);
+
 // The counter of the record being worked on, which a converter shows in lblRecord only once a
 // record got past its skip tests: the run then reports the counter lblRecord last showed.
 class ShownCounter {

@@ -168,19 +168,8 @@ void AddCustomFormType(data::Context& context, std::string_view ass_type) {
 }
 
 void OpenPropertySource(data::Context& context) {
-  context.Guard("OpenPropertySource", [&] {
-    DataControl& source = context.Source(SourceControl::datproperty);
-    if (context.FileNumbers().empty()) {
-      source.RecordSource = "Select * from Property";
-      source.Refresh();
-      return;
-    }
-    const std::string& number = context.SingleFileNumber();
-    data::SelectProperty(source, data::PadInvNum(number));
-    AdoControl& property = context.Target(TargetControl::adoproperty);
-    data::SelectProperty(property, data::MakeFileNumberDashA(number));
-    data::DeleteAllRows(property);
-  });
+  OpenOrderSource(context, {"OpenPropertySource", SourceControl::datproperty, "Select * from Property",
+                            TargetControl::adoproperty, data::SelectProperty, data::SelectProperty});
 }
 
 app::StepResult ConvertPropertyDBF(data::Context& context) {
