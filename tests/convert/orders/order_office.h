@@ -16,15 +16,9 @@
 #include <string>
 #include <vector>
 
-#include "../../app/fake_view.h"
-#include "convert/office.h"
-#include "data/office_schema.h"
-#include "jet/create/create.h"
 #include "jet/database.h"
-#include "test_support/log_lines.h"
-#include "test_support/office_folders.h"
+#include "test_support/office_run.h"
 #include "test_support/sample_office.h"
-#include "test_support/temp_dir.h"
 
 namespace qorvane::convert::test_orders {
 
@@ -129,15 +123,8 @@ struct Source {
   std::vector<Record> property, invoice, cliexp, apprexp, applied, appraisers;
 };
 
-class OrdersTest : public ::testing::Test {
+class OrdersTest : public ::testing::Test, public test::OfficeRun {
  protected:
-  void SetUp() override {
-    test::OfficeFolders folders(dir.path());
-    source = folders.source;
-    target = folders.target;
-    jet::create::CreateDatabase(Office(), data::OfficeSchema());
-  }
-
   void Write(const Source& office) {
     WriteTable(source + "/PROPERTY.DBF", PropertyFields(), office.property);
     WriteTable(source + "/INVOICE.DBF", InvoiceFields(), office.invoice);
@@ -154,17 +141,14 @@ class OrdersTest : public ::testing::Test {
   // take them), limited to FILES when given. Returns the run's log lines.
   std::vector<std::string> Run(const std::vector<app::Step>& steps, const std::vector<app::MassageStep>& massage = {},
                                const std::vector<std::string>& files = {}) {
-    program = WireProgram(view, clock, {.settings_dir = dir.path() + "/settings"});
-    program.main_form->FormLoad({source, target});
-    app::FormModel& form = program.main_form->form();
-    form.CheckBoxes.fill(0);
+    app::FormModel& form = Load().form();
     for (app::Step step : steps) form.SetCheck(app::InfoOf(step).check_box, true);
     for (app::MassageStep step : massage) form.SetCheck(app::InfoOf(step).check_box, true);
     if (!massage.empty()) form.SetCheck(app::CheckBox::ckbMassage, true);
     form.lstfilenum = files;
-    program.main_form->cmdNEWConvert();
+    std::vector<std::string> log = Convert();
     EXPECT_EQ(program.main_form->outcome(), app::RunOutcome::Completed);
-    return test::ReadLogLines(program.main_form->LogPath());
+    return log;
   }
 
   std::string Office() const { return target + "/office.mdb"; }
@@ -223,11 +207,6 @@ class OrdersTest : public ::testing::Test {
     return found;
   }
 
-  test::TempDir dir;
-  std::string source, target;
-  test::FakeView view;
-  test::FakeClock clock{1794733507};
-  Program program;
 };
 
 }  // namespace qorvane::convert::test_orders

@@ -14,15 +14,9 @@
 #include <string>
 #include <vector>
 
-#include "../../app/fake_view.h"
-#include "convert/office.h"
-#include "data/office_schema.h"
 #include "foxpro/table_writer.h"
-#include "jet/create/create.h"
-#include "test_support/log_lines.h"
-#include "test_support/office_folders.h"
+#include "test_support/office_run.h"
 #include "test_support/sample_office.h"
-#include "test_support/temp_dir.h"
 
 namespace qorvane::convert {
 
@@ -70,15 +64,11 @@ struct ClientRecord {
   }
 };
 
-class PartyOfficeTest : public ::testing::Test {
+class PartyOfficeTest : public ::testing::Test, public test::OfficeRun {
  protected:
   PartyOfficeTest() {
-    test::OfficeFolders folders(dir.path());
-    source = folders.source;
-    target = folders.target;
     // The run needs the property table; the form types step needs the forms table.
     test::WriteFoxTable(source + "/PROPERTY.DBF", {{"FILE_NUM", 'C', 10}, {"CLI_NUM", 'C', 10}}, {});
-    jet::create::CreateDatabase(target + "/office.mdb", data::OfficeSchema());
   }
 
   void WriteTable(const std::string& file, std::vector<foxpro::FieldSpec> fields,
@@ -98,13 +88,10 @@ class PartyOfficeTest : public ::testing::Test {
 
   // One run of STEPS alone, as the command line runs it; the log of this run is kept.
   void Run(std::initializer_list<app::CheckBox> steps) {
-    program = WireProgram(view, clock, {.settings_dir = dir.path() + "/settings"});
-    program.main_form->FormLoad({source, target});
-    program.main_form->form().CheckBoxes.fill(0);
-    for (app::CheckBox step : steps) program.main_form->form().SetCheck(step, true);
-    program.main_form->cmdNEWConvert();
-    ASSERT_EQ(program.main_form->outcome(), app::RunOutcome::Completed);
-    log = test::ReadLogLines(program.main_form->LogPath());
+    Load();
+    for (app::CheckBox step : steps) model().SetCheck(step, true);
+    log = Convert();
+    ASSERT_EQ(form().outcome(), app::RunOutcome::Completed);
     if (getenv("QORVANE_SHOW_LOG")) {
       for (const std::string& line : log) std::cerr << line << "\n";
     }
@@ -145,11 +132,6 @@ class PartyOfficeTest : public ::testing::Test {
     throw std::out_of_range("no such step in the run");
   }
 
-  test::TempDir dir;
-  std::string source, target;
-  test::FakeView view;
-  test::FakeClock clock{1794733507};
-  Program program;
   std::vector<std::string> log;
 };
 
