@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace qorvane::app {
 
@@ -46,8 +47,9 @@ class ConvertSession {
 
   static constexpr std::size_t kRoutineNameLength = 20;
   // Records the routine now running, cut or padded to 20 characters as the reporter expects.
-  void SetRoutine(const std::string& name) {
-    routine_ = name.substr(0, kRoutineNameLength);
+  // Called for every record: fills the one buffer in place, without allocating.
+  void SetRoutine(std::string_view name) {
+    routine_.assign(name.substr(0, kRoutineNameLength));
     routine_.resize(kRoutineNameLength, ' ');
   }
   // The fixed-length name, blanks included.
