@@ -371,9 +371,12 @@ TEST_F(RunTest, ALogThatCannotBeOpenedEndsTheRunCleanly) {
   main_form.form().txtZulPath = dir.path() + "/no/such/folder";
   main_form.cmdNEWConvert();
   EXPECT_EQ(main_form.outcome(), RunOutcome::Failed);
-  ASSERT_EQ(view.notices.size(), 1u);
-  EXPECT_EQ(view.notices[0].rfind("Error # 53 in module cmdNEWConvert: cannot open: " + dir.path() +
-                                  "/no/such/folder/ConvLog-", 0), 0u) << view.notices[0];
+  // The folder is named, with what makes it, before the error the log's file gives.
+  ASSERT_EQ(view.notices.size(), 2u);
+  EXPECT_EQ(view.notices[0].rfind("The target folder " + dir.path() + "/no/such/folder/ does not exist: ", 0), 0u)
+      << view.notices[0];
+  EXPECT_EQ(view.notices[1].rfind("Error # 53 in module cmdNEWConvert: cannot open: " + dir.path() +
+                                  "/no/such/folder/ConvLog-", 0), 0u) << view.notices[1];
   EXPECT_FALSE(main_form.session().InConversion());
   EXPECT_TRUE(main_form.form().ButtonsEnabled);
 }
