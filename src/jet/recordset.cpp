@@ -54,7 +54,6 @@ Recordset::Recordset(Database& database, std::string sql)
   auto add_field = [&](std::size_t column) {
     const ColumnDefinition& definition = table_->columns()[column];
     fields_.push_back({definition.name, definition.type, definition.defined_size(), column});
-    folded_field_names_.push_back(FoldForComparison(definition.name));
   };
   if (statement_->columns.empty()) {
     for (std::size_t i = 0; i < table_->columns().size(); ++i) add_field(i);
@@ -267,10 +266,11 @@ bool Recordset::Find(const std::string& criteria) {
 }
 
 const FieldInfo& Recordset::Field(std::string_view name) const {
-  // Converters ask for fields by name for every value they move: the names are folded once.
+  // Converters ask for fields by name for every value they move: the table folds its column
+  // names once, not each record set made for one record.
   std::string wanted = FoldForComparison(name);
-  for (std::size_t i = 0; i < fields_.size(); ++i) {
-    if (folded_field_names_[i] == wanted) return fields_[i];
+  for (const FieldInfo& field : fields_) {
+    if (table_->FoldedColumnName(field.column) == wanted) return field;
   }
   throw Error(ErrorKind::InvalidArgument, database_.file_name() + ": table " + table_->name() + ": no field " +
                                               std::string(name) + " in \"" + sql_ + "\"");

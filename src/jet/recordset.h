@@ -79,7 +79,6 @@ class Recordset {
   std::unique_ptr<Statement> statement_;
   Table* table_ = nullptr;
   std::vector<FieldInfo> fields_;
-  std::vector<std::string> folded_field_names_;  // parallel to fields_
   // A plain "select * from T" (no WHERE/ORDER BY) walks the table's own row list.
   bool whole_table_ = false;
   std::vector<RowId> rows_;  // the result otherwise, in result order

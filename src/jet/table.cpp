@@ -234,11 +234,17 @@ std::vector<IndexInfo> Table::indexes() const {
   return result;
 }
 
-std::optional<std::size_t> Table::FindColumn(std::string_view name) const {
+const std::string& Table::FoldedColumnName(std::size_t column) const {
   if (folded_column_names_.size() != definition_.columns.size()) {
     folded_column_names_.clear();
-    for (const auto& column : definition_.columns) folded_column_names_.push_back(FoldForComparison(column.name));
+    for (const auto& each : definition_.columns) folded_column_names_.push_back(FoldForComparison(each.name));
   }
+  return folded_column_names_.at(column);
+}
+
+std::optional<std::size_t> Table::FindColumn(std::string_view name) const {
+  if (definition_.columns.empty()) return std::nullopt;
+  FoldedColumnName(0);  // builds the folded names
   std::string wanted = FoldForComparison(name);
   for (std::size_t i = 0; i < folded_column_names_.size(); ++i) {
     if (folded_column_names_[i] == wanted) return i;

@@ -67,6 +67,8 @@ class Table {
   std::vector<IndexInfo> indexes() const;
   // The column's position, names compared without regard to case; nullopt when absent.
   std::optional<std::size_t> FindColumn(std::string_view name) const;
+  // The name of column COLUMN case-folded as FindColumn compares names (folded once per table).
+  const std::string& FoldedColumnName(std::size_t column) const;
   // The row count stored in the definition (what Access and mdb-count report).
   std::uint32_t stored_row_count() const { return definition_.row_count; }
   // Live rows, counted by scanning.

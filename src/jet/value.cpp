@@ -288,6 +288,8 @@ int CompareValues(const Value& a, const Value& b) {
   bool a_text = a.kind == Value::Kind::Text;
   bool b_text = b.kind == Value::Kind::Text;
   if (a_text && b_text) {
+    // The same text is equal in any order: most look-ups find their key as it was written.
+    if (a.bytes == b.bytes) return 0;
     // As the General sort order ranks them (the order of their index keys); texts the keys
     // cannot tell apart past their first 255 characters, or that have a character without a
     // weight, fall back to their case-folded forms.
