@@ -48,6 +48,33 @@ long long NowMs() {
 
 QString Q(const std::string& text) { return QString::fromStdString(text); }
 
+// The screen a window is on: the room it leaves for windows.
+QSize ScreenRoomOf(const QWidget* widget) {
+  QScreen* shown_on = widget->screen() ? widget->screen() : QGuiApplication::primaryScreen();
+  return shown_on ? shown_on->availableGeometry().size() : QSize(1366, 700);
+}
+
+// A dialog around a read-only text, as large as MOST where the screen has the room; the
+// caller adds its buttons below the text.
+struct TextDialog {
+  std::unique_ptr<QDialog> dialog;
+  QVBoxLayout* layout;
+  QPlainTextEdit* view;
+};
+TextDialog MakeTextDialog(QWidget* parent, const char* name, const QString& title, const QString& text, QSize most) {
+  TextDialog made{std::make_unique<QDialog>(parent), nullptr, nullptr};
+  made.dialog->setObjectName(name);
+  made.dialog->setWindowTitle(title);
+  made.layout = new QVBoxLayout(made.dialog.get());
+  made.view = new QPlainTextEdit(text, made.dialog.get());
+  made.view->setReadOnly(true);
+  made.view->setMinimumSize(640, 260);
+  made.layout->addWidget(made.view, 1);
+  QSize room = ScreenRoomOf(parent);
+  made.dialog->resize(std::min(most.width(), room.width() - 40), std::min(most.height(), room.height() - 80));
+  return made;
+}
+
 }  // namespace
 
 MainWindow::MainWindow(const convert::ProgramOptions& options, app::Clock& clock)
@@ -285,8 +312,7 @@ QWidget* MainWindow::BuildResults(QWidget* parent) {
 }
 
 void MainWindow::FitToScreen() {
-  QScreen* shown_on = screen() ? screen() : QGuiApplication::primaryScreen();
-  QSize room = shown_on ? shown_on->availableGeometry().size() : QSize(1366, 700);
+  QSize room = ScreenRoomOf(this);
   // Leave room for the window's title bar and frame.
   resize(std::min(1280, room.width() - 16), std::min(800, room.height() - 40));
 }
@@ -435,26 +461,15 @@ QString MainWindow::GatheredText() const {
 }
 
 std::unique_ptr<QDialog> MainWindow::MakeGatheredDialog(const QString& text, int count) {
-  auto dialog = std::make_unique<QDialog>(this);
-  dialog->setObjectName("gatheredMessages");
-  dialog->setWindowTitle(Q(main_form_->form().Caption));
-  auto* layout = new QVBoxLayout(dialog.get());
-  auto* heading = new QLabel(count == 1 ? QString("1 message:") : QString("%1 messages:").arg(count), dialog.get());
+  TextDialog made = MakeTextDialog(this, "gatheredMessages", Q(main_form_->form().Caption), text, {900, 560});
+  made.view->setObjectName("gatheredText");
+  auto* heading = new QLabel(count == 1 ? QString("1 message:") : QString("%1 messages:").arg(count), made.dialog.get());
   heading->setStyleSheet("font-weight: bold;");
-  layout->addWidget(heading);
-  auto* view = new QPlainTextEdit(text, dialog.get());
-  view->setObjectName("gatheredText");
-  view->setReadOnly(true);
-  view->setMinimumSize(640, 260);
-  layout->addWidget(view, 1);
-  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok, dialog.get());
-  connect(buttons, &QDialogButtonBox::accepted, dialog.get(), &QDialog::accept);
-  layout->addWidget(buttons);
-  // As large as the text needs, within the screen.
-  QScreen* shown_on = screen() ? screen() : QGuiApplication::primaryScreen();
-  QSize room = shown_on ? shown_on->availableGeometry().size() : QSize(1366, 700);
-  dialog->resize(std::min(900, room.width() - 40), std::min(560, room.height() - 80));
-  return dialog;
+  made.layout->insertWidget(0, heading);
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok, made.dialog.get());
+  connect(buttons, &QDialogButtonBox::accepted, made.dialog.get(), &QDialog::accept);
+  made.layout->addWidget(buttons);
+  return std::move(made.dialog);
 }
 
 void MainWindow::ShowGathered() {
@@ -516,38 +531,30 @@ void MainWindow::ShowClientDupForm() {
   client_dup_->raise();
 }
 
-std::unique_ptr<QDialog> MainWindow::MakeReportDialog() {
+std::string MainWindow::ReportText() const {
   std::string text = app::RunSummaryText(*main_form_);
   if (!main_form_->LogPath().empty()) text += "\nThe log: " + main_form_->LogPath() + "\n";
-  auto dialog = std::make_unique<QDialog>(this);
-  dialog->setObjectName("reportDialog");
-  dialog->setWindowTitle("What the conversion did");
-  auto* layout = new QVBoxLayout(dialog.get());
-  auto* view = new QPlainTextEdit(Q(text), dialog.get());
-  view->setObjectName("reportText");
-  view->setReadOnly(true);
-  view->setLineWrapMode(QPlainTextEdit::NoWrap);
-  view->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-  view->setMinimumSize(640, 300);
-  layout->addWidget(view, 1);
-  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, dialog.get());
+  return text;
+}
+
+std::unique_ptr<QDialog> MainWindow::MakeReportDialog() {
+  TextDialog made = MakeTextDialog(this, "reportDialog", "What the conversion did", Q(ReportText()), {1000, 620});
+  made.view->setObjectName("reportText");
+  made.view->setLineWrapMode(QPlainTextEdit::NoWrap);
+  made.view->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, made.dialog.get());
   QPushButton* open_log = buttons->addButton("Open log", QDialogButtonBox::ActionRole);
   open_log->setObjectName("cmdOpenLog");
   open_log->setEnabled(!main_form_->LogPath().empty());
   connect(open_log, &QPushButton::clicked, this, [this] { OpenLog(main_form_->LogPath()); });
-  connect(buttons, &QDialogButtonBox::rejected, dialog.get(), &QDialog::reject);
-  layout->addWidget(buttons);
-  QScreen* shown_on = screen() ? screen() : QGuiApplication::primaryScreen();
-  QSize room = shown_on ? shown_on->availableGeometry().size() : QSize(1366, 700);
-  dialog->resize(std::min(1000, room.width() - 40), std::min(620, room.height() - 80));
-  return dialog;
+  connect(buttons, &QDialogButtonBox::rejected, made.dialog.get(), &QDialog::reject);
+  made.layout->addWidget(buttons);
+  return std::move(made.dialog);
 }
 
 void MainWindow::ShowReport() {
   if (show_report) {
-    std::string text = app::RunSummaryText(*main_form_);
-    if (!main_form_->LogPath().empty()) text += "\nThe log: " + main_form_->LogPath() + "\n";
-    show_report(text);
+    show_report(ReportText());
     return;
   }
   MakeReportDialog()->exec();

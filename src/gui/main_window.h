@@ -99,6 +99,8 @@ class MainWindow : public QMainWindow, public app::View {
 
  private:
   void Build();
+  // The run's report with the log's path below it.
+  std::string ReportText() const;
   QWidget* BuildChoices(QWidget* parent);
   QWidget* BuildResults(QWidget* parent);
   QCheckBox* AddCheckBox(QWidget* parent, app::CheckBox id, const QString& caption);

@@ -2,8 +2,9 @@
 // office and a blank office.mdb into a temporary folder, opens the window at 1366x700 (the room
 // a maximised window has on a 1366x768 screen, below its title bar and a panel), and saves PNG
 // files into DIR: the window before the run, the confirmation, the window after a run of every
-// step, the run's report and the duplicate-client form. Dialogs are answered by the window's
-// hooks; run it under a display (scripts/screenshots uses Xvfb).
+// step, the run's report, the duplicate-client form and the start-up messages of folders that
+// are not set up yet. Dialogs are answered by the window's hooks; run it under a display
+// (scripts/screenshots uses Xvfb).
 #include <QApplication>
 #include <QMessageBox>
 #include <QPushButton>
@@ -84,5 +85,21 @@ int main(int argc, char** argv) {
   if (auto* duplicates = window.client_dup_form()) {
     saved = Save(*duplicates, out + "client-duplicates.png") && saved;
   }
+
+  // Start-up on folders that are not set up yet: the messages of that moment in one dialog.
+  std::string empty = root + "/empty";
+  QDir().mkpath(QString::fromStdString(empty));
+  qorvane::gui::MainWindow unset({.settings_dir = root + "/settings-unset"}, clock);
+  std::string messages;
+  unset.show_gathered = [&](const std::string& text) { messages = text; };
+  unset.resize(1366, 700);
+  unset.main_form().FormLoad({empty, empty});
+  int count = 0;
+  for (const QString& line : QString::fromStdString(messages).split('\n')) {
+    count += !line.isEmpty() && !line.startsWith(" ");
+  }
+  auto gathered = unset.MakeGatheredDialog(QString::fromStdString(messages), count);
+  gathered->show();
+  saved = Save(*gathered, out + "messages.png") && saved;
   return saved ? 0 : 1;
 }

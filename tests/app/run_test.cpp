@@ -119,14 +119,10 @@ TEST_F(RunTest, DecliningTheConfirmationEndsAfterTheListboxLines) {
 
 TEST_F(RunTest, TheConfirmationSaysWhatTheRunWillChange) {
   FormModel& form = main_form.form();
-  form.SetCheck(CheckBox::ckbClient, true);
-  form.SetCheck(CheckBox::ckbProperty, true);
-  form.SetCheck(CheckBox::ckbMassage, true);
-  form.SetCheck(CheckBox::ckbmassageinvoice, true);
-  form.SetCheck(CheckBox::ckbClearClient, true);
-  form.SetCheck(CheckBox::ckbclearinvoice, true);
-  form.SetCheck(CheckBox::ckbclearsystem, true);
-  form.SetCheck(CheckBox::ckbPrelim, true);
+  for (CheckBox box : {CheckBox::ckbClient, CheckBox::ckbProperty, CheckBox::ckbMassage, CheckBox::ckbmassageinvoice,
+                       CheckBox::ckbClearClient, CheckBox::ckbclearinvoice, CheckBox::ckbclearsystem, CheckBox::ckbPrelim}) {
+    form.SetCheck(box, true);
+  }
   form.lstfilenum = {"1001", "1002-A"};
   view.confirm = MessageResult::No;
   main_form.cmdNEWConvert();
