@@ -97,6 +97,29 @@ bool MainForm::TakePickedFile(const std::string& routine, const std::string& ful
   });
 }
 
+bool MainForm::TakePickedFolder(const std::string& routine, const std::string& folder,
+                                std::string FormModel::*path) {
+  return Guard(routine, [&] {
+    std::string chosen = Trim(folder);
+    if (chosen.empty() || !os::IsDirectory(chosen)) {
+      MsgBox("The folder '" + chosen + "' does not exist.  Please try Again");
+      return false;
+    }
+    CkRSlash(chosen);
+    form_.*path = chosen;
+    view_.Show(form_);
+    return true;
+  });
+}
+
+bool MainForm::cmdSource_PickedFolder(const std::string& folder) {
+  return TakePickedFolder("cmdSource_Click", folder, &FormModel::txtPyxPath);
+}
+
+bool MainForm::cmdTarget_PickedFolder(const std::string& folder) {
+  return TakePickedFolder("cmdTarget_Click", folder, &FormModel::txtZulPath);
+}
+
 bool MainForm::cmdSource_Picked(const std::string& full_name) {
   return TakePickedFile("cmdSource_Click", full_name, &FormModel::txtPyxPath);
 }
@@ -106,6 +129,7 @@ bool MainForm::cmdTarget_Picked(const std::string& full_name) {
 }
 
 void MainForm::FormLoad(const StartupPaths& paths) {
+  GatheredMessages gathered(view_);  // start-up's findings shown together
   Guard("FormLoad", [&] {
     TagRead();
     if (paths.source) form_.txtPyxPath = *paths.source;

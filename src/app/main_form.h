@@ -79,6 +79,10 @@ class MainForm {
   // Takes a file picked with the source or the target picker: its folder becomes the path.
   bool cmdSource_Picked(const std::string& full_name);
   bool cmdTarget_Picked(const std::string& full_name);
+  // Takes a folder picked with the source or the target folder picker; a folder that does not
+  // exist is refused with a message naming it.
+  bool cmdSource_PickedFolder(const std::string& folder);
+  bool cmdTarget_PickedFolder(const std::string& folder);
 
   // The conversion run (the Convert button).
   void cmdNEWConvert();
@@ -149,6 +153,7 @@ class MainForm {
   bool HandleQuitRequest();  // the prompt; true when the user chose Stop
   bool TakePickedFile(const std::string& routine, const std::string& full_name,
                       std::string FormModel::*path);
+  bool TakePickedFolder(const std::string& routine, const std::string& folder, std::string FormModel::*path);
   void RunConversion();
   void FinishRun();
   void RunSteps();

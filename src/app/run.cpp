@@ -8,6 +8,7 @@
 
 #include "app/main_form.h"
 #include "app/paths.h"
+#include "app/run_changes.h"
 
 namespace qorvane::app {
 namespace {
@@ -114,20 +115,29 @@ void MainForm::RunConversion() {
                            QORVANE_VERSION_PATCH));
   AddtoLogFile("");
 
-  if (!DiscoverDataDirectories()) {
+  bool directories_set = false;
+  {
+    GatheredMessages gathered(view_);  // the checks' findings shown together, before the question
+    directories_set = DiscoverDataDirectories();
+    if (directories_set) {
+      session_.SetRoutine("cmdNEWConvert");
+      routines_->PrepareSource();
+    }
+  }
+  if (!directories_set) {
     AddtoLogFile("Conversion aborted: Data directories not correctly set");
     CloseLog();
     outcome_ = RunOutcome::DirectoriesNotSet;
     return;
   }
-  session_.SetRoutine("cmdNEWConvert");
-  routines_->PrepareSource();
 
   AddtoLogFile("");
   AddtoLogFile("Listboxes cleared");
   AddtoLogFile("");
 
-  std::string question = kConfirmation + session_.Paths.source_folder + "'. Do you wish to continue?";
+  // Below the question: what this run is about to change, so that the answer is an informed one.
+  std::string question = kConfirmation + session_.Paths.source_folder + "'. Do you wish to continue?\n\n" +
+                         RunChangesText(form_, session_.Paths, start);
   if (MsgBox(question, MessageButtons::YesNo) != MessageResult::Yes) {
     CloseLog();
     outcome_ = RunOutcome::Declined;

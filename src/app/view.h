@@ -33,6 +33,25 @@ class View {
   virtual EscapeChoice PromptEscape() = 0;
   // Opens the conversion log for the user to read (the view-log choice).
   virtual void OpenLog(const std::string& path) = 0;
+  // The messages of one moment (start-up, the checks before a run) come between
+  // BeginMessages and EndMessages, which may nest: a view may gather the OK-only message boxes
+  // and the notices and show them together when the outermost EndMessages comes. A question
+  // (Yes/No, Abort/Retry/Ignore) is still asked at once. By default nothing is gathered.
+  virtual void BeginMessages() {}
+  virtual void EndMessages() {}
+};
+
+// Gathers the view's messages while it lives (BeginMessages .. EndMessages), also when the
+// moment ends with an exception.
+class GatheredMessages {
+ public:
+  explicit GatheredMessages(View& view) : view_(view) { view_.BeginMessages(); }
+  ~GatheredMessages() { view_.EndMessages(); }
+  GatheredMessages(const GatheredMessages&) = delete;
+  GatheredMessages& operator=(const GatheredMessages&) = delete;
+
+ private:
+  View& view_;
 };
 
 }  // namespace qorvane::app

@@ -206,13 +206,16 @@ app::MessageResult TerminalView::MessageBox(const std::string& text, app::Messag
       FinishProgress();
       err_ << heading << text << "\n" << std::flush;
       return app::MessageResult::Ok;
-    case app::MessageButtons::YesNo:
+    case app::MessageButtons::YesNo: {
+      // A question of several lines (the confirmation and what the run will change) takes its
+      // answer on a line of its own.
+      const char* gap = text.find('\n') == std::string::npos ? " " : "\n";
       if (options_.assume_yes) {
         FinishProgress();
-        err_ << heading << text << " yes (--yes)\n" << std::flush;
+        err_ << heading << text << gap << "yes (--yes)\n" << std::flush;
         return app::MessageResult::Yes;
       }
-      if (!AskLine(heading + text + " [y/N] ", &answer)) {
+      if (!AskLine(heading + text + gap + "[y/N] ", &answer)) {
         if (!interactive_) {
           err_ << "qorvane: no answer can be read here (standard input is not a terminal), so the run "
                   "stops as if No was answered; add --yes to answer Yes\n" << std::flush;
@@ -222,6 +225,7 @@ app::MessageResult TerminalView::MessageBox(const std::string& text, app::Messag
       return (answer == "y" || answer == "Y" || answer == "yes" || answer == "Yes")
                  ? app::MessageResult::Yes
                  : app::MessageResult::No;
+    }
     case app::MessageButtons::AbortRetryIgnore:
       if (!AskLine(heading + text + " [a]bort, [r]etry, [i]gnore? ", &answer)) {
         return app::MessageResult::Abort;

@@ -1,6 +1,7 @@
 // The duplicate-client check and its correction (see duplicate_clients.h).
 #include "data/duplicate_clients.h"
 
+#include "app/result_lists.h"
 #include "app/vb_text.h"
 #include "data/fields.h"
 #include "data/file_numbers.h"
@@ -109,9 +110,7 @@ app::StepResult CheckAndCorrectDuplicateClients(Context& context) {
 }
 
 std::string DuplicateClientListText(const app::FormModel& form) {
-  std::string text = "Duplicate Client List\n=====================\n";
-  for (const std::string& key : form.lstduplicateclients) text += key + "\n";
-  return text;
+  return app::PrintedListText(app::kDuplicateClientHeading, form.lstduplicateclients);
 }
 
 }  // namespace qorvane::data

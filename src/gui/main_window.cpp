@@ -24,11 +24,16 @@
 #include <QMessageBox>
 #include <QProcess>
 #include <QProgressBar>
+#include <QScreen>
+#include <QScrollArea>
+#include <QGuiApplication>
+#include <QFrame>
 #include <QPushButton>
 #include <QStatusBar>
 #include <QUrl>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <chrono>
 #include <map>
 #include <cstdlib>
@@ -42,6 +47,33 @@ long long NowMs() {
 }
 
 QString Q(const std::string& text) { return QString::fromStdString(text); }
+
+// The screen a window is on: the room it leaves for windows.
+QSize ScreenRoomOf(const QWidget* widget) {
+  QScreen* shown_on = widget->screen() ? widget->screen() : QGuiApplication::primaryScreen();
+  return shown_on ? shown_on->availableGeometry().size() : QSize(1366, 700);
+}
+
+// A dialog around a read-only text, as large as MOST where the screen has the room; the
+// caller adds its buttons below the text.
+struct TextDialog {
+  std::unique_ptr<QDialog> dialog;
+  QVBoxLayout* layout;
+  QPlainTextEdit* view;
+};
+TextDialog MakeTextDialog(QWidget* parent, const char* name, const QString& title, const QString& text, QSize most) {
+  TextDialog made{std::make_unique<QDialog>(parent), nullptr, nullptr};
+  made.dialog->setObjectName(name);
+  made.dialog->setWindowTitle(title);
+  made.layout = new QVBoxLayout(made.dialog.get());
+  made.view = new QPlainTextEdit(text, made.dialog.get());
+  made.view->setReadOnly(true);
+  made.view->setMinimumSize(640, 260);
+  made.layout->addWidget(made.view, 1);
+  QSize room = ScreenRoomOf(parent);
+  made.dialog->resize(std::min(most.width(), room.width() - 40), std::min(most.height(), room.height() - 80));
+  return made;
+}
 
 }  // namespace
 
@@ -84,77 +116,161 @@ QLabel* MainWindow::AddImage(QWidget* parent, const app::ImagePair& images) {
 
 void MainWindow::Build() {
   auto* central = new QWidget(this);
-  auto* layout = new QVBoxLayout(central);
+  auto* outer = new QVBoxLayout(central);
+  outer->setContentsMargins(0, 0, 0, 6);
+  outer->setSpacing(4);
+  scroll_ = new QScrollArea(central);
+  scroll_->setObjectName("scrollArea");
+  scroll_->setWidgetResizable(true);
+  scroll_->setFrameShape(QFrame::NoFrame);
+  auto* content = new QWidget(scroll_);
+  auto* layout = new QVBoxLayout(content);
+  layout->setContentsMargins(9, 6, 9, 2);
+  layout->setSpacing(4);
   auto label = [&](const std::string& name) {
-    auto* widget = new QLabel(central);
+    auto* widget = new QLabel(content);
     widget->setObjectName(Q(name));
     widget->setWordWrap(true);
     controls_[name] = widget;
     return widget;
   };
 
+  // The two programs, and beside them the office whose data this is.
+  auto* heading = new QHBoxLayout();
   auto* title = label("lblTitle");
-  title->setStyleSheet("font-size: 16pt; font-weight: bold;");
-  layout->addWidget(title);
+  title->setStyleSheet("font-size: 14pt; font-weight: bold;");
+  heading->addWidget(title, 1);
+  for (const char* name : {"lblCompany", "lblphone", "lblfax"}) {
+    QLabel* company = label(name);
+    company->setWordWrap(false);
+    heading->addWidget(company);
+  }
+  layout->addLayout(heading);
   layout->addWidget(label("lblDescription"));
 
+  // Each path: the picker that takes a file of the folder (as the old program's did), the
+  // path, and a picker that takes the folder itself.
   auto* paths = new QGridLayout();
   auto path_row = [&](int row, const std::string& button_name, const std::string& edit_name,
-                      void (MainWindow::*pick)(), std::string app::FormModel::*field) {
-    auto* button = new QPushButton(central);
+                      const std::string& folder_name, void (MainWindow::*pick)(),
+                      void (MainWindow::*pick_folder)(), std::string app::FormModel::*field) {
+    auto* button = new QPushButton(content);
     button->setObjectName(Q(button_name));
     controls_[button_name] = button;
-    auto* edit = new QLineEdit(central);
+    auto* edit = new QLineEdit(content);
     edit->setObjectName(Q(edit_name));
     controls_[edit_name] = edit;
+    auto* folder = new QPushButton("Choose folder...", content);
+    folder->setObjectName(Q(folder_name));
+    folder->setToolTip("Choose the folder itself");
+    controls_[folder_name] = folder;
     connect(button, &QPushButton::clicked, this, pick);
+    connect(folder, &QPushButton::clicked, this, pick_folder);
     connect(edit, &QLineEdit::textEdited, this, [this, field](const QString& text) {
       main_form_->form().*field = text.toStdString();
     });
     paths->addWidget(button, row, 0);
     paths->addWidget(edit, row, 1);
+    paths->addWidget(folder, row, 2);
   };
-  path_row(0, "cmdSource", "txtPyxPath", &MainWindow::OnPickSource, &app::FormModel::txtPyxPath);
-  path_row(1, "cmdTarget", "txtZulPath", &MainWindow::OnPickTarget, &app::FormModel::txtZulPath);
+  path_row(0, "cmdSource", "txtPyxPath", "cmdSourceFolder", &MainWindow::OnPickSource,
+           &MainWindow::OnPickSourceFolder, &app::FormModel::txtPyxPath);
+  path_row(1, "cmdTarget", "txtZulPath", "cmdTargetFolder", &MainWindow::OnPickTarget,
+           &MainWindow::OnPickTargetFolder, &app::FormModel::txtZulPath);
+  paths->setColumnStretch(1, 1);
   layout->addLayout(paths);
 
-  auto* company = new QHBoxLayout();
-  company->addWidget(label("lblCompany"));
-  company->addWidget(label("lblphone"));
-  company->addWidget(label("lblfax"));
-  layout->addLayout(company);
 
-  auto* choices = new QHBoxLayout();
-  auto* steps = new QGroupBox("Convert", central);
+  // The choices and, once a run has started, its result lists, side by side.
+  auto* middle = new QHBoxLayout();
+  middle->addWidget(BuildChoices(content));
+  middle->addWidget(BuildResults(content), 1);
+  layout->addLayout(middle, 1);
+
+  auto* status = new QHBoxLayout();
+  status->addWidget(label("lblCaption"), 2);
+  status->addWidget(label("lblAddress"), 2);
+  status->addWidget(label("lblRecord"), 1);
+  layout->addLayout(status);
+  auto* notes = new QHBoxLayout();
+  notes->addWidget(label("lblHint"), 1);
+  notes->addWidget(label("lblmsg"), 1);
+  layout->addLayout(notes);
+  scroll_->setWidget(content);
+  outer->addWidget(scroll_, 1);
+
+  // The gauge, Convert and Quit stay in view below the scroll area, whatever the window's height.
+  auto* buttons = new QHBoxLayout();
+  buttons->setContentsMargins(9, 0, 9, 0);
+  auto* gauge = new QProgressBar(central);
+  gauge->setObjectName("gauprogress");
+  gauge->setRange(0, 100);
+  controls_["gauprogress"] = gauge;
+  buttons->addWidget(gauge, 1);
+  auto* convert = new QPushButton("Convert", central);
+  convert->setObjectName("cmdnewconvert");
+  convert->setDefault(true);
+  controls_["cmdnewconvert"] = convert;
+  auto* quit = new QPushButton("Quit", central);
+  quit->setObjectName("cmdQuit");
+  controls_["cmdQuit"] = quit;
+  connect(convert, &QPushButton::clicked, this, &MainWindow::OnConvert);
+  connect(quit, &QPushButton::clicked, this, &MainWindow::OnQuit);
+  buttons->addWidget(convert);
+  buttons->addWidget(quit);
+  outer->addLayout(buttons);
+
+  setCentralWidget(central);
+  FitToScreen();
+}
+
+QWidget* MainWindow::BuildChoices(QWidget* parent) {
+  // The choices take the width they need; the result lists beside them take the rest.
+  auto* choices = new QWidget(parent);
+  choices->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Preferred);
+  auto* row = new QHBoxLayout(choices);
+  row->setContentsMargins(0, 0, 0, 0);
+  auto* steps = new QGroupBox("Convert", choices);
   auto* steps_layout = new QGridLayout(steps);
-  int row = 0;
+  steps_layout->setVerticalSpacing(1);
+  steps_layout->setContentsMargins(6, 2, 6, 2);
+  // The thirteen steps in two columns, read down the first and then the second, in run order.
+  const std::size_t step_rows = (app::ConversionSteps().size() + 1) / 2;
+  std::size_t index = 0;
   for (const app::StepInfo& step : app::ConversionSteps()) {
-    steps_layout->addWidget(AddCheckBox(steps, step.check_box, step.caption), row, 0);
-    steps_layout->addWidget(AddImage(steps, step.images), row++, 1);
+    int line = static_cast<int>(index % step_rows);
+    int column = static_cast<int>(index++ / step_rows) * 2;
+    steps_layout->addWidget(AddCheckBox(steps, step.check_box, step.caption), line, column);
+    steps_layout->addWidget(AddImage(steps, step.images), line, column + 1);
   }
-  choices->addWidget(steps);
+  steps_layout->setRowStretch(static_cast<int>(step_rows), 1);
+  row->addWidget(steps);
 
-  auto* clear = new QGroupBox("Clear Data First", central);
+  auto* clear = new QGroupBox("Clear Data First", choices);
   auto* clear_layout = new QVBoxLayout(clear);
+  clear_layout->setSpacing(1);
+  clear_layout->setContentsMargins(6, 2, 6, 2);
   for (const app::ClearChoice& box : app::ClearChoices()) {
     clear_layout->addWidget(AddCheckBox(clear, box.check_box, box.caption));
   }
   clear_layout->addStretch();
-  choices->addWidget(clear);
+  row->addWidget(clear);
 
-  auto* options = new QGroupBox("Options", central);
+  auto* options = new QGroupBox("Options", choices);
   auto* options_layout = new QGridLayout(options);
+  options_layout->setVerticalSpacing(1);
+  options_layout->setContentsMargins(6, 2, 6, 2);
   options_layout->addWidget(AddCheckBox(options, app::CheckBox::ckbPrelim, "Preliminary Corrections"), 0, 0, 1, 2);
   options_layout->addWidget(AddCheckBox(options, app::CheckBox::ckbMassage, "Massage Data"), 1, 0);
   options_layout->addWidget(AddImage(options, app::kMassageDataImages), 1, 1);
-  row = 2;
+  int line = 2;
   for (const app::MassageStepInfo& step : app::MassageSteps()) {
-    options_layout->addWidget(AddCheckBox(options, step.check_box, QString("    ") + step.caption), row, 0);
-    options_layout->addWidget(AddImage(options, step.images), row++, 1);
+    options_layout->addWidget(AddCheckBox(options, step.check_box, QString("    ") + step.caption), line, 0);
+    options_layout->addWidget(AddImage(options, step.images), line++, 1);
   }
-  options_layout->addWidget(AddCheckBox(options, app::CheckBox::ckbViewLog, "View log when done"), row++, 0, 1, 2);
+  options_layout->addWidget(AddCheckBox(options, app::CheckBox::ckbViewLog, "View log when done"), line++, 0, 1, 2);
   auto* file_label = new QLabel("File numbers (blank: all)", options);
-  options_layout->addWidget(file_label, row++, 0, 1, 2);
+  options_layout->addWidget(file_label, line++, 0, 1, 2);
   auto* file_list = new QLineEdit(options);
   file_list->setObjectName("lstfilenum");
   file_list->setPlaceholderText("1001, 1002-A");
@@ -166,52 +282,46 @@ void MainWindow::Build() {
       if (!item.trimmed().isEmpty()) list.push_back(item.trimmed().toStdString());
     }
   });
-  options_layout->addWidget(file_list, row++, 0, 1, 2);
-  options_layout->setRowStretch(row, 1);
-  choices->addWidget(options);
-  layout->addLayout(choices);
+  options_layout->addWidget(file_list, line++, 0, 1, 2);
+  options_layout->setRowStretch(line, 1);
+  row->addWidget(options);
+  return choices;
+}
 
-  auto* gauge = new QProgressBar(central);
-  gauge->setObjectName("gauprogress");
-  gauge->setRange(0, 100);
-  controls_["gauprogress"] = gauge;
-  layout->addWidget(gauge);
-  auto* status = new QHBoxLayout();
-  status->addWidget(label("lblCaption"), 2);
-  status->addWidget(label("lblAddress"), 2);
-  status->addWidget(label("lblRecord"), 1);
-  layout->addLayout(status);
-  layout->addWidget(label("lblmsg"));
-  layout->addWidget(label("lblHint"));
-
-  auto* illegal = new QGroupBox("File numbers corrected / not converted", central);
-  illegal->setObjectName("fraIllegalFix");
-  controls_["fraIllegalFix"] = illegal;
-  auto* illegal_layout = new QHBoxLayout(illegal);
-  for (const char* name : {"lstIllegalFilenumbers", "lstWasNotConverted"}) {
-    auto* list = new QListWidget(illegal);
-    list->setObjectName(name);
-    controls_[name] = list;
-    illegal_layout->addWidget(list);
+QWidget* MainWindow::BuildResults(QWidget* parent) {
+  auto* results = new QGroupBox("File numbers corrected / not converted", parent);
+  results->setObjectName("fraIllegalFix");
+  controls_["fraIllegalFix"] = results;
+  auto* layout = new QVBoxLayout(results);
+  for (const app::ResultList& list : app::MainFormResultLists()) {
+    auto* panel = new ResultListPanel(list, ResultListPanel::Print::Button, &answer_print, results);
+    result_panels_.push_back(panel);
+    controls_[list.control] = panel->list();
+    layout->addWidget(panel, 1);
   }
-  layout->addWidget(illegal);
+  auto* duplicates = new QPushButton("Duplicate clients...", results);
+  duplicates->setObjectName("cmdClientDup");
+  duplicates->setToolTip("The client keys the Preliminary Corrections found invalid and corrected");
+  controls_["cmdClientDup"] = duplicates;
+  connect(duplicates, &QPushButton::clicked, this, &MainWindow::ShowClientDupForm);
+  auto* bottom = new QHBoxLayout();
+  bottom->addStretch();
+  bottom->addWidget(duplicates);
+  layout->addLayout(bottom);
+  return results;
+}
 
-  auto* buttons = new QHBoxLayout();
-  buttons->addStretch();
-  auto* convert = new QPushButton("Convert", central);
-  convert->setObjectName("cmdnewconvert");
-  controls_["cmdnewconvert"] = convert;
-  auto* quit = new QPushButton("Quit", central);
-  quit->setObjectName("cmdQuit");
-  controls_["cmdQuit"] = quit;
-  connect(convert, &QPushButton::clicked, this, &MainWindow::OnConvert);
-  connect(quit, &QPushButton::clicked, this, &MainWindow::OnQuit);
-  buttons->addWidget(convert);
-  buttons->addWidget(quit);
-  layout->addLayout(buttons);
+void MainWindow::FitToScreen() {
+  QSize room = ScreenRoomOf(this);
+  // Leave room for the window's title bar and frame.
+  resize(std::min(1280, room.width() - 16), std::min(800, room.height() - 40));
+}
 
-  setCentralWidget(central);
-  resize(900, 760);
+ResultListPanel* MainWindow::ResultPanel(const std::string& list_name) const {
+  for (ResultListPanel* panel : result_panels_) {
+    if (panel->list()->objectName().toStdString() == list_name) return panel;
+  }
+  return client_dup_ ? client_dup_->Panel(list_name) : nullptr;
 }
 
 QWidget* MainWindow::Control(const std::string& name) const {
@@ -276,14 +386,10 @@ void MainWindow::Refresh() {
     }
   }
   controls_["fraIllegalFix"]->setVisible(form.fraIllegalFix);
-  auto fill = [&](const char* name, const std::vector<std::string>& items) {
-    auto* list = static_cast<QListWidget*>(controls_[name]);
-    if (list->count() == static_cast<int>(items.size())) return;
-    list->clear();
-    for (const std::string& item : items) list->addItem(Q(item));
-  };
-  fill("lstIllegalFilenumbers", form.lstIllegalFilenumbers);
-  fill("lstWasNotConverted", form.lstWasNotConverted);
+  for (ResultListPanel* panel : result_panels_) panel->Fill(form);
+  controls_["cmdClientDup"]->setEnabled(!form.lstduplicateclients.empty());
+  for (const char* name : {"cmdSourceFolder", "cmdTargetFolder"}) controls_[name]->setEnabled(form.ButtonsEnabled);
+  if (client_dup_) client_dup_->Fill(form);
 }
 
 app::UserRequest MainWindow::PollUserRequest() {
@@ -299,6 +405,17 @@ app::UserRequest MainWindow::PollUserRequest() {
 
 app::MessageResult MainWindow::MessageBox(const std::string& text, app::MessageButtons buttons,
                                           const std::string& title) {
+  if (gathering_ > 0) {
+    if (buttons == app::MessageButtons::Ok) {
+      // Two checks of one file (a table bound twice) say the same thing: once is enough.
+      bool repeated = std::any_of(gathered_.begin(), gathered_.end(),
+                                  [&](const Gathered& message) { return message.text == text; });
+      if (!repeated) gathered_.push_back({text, false});
+      return app::MessageResult::Ok;
+    }
+    // A question is asked at once, after what was gathered before it.
+    ShowGathered();
+  }
   Refresh();
   if (answer_message) return answer_message(text, buttons);
   QString caption = title.empty() ? Q(main_form_->form().Caption) : Q(title);
@@ -324,6 +441,50 @@ app::MessageResult MainWindow::MessageBox(const std::string& text, app::MessageB
 
 void MainWindow::Notify(const std::string& text) {
   statusBar()->showMessage(Q(text));
+  if (gathering_ > 0) gathered_.push_back({text, true});
+}
+
+void MainWindow::BeginMessages() { ++gathering_; }
+
+void MainWindow::EndMessages() {
+  if (gathering_ > 0 && --gathering_ == 0) ShowGathered();
+}
+
+QString MainWindow::GatheredText() const {
+  QString text;
+  for (const Gathered& message : gathered_) {
+    if (!text.isEmpty()) text += message.notice ? "\n" : "\n\n";
+    // A notice (what this program looked at, what to do) sits below the message it explains.
+    text += message.notice ? "    -> " + Q(message.text) : Q(message.text);
+  }
+  return text;
+}
+
+std::unique_ptr<QDialog> MainWindow::MakeGatheredDialog(const QString& text, int count) {
+  TextDialog made = MakeTextDialog(this, "gatheredMessages", Q(main_form_->form().Caption), text, {900, 560});
+  made.view->setObjectName("gatheredText");
+  auto* heading = new QLabel(count == 1 ? QString("1 message:") : QString("%1 messages:").arg(count), made.dialog.get());
+  heading->setStyleSheet("font-weight: bold;");
+  made.layout->insertWidget(0, heading);
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok, made.dialog.get());
+  connect(buttons, &QDialogButtonBox::accepted, made.dialog.get(), &QDialog::accept);
+  made.layout->addWidget(buttons);
+  return std::move(made.dialog);
+}
+
+void MainWindow::ShowGathered() {
+  if (gathered_.empty()) return;
+  int count = 0;
+  for (const Gathered& message : gathered_) count += message.notice ? 0 : 1;
+  QString text = GatheredText();
+  gathered_.clear();
+  if (count == 0) return;  // notices alone stay on the status line
+  Refresh();
+  if (show_gathered) {
+    show_gathered(text.toStdString());
+    return;
+  }
+  MakeGatheredDialog(text, count)->exec();
 }
 
 app::EscapeChoice MainWindow::PromptEscape() {
@@ -359,32 +520,44 @@ void MainWindow::OnConvert() {
     close();
     return;
   }
+  if (!main_form_->form().lstduplicateclients.empty()) ShowClientDupForm();
   if (!main_form_->RunReport().empty()) ShowReport();
 }
 
-void MainWindow::ShowReport() {
+void MainWindow::ShowClientDupForm() {
+  if (!client_dup_) client_dup_ = new ClientDupForm(&answer_print, this);
+  client_dup_->Fill(main_form_->form());
+  client_dup_->show();
+  client_dup_->raise();
+}
+
+std::string MainWindow::ReportText() const {
   std::string text = app::RunSummaryText(*main_form_);
   if (!main_form_->LogPath().empty()) text += "\nThe log: " + main_form_->LogPath() + "\n";
-  if (show_report) {
-    show_report(text);
-    return;
-  }
-  QDialog dialog(this);
-  dialog.setWindowTitle("What the conversion did");
-  auto* layout = new QVBoxLayout(&dialog);
-  auto* view = new QPlainTextEdit(Q(text), &dialog);
-  view->setReadOnly(true);
-  view->setLineWrapMode(QPlainTextEdit::NoWrap);
-  view->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-  view->setMinimumSize(720, 420);
-  layout->addWidget(view);
-  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
+  return text;
+}
+
+std::unique_ptr<QDialog> MainWindow::MakeReportDialog() {
+  TextDialog made = MakeTextDialog(this, "reportDialog", "What the conversion did", Q(ReportText()), {1000, 620});
+  made.view->setObjectName("reportText");
+  made.view->setLineWrapMode(QPlainTextEdit::NoWrap);
+  made.view->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, made.dialog.get());
   QPushButton* open_log = buttons->addButton("Open log", QDialogButtonBox::ActionRole);
+  open_log->setObjectName("cmdOpenLog");
   open_log->setEnabled(!main_form_->LogPath().empty());
   connect(open_log, &QPushButton::clicked, this, [this] { OpenLog(main_form_->LogPath()); });
-  connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
-  layout->addWidget(buttons);
-  dialog.exec();
+  connect(buttons, &QDialogButtonBox::rejected, made.dialog.get(), &QDialog::reject);
+  made.layout->addWidget(buttons);
+  return std::move(made.dialog);
+}
+
+void MainWindow::ShowReport() {
+  if (show_report) {
+    show_report(ReportText());
+    return;
+  }
+  MakeReportDialog()->exec();
 }
 
 void MainWindow::OnQuit() {
@@ -415,18 +588,37 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   event->accept();
 }
 
+QString MainWindow::Pick(const PickRequest& request) {
+  if (answer_picker) return answer_picker(request);
+  if (request.folder) return QFileDialog::getExistingDirectory(this, request.title, request.start);
+  return QFileDialog::getOpenFileName(this, request.title, request.start, request.filter);
+}
+
 void MainWindow::OnPickSource() {
-  QString chosen = QFileDialog::getOpenFileName(this, "Select 'Property.dbf'-then select 'Open'",
-                                                Q(main_form_->form().txtPyxPath), "Data Files (*.dbf)");
+  QString chosen = Pick({"Select 'Property.dbf'-then select 'Open'", Q(main_form_->form().txtPyxPath),
+                         "Data Files (*.dbf)", false});
   if (!chosen.isEmpty()) main_form_->cmdSource_Picked(chosen.toStdString());
   Refresh();
 }
 
 void MainWindow::OnPickTarget() {
   QString start = Q(main_form_->form().txtZulPath) + "office.mdb";
-  QString chosen = QFileDialog::getOpenFileName(this, "Select 'Office.mdb' and then select 'Open'", start,
-                                                "Data Files (*.mdb)");
+  QString chosen = Pick({"Select 'Office.mdb' and then select 'Open'", start, "Data Files (*.mdb)", false});
   if (!chosen.isEmpty()) main_form_->cmdTarget_Picked(chosen.toStdString());
+  Refresh();
+}
+
+void MainWindow::OnPickSourceFolder() {
+  QString chosen = Pick({"Select the folder of the " + Q(main_form_->session().SourceProgram) +
+                             " tables (Property.dbf and the others)",
+                         Q(main_form_->form().txtPyxPath), "", true});
+  if (!chosen.isEmpty()) main_form_->cmdSource_PickedFolder(chosen.toStdString());
+  Refresh();
+}
+
+void MainWindow::OnPickTargetFolder() {
+  QString chosen = Pick({"Select the folder of Office.mdb", Q(main_form_->form().txtZulPath), "", true});
+  if (!chosen.isEmpty()) main_form_->cmdTarget_PickedFolder(chosen.toStdString());
   Refresh();
 }
 

@@ -1,7 +1,10 @@
 // The window face: frmConvert as a Qt main window. It implements the View that MainForm drives:
 // Show copies the form model into the widgets, PollUserRequest lets Qt serve its events while a
-// converter yields, and message boxes and the Continue/Stop prompt are modal dialogs. Edits the
-// user makes (paths, check boxes) go straight back into the model.
+// converter yields, and message boxes and the Continue/Stop prompt are modal dialogs; the
+// messages of one moment (start-up, the checks at Convert) are gathered into one dialog. Edits
+// the user makes (paths, check boxes) go straight back into the model. The controls sit in
+// layouts inside a scroll area, with Convert and Quit always in view below it, so the window
+// fits a 1366x768 screen and grows with a larger one.
 #pragma once
 
 #include <QMainWindow>
@@ -16,6 +19,9 @@
 #include "app/main_form.h"
 #include "app/steps.h"
 #include "convert/office.h"
+#include "gui/client_dup_form.h"
+#include "gui/printing.h"
+#include "gui/result_list_panel.h"
 
 class QCheckBox;
 class QLabel;
@@ -24,6 +30,8 @@ class QListWidget;
 class QProgressBar;
 class QPushButton;
 class QGroupBox;
+class QDialog;
+class QScrollArea;
 
 namespace qorvane::gui {
 
@@ -43,18 +51,47 @@ class MainWindow : public QMainWindow, public app::View {
   void Notify(const std::string& text) override;
   app::EscapeChoice PromptEscape() override;
   void OpenLog(const std::string& path) override;
+  void BeginMessages() override;
+  void EndMessages() override;
 
   // Copies the whole model into the widgets now, whatever the last redraw.
   void Refresh();
+  // A size that fits the screen the window is on (at most 1280x800 of it).
+  void FitToScreen();
 
-  // Tests answer message boxes and the prompt without a person (nullptr: real dialogs).
+  // What a picker asks for: a file (with a name filter) or a folder.
+  struct PickRequest {
+    QString title;
+    QString start;   // the folder (or file) the dialog opens on
+    QString filter;  // "Data Files (*.dbf)"; empty for a folder
+    bool folder = false;
+  };
+
+  // Hooks that answer the window's dialogs without a person (tests, screenshots); nullptr:
+  // the real dialogs.
   std::function<app::MessageResult(const std::string&, app::MessageButtons)> answer_message;
   std::function<app::EscapeChoice()> answer_escape;
-  // Tests take the report shown at the end of a run instead of its dialog (nullptr: the dialog).
+  // Takes the report shown at the end of a run instead of its dialog.
   std::function<void(const std::string&)> show_report;
+  // Takes the text of a dialog of gathered messages instead of the dialog.
+  std::function<void(const std::string&)> show_gathered;
+  // Chooses a file or a folder instead of the file dialog; an empty name is Cancel.
+  std::function<QString(const PickRequest&)> answer_picker;
+  // Sets up the printer instead of the print dialog; false is Cancel.
+  ChoosePrinter answer_print;
 
   // The widget of a control, by its control name (tests and screenshots).
   QWidget* Control(const std::string& name) const;
+  ResultListPanel* ResultPanel(const std::string& list_name) const;
+  // The duplicate-client form; nullptr until a run first found such clients.
+  ClientDupForm* client_dup_form() const { return client_dup_; }
+  // Shows frmClientDup with the lists of the last run.
+  void ShowClientDupForm();
+  // The dialog of the run's report, and of messages gathered into TEXT (not yet shown).
+  std::unique_ptr<QDialog> MakeReportDialog();
+  std::unique_ptr<QDialog> MakeGatheredDialog(const QString& text, int count);
+  // The text of the gathered messages so far (one paragraph per message, hints below it).
+  QString GatheredText() const;
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
@@ -62,23 +99,41 @@ class MainWindow : public QMainWindow, public app::View {
 
  private:
   void Build();
+  // The run's report with the log's path below it.
+  std::string ReportText() const;
+  QWidget* BuildChoices(QWidget* parent);
+  QWidget* BuildResults(QWidget* parent);
   QCheckBox* AddCheckBox(QWidget* parent, app::CheckBox id, const QString& caption);
   QLabel* AddImage(QWidget* parent, const app::ImagePair& images);
   void OnConvert();
   // The reconciliation report of the run that just ended, with the log's path and "Open log".
   void ShowReport();
+  void ShowGathered();
   void OnQuit();
   void OnPickSource();
   void OnPickTarget();
+  void OnPickSourceFolder();
+  void OnPickTargetFolder();
+  QString Pick(const PickRequest& request);
 
   convert::Program program_;
   app::MainForm* main_form_;
   std::map<std::string, QWidget*> controls_;
   std::vector<std::pair<app::CheckBox, QCheckBox*>> check_boxes_;
   std::vector<std::pair<app::ImagePair, QLabel*>> images_;  // one label per image pair
+  std::vector<ResultListPanel*> result_panels_;
+  ClientDupForm* client_dup_ = nullptr;
+  QScrollArea* scroll_ = nullptr;
   app::UserRequest pending_ = app::UserRequest::None;
   long long last_draw_ms_ = 0;
   long long last_events_ms_ = 0;
+  // The messages of the moment being gathered: each message, or a notice (a hint) below it.
+  struct Gathered {
+    std::string text;
+    bool notice;
+  };
+  int gathering_ = 0;  // BeginMessages depth
+  std::vector<Gathered> gathered_;
 };
 
 }  // namespace qorvane::gui

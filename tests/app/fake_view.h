@@ -23,6 +23,7 @@ class FakeView : public app::View {
                                 const std::string& title) override {
     messages.push_back(text);
     titles.push_back(title);
+    gathered.push_back(gathering > 0);
     if (buttons == app::MessageButtons::YesNo) return confirm;
     if (buttons == app::MessageButtons::AbortRetryIgnore) return error_answer;
     return app::MessageResult::Ok;
@@ -35,6 +36,8 @@ class FakeView : public app::View {
     return choice;
   }
   void OpenLog(const std::string& path) override { opened_logs.push_back(path); }
+  void BeginMessages() override { ++gathering; }
+  void EndMessages() override { --gathering; }
 
   app::MessageResult confirm = app::MessageResult::Yes;
   app::MessageResult error_answer = app::MessageResult::Ignore;
@@ -42,6 +45,8 @@ class FakeView : public app::View {
   std::deque<app::EscapeChoice> escape_answers;
   std::vector<std::string> messages;
   std::vector<std::string> titles;
+  std::vector<bool> gathered;  // per message: whether it came while messages were gathered
+  int gathering = 0;           // BeginMessages depth
   std::vector<std::string> notices;
   std::vector<std::string> opened_logs;
   int prompts = 0;

@@ -90,7 +90,12 @@ TEST_F(RunTest, NoStepsWritesHeaderListboxLinesAndTheSummary) {
             "You should have a good backup of your data BEFORE using this option.  If you have a "
             "many records (thousands) to merge and convert this task may take a long time.  The "
             "files are '*.DBF', '*.CDX', '*.FPT' in the subdirectory called '" + source +
-            "/'. Do you wish to continue?");
+            "/'. Do you wish to continue?\n\n"
+            "What this run will change:\n"
+            "- No conversion step is ticked: nothing is converted into " + target + "/office.mdb.\n"
+            "- Empties no table of office.mdb first.\n"
+            "- Only reads the source tables in " + source + "/ (no Preliminary Corrections).\n"
+            "- Converts every file number.");
   EXPECT_EQ(view.messages[1], "Conversion complete: 0 days  0 hrs  0 mins  0 secs");
   EXPECT_FALSE(main_form.session().InConversion());
   EXPECT_FALSE(main_form.session().LogOpen());
@@ -110,6 +115,45 @@ TEST_F(RunTest, DecliningTheConfirmationEndsAfterTheListboxLines) {
   EXPECT_EQ(ReadLog(main_form.LogPath()), Preamble());
   EXPECT_FALSE(connected);
   EXPECT_FALSE(main_form.session().InConversion());
+}
+
+TEST_F(RunTest, TheConfirmationSaysWhatTheRunWillChange) {
+  FormModel& form = main_form.form();
+  for (CheckBox box : {CheckBox::ckbClient, CheckBox::ckbProperty, CheckBox::ckbMassage, CheckBox::ckbmassageinvoice,
+                       CheckBox::ckbClearClient, CheckBox::ckbclearinvoice, CheckBox::ckbclearsystem, CheckBox::ckbPrelim}) {
+    form.SetCheck(box, true);
+  }
+  form.lstfilenum = {"1001", "1002-A"};
+  view.confirm = MessageResult::No;
+  main_form.cmdNEWConvert();
+  ASSERT_EQ(view.messages.size(), 1u);
+  std::string changes = view.messages[0].substr(view.messages[0].find("continue?\n\n") + 11);
+  EXPECT_EQ(changes,
+            "What this run will change:\n"
+            "- Converts into " + target + "/office.mdb: Clients and Orders (Property).\n"
+            "- Then repairs the converted rows (Massage Data): Invoice.\n"
+            "- EMPTIES these tables of office.mdb first (Clear Data First): Clients, Invoices and Users. "
+            "Their rows are deleted before anything is converted.\n"
+            "- REPAIRS the source tables in " + source + "/ in place (Preliminary Corrections: illegal file "
+            "numbers and invalid client keys are corrected and written back). A copy of each table it "
+            "changes goes first into " + source + "/qorvane-backup-261115-957/.\n"
+            "- Converts only the file numbers 1001 and 1002-A.");
+  EXPECT_FALSE(view.gathered[0]) << "the question is asked at once, not gathered";
+}
+
+TEST_F(RunTest, TheMessagesOfStartUpAndOfTheChecksAtConvertComeGathered) {
+  std::filesystem::remove(target + "/office.mdb");
+  view.messages.clear();
+  view.gathered.clear();
+  MainForm fresh{view, Settings(dir.path() + "/settings"), clock};
+  fresh.FormLoad({source + "/nowhere", target});
+  ASSERT_EQ(view.messages.size(), 2u);
+  EXPECT_EQ(view.gathered, (std::vector<bool>{true, true}));
+  fresh.cmdNEWConvert();
+  ASSERT_EQ(view.messages.size(), 4u);
+  EXPECT_EQ(view.gathered, (std::vector<bool>{true, true, true, true}));
+  EXPECT_EQ(view.gathering, 0);
+  EXPECT_EQ(fresh.outcome(), RunOutcome::DirectoriesNotSet);
 }
 
 TEST_F(RunTest, UnsetDirectoriesAreRefusedAfterBothChecks) {

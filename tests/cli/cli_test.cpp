@@ -80,6 +80,22 @@ TEST_F(CommandLineTest, ARunWithNoStepsWritesTheWholeLogAndExitsZero) {
   EXPECT_NE(log.find("\r\nElapsed Time:  0 days  0 hrs  0 mins "), std::string::npos);
 }
 
+TEST_F(CommandLineTest, TheConfirmationOnStandardErrorSaysWhatTheRunWillChange) {
+  ASSERT_EQ(RunQorvane("sample " + source + " --orders 1").status, 0);
+  ASSERT_EQ(RunQorvane("init-target " + target).status, 0);
+  std::string command = std::string(QORVANE_CLI_PATH) + " convert " + common +
+                        " --yes --quiet --steps none --clear client,invoice --files 1001 </dev/null 2>&1 >/dev/null";
+  std::string err;
+  FILE* pipe = popen(command.c_str(), "r");
+  std::array<char, 4096> buffer;
+  while (std::size_t n = fread(buffer.data(), 1, buffer.size(), pipe)) err.append(buffer.data(), n);
+  pclose(pipe);
+  EXPECT_NE(err.find("'. Do you wish to continue?\n\nWhat this run will change:\n"), std::string::npos) << err;
+  EXPECT_NE(err.find("\n- EMPTIES these tables of office.mdb first (Clear Data First): Clients and Invoices."),
+            std::string::npos) << err;
+  EXPECT_NE(err.find("\n- Converts only the file numbers 1001.\nyes (--yes)\n"), std::string::npos) << err;
+}
+
 TEST_F(CommandLineTest, ARunThatCannotOpenItsTargetGoesToItsEndAndExitsThree) {
   ASSERT_EQ(RunQorvane("sample " + source + " --orders 1").status, 0);
   std::ofstream(target + "/Office.mdb") << "not a database";

@@ -1,32 +1,61 @@
-// The window drives the same run as the command line: a conversion started with the Convert
-// button writes the same log, the model shows in the widgets, edits go back into the model, and
-// ESC during a run brings up the Continue/Stop prompt. Runs on Qt's offscreen platform.
+// The window drives the same run as the command line. These tests drive it as a person would
+// (buttons, ESC, pickers, Print) with Qt Test, the window's dialogs answered by its hooks:
+// start-up with good and bad folders (one dialog for the messages of one moment), a whole run
+// on a sample office read back with mdb-export, ESC with Continue and with Stop, the pickers,
+// printing into a PDF read back with pdftotext, the report dialog and Open log, and the layout
+// on a 1366x768 screen. They run on Qt's offscreen platform unless QT_QPA_PLATFORM says
+// otherwise (ctest also runs them once under Xvfb when it is installed).
 #include "gui/main_window.h"
 
 #include <gtest/gtest.h>
 
 #include <QApplication>
 #include <QCheckBox>
-#include <QKeyEvent>
+#include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
+#include <QPlainTextEdit>
+#include <QPrinter>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QTest>
+#include <QTimer>
 
 #include <cstdlib>
+#include <filesystem>
+#include <optional>
 #include <fstream>
+#include <sstream>
 
+#include "data/init_target.h"
+#include "sample/sample_office.h"
+#include "test_support/log_lines.h"
 #include "test_support/office_folders.h"
+#include "test_support/sample_office.h"
 #include "test_support/scripted_routines.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::gui {
 namespace {
 
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+int Occurrences(const std::string& text, const std::string& part) {
+  int count = 0;
+  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
+
 class WindowTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);  // a platform given from outside wins
     static int argc = 1;
     static char name[] = "gui_tests";
     static char* argv[] = {name, nullptr};
@@ -37,96 +66,383 @@ class WindowTest : public ::testing::Test {
     test::OfficeFolders folders(dir.path());
     source = folders.source;
     target = folders.target;
-    std::ofstream(source + "/property.dbf") << "x";
-    std::ofstream(target + "/office.mdb") << "x";
+  }
+
+  // A window whose dialogs are answered by the hooks: every box and question is recorded (Yes
+  // to the confirmation unless CONFIRM says otherwise), each gathered dialog too.
+  void Open(const std::optional<std::string>& source_path, const std::optional<std::string>& target_path) {
     window = std::make_unique<MainWindow>(convert::ProgramOptions{.settings_dir = dir.path() + "/settings"}, clock);
     window->answer_message = [this](const std::string& text, app::MessageButtons buttons) {
+      events.push_back("box: " + text);
       messages.push_back(text);
-      return buttons == app::MessageButtons::YesNo ? app::MessageResult::Yes : app::MessageResult::Ok;
+      return buttons == app::MessageButtons::YesNo ? confirm : app::MessageResult::Ok;
+    };
+    window->show_gathered = [this](const std::string& text) {
+      events.push_back("gathered: " + text);
+      gathered.push_back(text);
     };
     window->show_report = [this](const std::string& text) { reports.push_back(text); };
-    window->main_form().FormLoad({source, target});
+    window->show();
+    window->main_form().FormLoad({source_path, target_path});
     window->Refresh();
-    messages.clear();  // the start-up warnings for the source tables this folder lacks
   }
+  // Folders that pass the checks: a garbage property.dbf (the other tables missing) and office.mdb.
+  void OpenWithPlaceholders() {
+    std::ofstream(source + "/property.dbf") << "x";
+    std::ofstream(target + "/office.mdb") << "x";
+    Open(source, target);
+    events.clear();
+    gathered.clear();
+    messages.clear();
+  }
+  void OnlyStep(app::CheckBox box) {
+    window->main_form().form().CheckBoxes.fill(0);
+    window->main_form().form().SetCheck(box, true);
+    window->Refresh();
+  }
+  // A control by its control name, or another widget of the window by its object name.
   template <typename Widget>
   Widget* Get(const std::string& name) {
-    return dynamic_cast<Widget*>(window->Control(name));
+    QWidget* widget = window->Control(name);
+    if (!widget) widget = window->findChild<QWidget*>(QString::fromStdString(name));
+    return dynamic_cast<Widget*>(widget);
+  }
+  void Click(const std::string& name) {
+    QPushButton* button = Get<QPushButton>(name);
+    ASSERT_NE(button, nullptr) << name;
+    QTest::mouseClick(button, Qt::LeftButton);
   }
 
   test::TempDir dir;
   std::string source, target;
   app::SystemClock clock;
   std::unique_ptr<MainWindow> window;
-  std::vector<std::string> messages;
-  std::vector<std::string> reports;
+  app::MessageResult confirm = app::MessageResult::Yes;
+  std::vector<std::string> events, messages, gathered, reports;
 };
 
+TEST_F(WindowTest, StartUpAndConvertWithBadFoldersShowOneDialogEachWithEveryMessageAndHint) {
+  std::filesystem::create_directories(dir.path() + "/settings");
+  Open(source, target);  // both folders empty: no property.dbf, no office.mdb
+  ASSERT_EQ(gathered.size(), 1u) << "start-up showed its messages one by one";
+  EXPECT_TRUE(messages.empty());
+  const std::string& startup = gathered[0];
+  EXPECT_NE(startup.find(source + "/Property.dbf not found. Please verify data path and file name in VL.ini in "
+                                  "Windows directory. If VL.ini does not exist, install/reinstall PYX, set correct "
+                                  "data directory, and run Qorvane again.\""),
+            std::string::npos)
+      << startup;
+  EXPECT_NE(startup.find(target + "/Office.mdb not found. Please verify path and file name"), std::string::npos);
+  // The hints sit below their messages, with the folders this program looked in.
+  EXPECT_NE(startup.find("    -> No property.dbf (in any letter case, and not empty) in " + source + "/"),
+            std::string::npos);
+  EXPECT_NE(startup.find("`qorvane init-target " + target + "/`"), std::string::npos);
+  // Every missing source table is named with its full folder, each once.
+  EXPECT_GE(Occurrences(startup, "Warning.  The file " + source + "/"), 10) << startup;
+  EXPECT_EQ(Occurrences(startup, "Warning.  The file " + source + "/client.dbf is missing."), 1) << startup;
+
+  // Convert: the checks' two messages in one dialog; no question is asked; the log says why.
+  Click("cmdnewconvert");
+  ASSERT_EQ(gathered.size(), 2u);
+  EXPECT_NE(gathered[1].find("Property.dbf not found."), std::string::npos);
+  EXPECT_NE(gathered[1].find("Office.mdb not found."), std::string::npos);
+  EXPECT_TRUE(messages.empty());
+  EXPECT_EQ(window->main_form().outcome(), app::RunOutcome::DirectoriesNotSet);
+  EXPECT_NE(ReadFile(window->main_form().LogPath()).find("Conversion aborted: Data directories not correctly set\r\n"),
+            std::string::npos);
+}
+
+TEST_F(WindowTest, ConvertShowsTheChecksTogetherThenAsksAndTheLogKeepsEveryLine) {
+  OpenWithPlaceholders();
+  OnlyStep(app::CheckBox::ckbProperty);
+  confirm = app::MessageResult::No;
+  Click("cmdnewconvert");
+  ASSERT_EQ(events.size(), 2u);
+  EXPECT_EQ(events[0].rfind("gathered: ", 0), 0u);
+  EXPECT_EQ(events[1].rfind("box: You should have a good backup", 0), 0u);
+  std::string log = ReadFile(window->main_form().LogPath());
+  int warnings = Occurrences(gathered[0], "Warning.  The file ");
+  EXPECT_GE(warnings, 10);
+  EXPECT_EQ(Occurrences(log, "Warning.  The file " + source + "/"), warnings) << log;
+  EXPECT_EQ(window->main_form().outcome(), app::RunOutcome::Declined);
+}
+
 TEST_F(WindowTest, ShowsTheModelAndTakesTheUsersEdits) {
+  OpenWithPlaceholders();
   EXPECT_EQ(Get<QLineEdit>("txtPyxPath")->text().toStdString(), source + "/");
   EXPECT_EQ(Get<QPushButton>("cmdSource")->text().toStdString(), "PYX (Source)");
   EXPECT_EQ(window->windowTitle().toStdString(), "Qorvane - Version 0.1.0");
-  Get<QCheckBox>("ckbProperty")->setChecked(false);
-  EXPECT_FALSE(window->main_form().form().Checked(app::CheckBox::ckbProperty));
-  Get<QCheckBox>("ckbMassage")->setChecked(true);
-  EXPECT_TRUE(window->main_form().form().Checked(app::CheckBox::ckbMassage));
-  // The massage boxes go together.
+  QTest::mouseClick(Get<QCheckBox>("ckbProperty"), Qt::LeftButton);
+  EXPECT_EQ(window->main_form().form().Checked(app::CheckBox::ckbProperty), Get<QCheckBox>("ckbProperty")->isChecked());
   Get<QCheckBox>("ckbMassage")->setChecked(false);
-  Get<QCheckBox>("ckbmassageinvoice")->setChecked(true);
+  Get<QCheckBox>("ckbmassageinvoice")->setChecked(true);  // a massage box ticks "Massage Data"
   EXPECT_TRUE(Get<QCheckBox>("ckbMassage")->isChecked());
-  Get<QCheckBox>("ckbMassage")->setChecked(false);
-  EXPECT_FALSE(Get<QCheckBox>("ckbmassageinvoice")->isChecked());
+  Get<QCheckBox>("ckbMassage")->setChecked(false);  // and clearing it clears the three
   EXPECT_FALSE(window->main_form().form().Checked(app::CheckBox::ckbmassageinvoice));
-  if (const char* shot = std::getenv("QORVANE_SCREENSHOT")) window->grab().save(shot);
+  QTest::keyClicks(Get<QLineEdit>("lstfilenum"), "1001, 1002-A");
+  EXPECT_EQ(window->main_form().form().lstfilenum, (std::vector<std::string>{"1001", "1002-A"}));
 }
 
-TEST_F(WindowTest, ConvertButtonRunsTheConversionAndEscapeAsksToContinue) {
-  window->main_form().form().CheckBoxes.fill(0);
-  window->main_form().form().SetCheck(app::CheckBox::ckbProperty, true);
+TEST_F(WindowTest, EverythingFitsA1366x768ScreenAndTheListsGrowOnALargerOne) {
+  OpenWithPlaceholders();
+  app::FormModel& form = window->main_form().form();
+  form.fraIllegalFix = true;  // the tallest state: the result lists shown, a hint running
+  form.lstIllegalFilenumbers = {"    12#3-A =     12-3-A"};
+  form.lblHint = "Hit ESC key or 'Quit Conversion' button to halt conversion process.";
+  form.lblmsg = "Conversion Complete... Select Quit";
+  window->Refresh();
+  auto* scroll = window->findChild<QScrollArea*>("scrollArea");
+  ASSERT_NE(scroll, nullptr);
+  auto list_height = [&](int width, int height) {
+    window->resize(width, height);
+    QApplication::processEvents();
+    return Get<QListWidget>("lstIllegalFilenumbers")->height();
+  };
+  int small = list_height(1366, 700);  // a maximised window's room on a 1366x768 screen
+  EXPECT_EQ(window->size(), QSize(1366, 700));
+  EXPECT_EQ(scroll->verticalScrollBar()->maximum(), 0) << "the window needs a scroll bar at 1366x700";
+  EXPECT_EQ(scroll->horizontalScrollBar()->maximum(), 0);
+  QRect visible(scroll->viewport()->mapTo(window.get(), QPoint(0, 0)), scroll->viewport()->size());
+  for (const char* name : {"lblTitle", "cmdSource", "cmdSourceFolder", "txtZulPath", "ckbusers", "ckbclearsystem",
+                           "lstfilenum", "ckbViewLog", "lstWasNotConverted", "cmdPrint_lstWasNotConverted",
+                           "cmdClientDup", "lblRecord", "lblHint"}) {
+    QWidget* control = Get<QWidget>(name);
+    ASSERT_NE(control, nullptr) << name;
+    ASSERT_TRUE(control->isVisible()) << name;
+    QRect place(control->mapTo(window.get(), QPoint(0, 0)), control->size());
+    EXPECT_TRUE(visible.contains(place)) << name << " is outside the visible area";
+  }
+  for (const char* name : {"gauprogress", "cmdnewconvert", "cmdQuit"}) {
+    QWidget* button = window->Control(name);
+    QRect place(button->mapTo(window.get(), QPoint(0, 0)), button->size());
+    EXPECT_TRUE(button->isVisible()) << name;
+    EXPECT_TRUE(window->rect().contains(place)) << name << " falls off the window";
+    EXPECT_FALSE(visible.intersects(place)) << name << " scrolls away with the controls";
+  }
+  EXPECT_GT(list_height(1920, 1050), small + 100);
+  // Squeezed below what the controls need, the controls scroll and Convert stays in view.
+  list_height(1000, 420);
+  EXPECT_GT(scroll->verticalScrollBar()->maximum(), 0);
+  QWidget* convert = window->Control("cmdnewconvert");
+  EXPECT_TRUE(window->rect().contains(QRect(convert->mapTo(window.get(), QPoint(0, 0)), convert->size())));
+}
+
+TEST_F(WindowTest, PickersTakeAFileOfTheFolderOrTheFolderItself) {
+  OpenWithPlaceholders();
+  std::string other = dir.path() + "/other";
+  std::filesystem::create_directories(other);
+  std::ofstream(other + "/office.mdb") << "x";
+  std::vector<MainWindow::PickRequest> requests;
+  QString answer;
+  window->answer_picker = [&](const MainWindow::PickRequest& request) {
+    requests.push_back(request);
+    return answer;
+  };
+  answer = QString::fromStdString(other + "/office.mdb");
+  Click("cmdTarget");
+  ASSERT_EQ(requests.size(), 1u);
+  EXPECT_EQ(requests[0].title.toStdString(), "Select 'Office.mdb' and then select 'Open'");
+  EXPECT_EQ(requests[0].filter.toStdString(), "Data Files (*.mdb)");
+  EXPECT_EQ(requests[0].start.toStdString(), target + "/office.mdb");
+  EXPECT_FALSE(requests[0].folder);
+  EXPECT_EQ(Get<QLineEdit>("txtZulPath")->text().toStdString(), other + "/");
+
+  answer = QString::fromStdString(other);
+  Click("cmdSourceFolder");
+  EXPECT_TRUE(requests.back().folder);
+  EXPECT_EQ(requests.back().start.toStdString(), source + "/");
+  EXPECT_EQ(window->main_form().form().txtPyxPath, other + "/");
+  EXPECT_TRUE(messages.empty());
+
+  // Refused: a file or folder that is not there, with the message; Cancel changes nothing.
+  answer = QString::fromStdString(dir.path() + "/nowhere/property.dbf");
+  Click("cmdSource");
+  EXPECT_EQ(requests.back().title.toStdString(), "Select 'Property.dbf'-then select 'Open'");
+  EXPECT_EQ(requests.back().filter.toStdString(), "Data Files (*.dbf)");
+  answer = QString::fromStdString(dir.path() + "/nowhere");
+  Click("cmdTargetFolder");
+  answer.clear();
+  Click("cmdSourceFolder");
+  ASSERT_EQ(messages.size(), 2u);
+  EXPECT_EQ(messages[0], "File does not exist.  Please try Again");
+  EXPECT_EQ(messages[1], "The folder '" + dir.path() + "/nowhere' does not exist.  Please try Again");
+  EXPECT_EQ(window->main_form().form().txtPyxPath, other + "/");
+  EXPECT_EQ(window->main_form().form().txtZulPath, other + "/");
+  EXPECT_FALSE(window->main_form().cmdTarget_Picked("   "));
+  EXPECT_EQ(messages.back(), "Invalid Filename.  Please try Again");
+}
+
+TEST_F(WindowTest, ResultListsAndTheDuplicateClientListPrintIntoAPdf) {
+  OpenWithPlaceholders();
+  app::FormModel& form = window->main_form().form();
+  form.fraIllegalFix = true;
+  form.lstIllegalFilenumbers = {"    12#3-A =     12-3-A", "    77$1-A =     77-1-A"};
+  form.lstduplicateclients = {"", "SMITH"};
+  form.lstclinum = {"40", "12"};
+  form.lstafterdup = {"40", "12SMITH"};
+  window->Refresh();
+  EXPECT_EQ(window->findChild<QLabel*>("lstIllegalFilenumbersCount")->text().toStdString(), "(2 entries)");
+  EXPECT_EQ(window->findChild<QLabel*>("lstWasNotConvertedCount")->text().toStdString(), "(0 entries)");
+  EXPECT_FALSE(Get<QPushButton>("cmdPrint_lstWasNotConverted")->isEnabled());
+
+  std::string pdf;
+  window->answer_print = [&](QPrinter& printer) {
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(QString::fromStdString(pdf));
+    return true;
+  };
+  pdf = dir.path() + "/illegal.pdf";
+  Click("cmdPrint_lstIllegalFilenumbers");
+  Click("cmdClientDup");
+  ClientDupForm* duplicates = window->client_dup_form();
+  ASSERT_NE(duplicates, nullptr);
+  EXPECT_TRUE(duplicates->isVisible());
+  EXPECT_EQ(duplicates->Panel("lstafterdup")->list()->item(1)->text().toStdString(), "12SMITH");
+  std::string duplicates_pdf = dir.path() + "/duplicates.pdf";
+  pdf = duplicates_pdf;
+  QTest::mouseClick(duplicates->Panel("lstduplicateclients")->print_button(), Qt::LeftButton);
+
+  for (const std::string& file : {dir.path() + "/illegal.pdf", duplicates_pdf}) {
+    ASSERT_TRUE(std::filesystem::exists(file)) << file;
+    EXPECT_EQ(ReadFile(file).rfind("%PDF", 0), 0u);
+  }
+  if (test::Command("command -v pdftotext").empty()) GTEST_SKIP() << "pdftotext (poppler-utils) is not installed";
+  std::string illegal = test::Command("pdftotext -layout " + test::ShellQuote(dir.path() + "/illegal.pdf") + " -");
+  EXPECT_NE(illegal.find("Illegal File Numbers Corrected\n=============================="), std::string::npos) << illegal;
+  EXPECT_NE(illegal.find("77$1-A =     77-1-A"), std::string::npos) << illegal;
+  std::string listed = test::Command("pdftotext -layout " + test::ShellQuote(duplicates_pdf) + " -");
+  EXPECT_NE(listed.find("Duplicate Client List\n=====================\n\nSMITH"), std::string::npos) << listed;
+}
+
+TEST_F(WindowTest, EscapeDuringARunAsksAndContinueGoesOnWhileStopEndsTheProgram) {
+  OpenWithPlaceholders();
+  OnlyStep(app::CheckBox::ckbProperty);
   test::ScriptedRoutines routines;
   window->main_form().SetRoutines(routines);
+  std::vector<app::EscapeChoice> answers = {app::EscapeChoice::Continue, app::EscapeChoice::Stop};
   int prompts = 0;
   std::string running_mark;
-  window->answer_escape = [&] {
-    ++prompts;
-    return app::EscapeChoice::Continue;
-  };
+  window->answer_escape = [&] { return answers[prompts++]; };
   routines.On(&app::RunRoutines::ConvertPropertyDBF, [&] {
-    QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
-    QApplication::sendEvent(window.get(), &escape);
+    QTest::keyClick(window.get(), Qt::Key_Escape);
     window->main_form().DoEvents();
     window->Refresh();
     running_mark = Get<QLabel>("imaproperty")->text().toStdString();
     return test::Shown(5);
   });
-  Get<QPushButton>("cmdnewconvert")->click();
+  Click("cmdnewconvert");
   EXPECT_EQ(prompts, 1);
-  EXPECT_EQ(running_mark, "\u25B6");  // the step's now-running image while its converter runs
+  EXPECT_EQ(running_mark, "\u25B6");  // the step's now-running mark while its converter runs
   EXPECT_EQ(Get<QLabel>("imaproperty")->text().toStdString(), "\u2714");
   EXPECT_EQ(window->main_form().outcome(), app::RunOutcome::Completed);
   EXPECT_EQ(Get<QLabel>("lblAddress")->text().toStdString(), "Conversion Complete");
-  EXPECT_EQ(Get<QPushButton>("cmdQuit")->text().toStdString(), "Quit");
-  ASSERT_FALSE(messages.empty());
+  EXPECT_EQ(Get<QProgressBar>("gauprogress")->value(), 100);
   EXPECT_EQ(messages.back().rfind("Conversion complete:", 0), 0u);
-  // The run's report is shown at its end, with the log's path.
-  ASSERT_EQ(reports.size(), 1u);
-  EXPECT_NE(reports[0].find("property"), std::string::npos) << reports[0];
-  EXPECT_NE(reports[0].find("The log: " + window->main_form().LogPath()), std::string::npos);
-  std::ifstream log(window->main_form().LogPath());
-  std::string text((std::istreambuf_iterator<char>(log)), std::istreambuf_iterator<char>());
-  EXPECT_NE(text.find("Conversion paused by User (Quit button) ~ continued\r\n"
+  EXPECT_NE(ReadFile(window->main_form().LogPath())
+                .find("Conversion paused by User (Quit button) ~ continued\r\n"
                       "Property table conversion complete: 5 records\r\n"),
+            std::string::npos);
+  ASSERT_EQ(reports.size(), 1u);
+
+  Click("cmdnewconvert");  // a second run: Stop
+  EXPECT_EQ(prompts, 2);
+  EXPECT_EQ(window->main_form().outcome(), app::RunOutcome::Stopped);
+  EXPECT_TRUE(window->main_form().session().EndRequested);
+  EXPECT_FALSE(window->isVisible()) << "Stop ends the program: the window closes";
+  EXPECT_NE(ReadFile(window->main_form().LogPath()).find("Conversion aborted by User and program ended (Quit button)\r\n"),
             std::string::npos);
 }
 
-TEST_F(WindowTest, PickersRefuseMissingFilesWithTheirMessage) {
-  EXPECT_FALSE(window->main_form().cmdSource_Picked(dir.path() + "/nowhere/property.dbf"));
-  EXPECT_FALSE(window->main_form().cmdTarget_Picked("   "));
-  ASSERT_EQ(messages.size(), 2u);
-  EXPECT_EQ(messages[0], "File does not exist.  Please try Again");
-  EXPECT_EQ(messages[1], "Invalid Filename.  Please try Again");
-  EXPECT_TRUE(window->main_form().cmdTarget_Picked(target + "/office.mdb"));
-  EXPECT_EQ(Get<QLineEdit>("txtZulPath")->text().toStdString(), target + "/");
+TEST_F(WindowTest, TheReportDialogShowsTheLogsPathAndOpensTheLog) {
+  OpenWithPlaceholders();
+  OnlyStep(app::CheckBox::ckbProperty);
+  test::ScriptedRoutines routines;
+  window->main_form().SetRoutines(routines);
+  routines.On(&app::RunRoutines::ConvertPropertyDBF, [] { return test::Shown(3); });
+  std::string opened = dir.path() + "/opened";
+  std::string editor = dir.path() + "/editor.sh";
+  std::ofstream(editor) << "#!/bin/sh\necho \"$1\" > " << test::ShellQuote(opened) << "\n";
+  std::filesystem::permissions(editor, std::filesystem::perms::owner_all);
+  setenv("VISUAL", editor.c_str(), 1);
+  window->show_report = nullptr;  // the real dialog
+  std::string shown;
+  bool open_log_enabled = false;
+  // Once the report dialog is up (the run serves events before it), read it and close it.
+  QTimer watch;
+  watch.setInterval(10);
+  QObject::connect(&watch, &QTimer::timeout, [&] {
+    auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+    if (!dialog || dialog->objectName() != "reportDialog") return;
+    watch.stop();
+    if (auto* text = dialog->findChild<QPlainTextEdit*>("reportText")) shown = text->toPlainText().toStdString();
+    if (auto* open_log = dialog->findChild<QPushButton*>("cmdOpenLog")) {
+      open_log_enabled = open_log->isEnabled();
+      QTest::mouseClick(open_log, Qt::LeftButton);
+    }
+    dialog->reject();
+  });
+  watch.start();
+  Click("cmdnewconvert");
+  unsetenv("VISUAL");
+  EXPECT_NE(shown.find("property"), std::string::npos) << shown;
+  EXPECT_NE(shown.find("The log: " + window->main_form().LogPath()), std::string::npos) << shown;
+  EXPECT_TRUE(open_log_enabled);
+  // The editor was started with the log (it runs on its own; wait for it a little).
+  for (int i = 0; i < 100 && ReadFile(opened).empty(); ++i) QTest::qWait(50);
+  EXPECT_EQ(ReadFile(opened), window->main_form().LogPath() + "\n");
+}
+
+// A whole run on a sample office, every step with the corrections and the massage, driven by
+// the Convert button; office.mdb is read back with mdb-export.
+TEST_F(WindowTest, AWholeRunOnASampleOffice) {
+  sample::WriteSampleOffice(source, {.orders = 60, .seed = 5});
+  std::ostringstream ignored;
+  ASSERT_EQ(data::InitTarget(target, ignored, ignored), 0);
+  Open(source, target);
+  EXPECT_TRUE(gathered.empty()) << gathered[0];
+  EXPECT_TRUE(messages.empty());
+  EXPECT_FALSE(Get<QLabel>("lblCompany")->text().isEmpty());
+  EXPECT_FALSE(Get<QWidget>("fraIllegalFix")->isVisible());
+
+  app::FormModel& form = window->main_form().form();
+  form.CheckBoxes.fill(0);
+  for (const app::StepInfo& step : app::ConversionSteps()) form.SetCheck(step.check_box, true);
+  for (const app::MassageStepInfo& step : app::MassageSteps()) form.SetCheck(step.check_box, true);
+  window->Refresh();
+  QTest::mouseClick(Get<QCheckBox>("ckbPrelim"), Qt::LeftButton);
+  QTest::mouseClick(Get<QCheckBox>("ckbClearProperty"), Qt::LeftButton);
+  Click("cmdnewconvert");
+
+  ASSERT_GE(messages.size(), 2u);
+  const std::string& question = messages[0];
+  EXPECT_EQ(question.rfind("You should have a good backup of your data BEFORE using this option.", 0), 0u);
+  EXPECT_NE(question.find("'. Do you wish to continue?\n\nWhat this run will change:\n"), std::string::npos);
+  EXPECT_NE(question.find("- EMPTIES these tables of office.mdb first (Clear Data First): Orders (Property)."),
+            std::string::npos)
+      << question;
+  // The backup folder the confirmation names is where the run put its copies.
+  std::size_t at = question.find(source + "/qorvane-backup-");
+  ASSERT_NE(at, std::string::npos) << question;
+  std::string backup = question.substr(at, question.find("/.", at) - at);
+  EXPECT_TRUE(std::filesystem::is_directory(backup)) << backup;
+  EXPECT_EQ(window->main_form().outcome(), app::RunOutcome::Completed);
+
+  EXPECT_EQ(Get<QProgressBar>("gauprogress")->value(), 100);
+  EXPECT_EQ(Get<QLabel>("imaproperty")->text().toStdString(), "\u2714");
+  EXPECT_TRUE(Get<QWidget>("fraIllegalFix")->isVisible());
+  auto* corrected = Get<QListWidget>("lstIllegalFilenumbers");
+  EXPECT_EQ(corrected->count(), static_cast<int>(form.lstIllegalFilenumbers.size()));
+  ASSERT_EQ(reports.size(), 1u);
+  EXPECT_NE(reports[0].find("The log: " + window->main_form().LogPath()), std::string::npos);
+  // The sample has clients that share a key: frmClientDup shows them with their corrections.
+  ASSERT_FALSE(form.lstduplicateclients.empty());
+  ASSERT_NE(window->client_dup_form(), nullptr);
+  EXPECT_TRUE(window->client_dup_form()->isVisible());
+  EXPECT_EQ(window->client_dup_form()->Panel("lstafterdup")->list()->count(),
+            static_cast<int>(form.lstafterdup.size()));
+  // office.mdb as an independent reader sees it.
+  std::vector<test::ExportedRow> orders = test::MdbExport(target + "/office.mdb", "Property");
+  EXPECT_GE(orders.size(), 50u);
 }
 
 }  // namespace
