@@ -1,5 +1,6 @@
 // qorvane-gui: the window face. Same engine, same log and messages as the command line.
 #include <QApplication>
+#include <QIcon>
 #include <QCommandLineParser>
 
 #include <cstdio>
@@ -23,6 +24,10 @@ int main(int argc, char** argv) {
   }
   QApplication application(argc, argv);
   QCoreApplication::setApplicationName("qorvane-gui");
+  // The installed icon and desktop entry (the package puts both in the desktop's usual places),
+  // so the window and the task bar show the program's own icon.
+  QGuiApplication::setDesktopFileName("qorvane");
+  QApplication::setWindowIcon(QIcon::fromTheme("qorvane"));
   QCommandLineParser parser;
   parser.addHelpOption();
   QCommandLineOption settings_option("settings", "Settings directory", "DIR");

@@ -24,6 +24,7 @@ done
 dpkg-deb -x "$deb" "$work/root"
 for file in usr/bin/qorvane usr/bin/qorvane-gui usr/share/applications/qorvane.desktop \
             usr/share/icons/hicolor/scalable/apps/qorvane.svg \
+            usr/share/icons/hicolor/48x48/apps/qorvane.png usr/share/icons/hicolor/256x256/apps/qorvane.png \
             usr/share/man/man1/qorvane.1.gz usr/share/man/man1/qorvane-gui.1.gz; do
   [[ -s "$work/root/$file" ]] || fail "missing $file"
 done
