@@ -84,8 +84,16 @@ void LogReporter::Report(const Damage& damage) {
   const std::string message = DamageMessage(damage);
   if (!reported_.insert(message).second) return;
   // The person running the conversion sees it too (a line on the terminal, the window's status
-  // line), not only whoever reads the log later.
-  main_form_.view().Notify(message);
+  // line), not only whoever reads the log later: the first few of each file, then one line
+  // saying the rest are in the log.
+  int& shown = shown_per_file_[damage.file];
+  if (shown < kDamageShownPerFile) {
+    main_form_.view().Notify(message);
+  } else if (shown == kDamageShownPerFile) {
+    main_form_.view().Notify(damage.file + ": more values like these are read past; from here on each is written only to "
+                             "the conversion log");
+  }
+  ++shown;
   if (main_form_.session().LogOpen()) {
     main_form_.AddtoLogFile(message);
   } else {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <memory>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -28,7 +29,12 @@ class LogReporter : public Reporter {
   app::MainForm& main_form_;
   std::vector<std::string> pending_;
   std::set<std::string> reported_;  // a damaged table is opened by several controls: say it once
+  std::map<std::string, int> shown_per_file_;  // messages shown on the screen, by file
 };
+
+// Damage messages of one file shown to the person running the conversion; the rest go only to
+// the log (fifteen years of records may hold thousands of unusable dates).
+inline constexpr int kDamageShownPerFile = 10;
 
 // The source tables the connections bind, each once, in binding order: the file name and the
 // table name its controls are given.

@@ -126,6 +126,24 @@ TEST_F(CommandLineTest, AMissingTargetFolderIsNamedAndInitTargetMakesIt) {
   EXPECT_NE(blocked.out.find("cannot make the folder " + dir.path() + "/a-file/t"), std::string::npos) << blocked.out;
 }
 
+// Unusable values read past are shown on the terminal only the first few times per file; the
+// log gets every one.
+TEST_F(CommandLineTest, DamageReadPastIsShownAFewTimesPerFileAndLoggedInFull) {
+  ASSERT_EQ(RunQorvane("sample " + source + " --orders 3000").status, 0);
+  ASSERT_EQ(RunQorvane("init-target " + target).status, 0);
+  Result result = RunQorvane("convert " + common + " --yes --quiet --steps property", true);
+  ASSERT_EQ(result.status, 0) << result.out;
+  auto count = [](const std::string& text, const std::string& what) {
+    std::size_t n = 0;
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
+    return n;
+  };
+  EXPECT_EQ(count(result.out, "qorvane: property.dbf: record "), 10u);
+  EXPECT_EQ(count(result.out, "property.dbf: more values like these are read past; from here on each is written "
+                              "only to the conversion log"), 1u);
+  EXPECT_GT(count(ReadText(LastLine(result.out)), "property.dbf: record "), 10u);
+}
+
 TEST_F(CommandLineTest, WithoutYesAndWithoutATerminalTheConfirmationIsDeclined) {
   std::ofstream(source + "/Property.dbf") << "x";
   std::ofstream(target + "/Office.mdb") << "x";
