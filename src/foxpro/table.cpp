@@ -267,6 +267,11 @@ void Table::ReportValue(std::uint32_t record, const Field& field, const std::str
           .what = what});
 }
 
+void Table::ReportInvalidText(std::uint32_t record, const Field& field, const std::string& what) const {
+  ReportValue(record, field, what + " is not valid text in code page " + std::to_string(code_page_->number()) +
+                                 "; its bytes are kept as the characters of the same numbers");
+}
+
 void Table::Load(std::unique_ptr<ByteSource> source, std::unique_ptr<MemoFile> memo, bool memo_missing,
                  const TableOptions& options) {
   reporter_ = options.reporter;
@@ -470,7 +475,7 @@ Value Table::DecodeField(std::span<const std::byte> record_bytes, std::uint32_t 
       if (!memo) return value;
       if (f.type == 'M' && memo->type == format::kMemoTypeText) {
         value.kind = Value::Kind::Text;
-        code_page_->Decode(memo->bytes, value.text);
+        if (!code_page_->Decode(memo->bytes, value.text)) ReportInvalidText(record, f, "the memo");
       } else {
         value.kind = Value::Kind::Binary;
         value.text = std::move(memo->bytes);
@@ -525,7 +530,9 @@ Value Table::DecodeField(std::span<const std::byte> record_bytes, std::uint32_t 
       return value;
     default:  // C, V and unknown letters: text
       value.kind = Value::Kind::Text;
-      code_page_->Decode(TrimRightBlanks(raw), value.text);
+      if (!code_page_->Decode(TrimRightBlanks(raw), value.text)) {
+        ReportInvalidText(record, f, "'" + Printable(TrimRightBlanks(raw)) + "'");
+      }
       return value;
   }
 }

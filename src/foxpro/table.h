@@ -95,6 +95,8 @@ class Table {
   // Reports DAMAGE as this table's (its file set here); a value's damage with its place.
   void Report(Damage damage) const;
   void ReportValue(std::uint32_t record, const Field& field, const std::string& what) const;
+  // A text or memo whose bytes the code page does not define (kept, see CodePage::Decode).
+  void ReportInvalidText(std::uint32_t record, const Field& field, const std::string& what) const;
 
   std::string path_;
   std::string name_;
