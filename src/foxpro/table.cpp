@@ -226,7 +226,9 @@ std::unique_ptr<Table> Table::Open(const std::string& path, const TableOptions& 
   auto table = std::unique_ptr<Table>(new Table());
   table->path_ = path;
   table->name_ = BaseName(path);
-  auto source = std::make_unique<FileSource>(os::File::Open(path, os::OpenMode::ReadOnly));
+  os::File file = os::File::Open(path, os::OpenMode::ReadOnly);
+  table->opened_ = file.Status();
+  auto source = std::make_unique<FileSource>(std::move(file));
   std::unique_ptr<MemoFile> memo;
   std::string memo_path = MemoPathFor(path);
   if (!memo_path.empty()) {
@@ -360,6 +362,24 @@ std::optional<std::size_t> Table::FindField(std::string_view name) const {
   return std::nullopt;
 }
 
+void Table::CheckFileUnchanged() const {
+  if (!opened_) return;
+  const std::uint64_t needed = header_.header_length + std::uint64_t(header_.records) * header_.record_length;
+  const std::string advice = "; the step stops here and what it has not read is not converted. Put the table back "
+                             "as it was and run the step again";
+  std::optional<os::FileStatus> now = os::StatusOf(path_);
+  if (!now) throw Error(ErrorKind::NotFound, name_ + ": the table was removed while the run was reading it" + advice);
+  if (!now->SameFile(*opened_)) {
+    throw Error(ErrorKind::IoError, name_ + ": the table was replaced by another file while the run was reading it" + advice);
+  }
+  if (now->size < needed) {
+    throw Error(ErrorKind::IoError, name_ + ": the table was cut from " + std::to_string(opened_->size) + " to " +
+                                        std::to_string(now->size) + " bytes while the run was reading it (its " +
+                                        std::to_string(header_.records) + " records need " + std::to_string(needed) + ")" +
+                                        advice);
+  }
+}
+
 void Table::Invalidate() const { window_count_ = 0; }
 
 void Table::NoteRecordWritten(std::uint32_t record, std::span<const std::byte> bytes) const {
@@ -391,6 +411,9 @@ std::span<const std::byte> Table::RecordBytes(std::uint32_t record) const {
                             : kRandomWindowRecords;
   count = std::min(count, header_.records - record);
   window_.resize(std::size_t(count) * length);
+  // Each new window: the file is still the one opened (a short read alone would not say that a
+  // table was replaced).
+  CheckFileUnchanged();
   std::size_t read = source_->ReadAt(offset, window_);
   if (read < length) {
     window_count_ = 0;

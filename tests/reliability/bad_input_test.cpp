@@ -13,7 +13,7 @@
 namespace qorvane::reliability {
 namespace {
 
-constexpr int kOrders = 24;  // the small office's orders, invoices and payments
+constexpr int kOrders = kSmallOfficeOrders;
 
 struct Office {
   std::string root, source, target;
@@ -70,7 +70,7 @@ void PrintTo(const BadInput& input, std::ostream* out) { *out << input.name; }
 void EveryOrderArrived(const Office& office) {
   EXPECT_EQ(Rows(office, "Property"), std::size_t(kOrders));
   EXPECT_EQ(Rows(office, "Invoice"), std::size_t(kOrders));
-  EXPECT_EQ(Rows(office, "Client"), std::size_t(6));
+  EXPECT_EQ(Rows(office, "Client"), std::size_t(kSmallOfficeClients));
 }
 
 const BadInput kBadInputs[] = {

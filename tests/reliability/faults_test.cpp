@@ -27,6 +27,22 @@ bool Verifies(const std::string& path) {
   return out == "0\n";
 }
 
+// A view that acts on the files once, at a point of the run: when the step whose done image is
+// STEP shows record AT_RECORD of its loop (0: as soon as the step is marked running).
+class ActingView : public test::FakeView {
+ public:
+  void Show(const app::FormModel& form) override {
+    FakeView::Show(form);
+    if (!action || form.Mark(step) != app::StepMark::Running || form.RecordNumber < at_record) return;
+    std::function<void()> act = std::move(action);
+    action = nullptr;
+    act();
+  }
+  std::string_view step;
+  std::int64_t at_record = 0;
+  std::function<void()> action;
+};
+
 class Faults : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -72,7 +88,7 @@ class Faults : public ::testing::Test {
 
   test::TempDir dir;
   std::string source, target, blank;
-  test::FakeView view;
+  ActingView view;
   test::FakeClock clock{1794733507};
   convert::Program program;
 };
@@ -172,6 +188,74 @@ TEST_F(Faults, OfficeMdbOpenInAnotherProgramIsRefusedForEitherKindOfLock) {
   CliRun run = Qorvane(ConvertArgs(dir.path(), source, target));
   EXPECT_EQ(run.status, 0) << run.out;
 }
+
+}  // namespace
+}  // namespace qorvane::reliability
+
+namespace qorvane::reliability {
+namespace {
+
+// A source table that goes away or is cut short while the run goes on: between two steps (the
+// run still holds the table open), and while a step reads it. The invoice step stops with the
+// reporter's message; the box of a read error is answered Ignore, so the run goes on.
+struct VanishingSource {
+  const char* name;
+  std::int64_t at_record;  // 0: when its step starts
+  bool cut;                // cut after 3 records, else removed
+  std::vector<std::string> notice;
+};
+
+class SourceVanishes : public Faults, public ::testing::WithParamInterface<VanishingSource> {};
+
+TEST_P(SourceVanishes, IsReportedAndTheRunGoesOnWithATargetThatIsWhole) {
+  const VanishingSource& vanishing = GetParam();
+  const std::string invoice = source + "/INVOICE.DBF";
+  view.step = app::InfoOf(app::Step::Invoice).images.done;
+  view.at_record = vanishing.at_record;
+  view.action = [&] {
+    if (vanishing.cut) {
+      std::filesystem::resize_file(invoice, std::filesystem::file_size(invoice) / kSmallOfficeOrders * 3);
+    } else {
+      std::filesystem::remove(invoice);
+    }
+  };
+  RunInProcess();
+  EXPECT_EQ(view.action, nullptr) << "the run never reached the point";
+  for (const std::string& part : vanishing.notice) EXPECT_TRUE(Contains(Notices(), part)) << part << "\n" << Notices();
+  // office.mdb is whole, and the steps after the invoices ran (the payments fill Assigned).
+  EXPECT_TRUE(Verifies(Office()));
+  EXPECT_FALSE(Contains(ExportAll(Office()), "rror"));
+  EXPECT_EQ(test::MdbExport(Office(), "Property").size(), std::size_t(kSmallOfficeOrders));
+  EXPECT_EQ(test::MdbExport(Office(), "Assigned").size(), std::size_t(2 * kSmallOfficeOrders)) << Notices();
+  EXPECT_EQ(LeftOver(), std::vector<std::string>{});
+}
+
+TEST_F(Faults, ATableCutWhileReadAnsweredAbortStopsTheRunAndKeepsWhatWasConverted) {
+  view.error_answer = app::MessageResult::Abort;
+  view.step = app::InfoOf(app::Step::Invoice).images.done;
+  view.at_record = 5;
+  view.action = [&] { std::filesystem::resize_file(source + "/INVOICE.DBF", 700); };
+  RunInProcess();
+  EXPECT_TRUE(Contains(Notices(), "Error # 57 in module ConvertInvoiceDBF: INVOICE.DBF: the table was cut from ")) << Notices();
+  // Stopped: the orders converted before stay, the steps after the invoices did not run.
+  EXPECT_TRUE(Verifies(Office()));
+  EXPECT_EQ(test::MdbExport(Office(), "Property").size(), std::size_t(kSmallOfficeOrders));
+  EXPECT_EQ(test::MdbExport(Office(), "Assigned").size(), std::size_t(0));
+  EXPECT_EQ(LeftOver(), std::vector<std::string>{});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, SourceVanishes,
+    ::testing::Values(
+        VanishingSource{"RemovedBetweenSteps", 0, false,
+                        {"Error # 53 in module ConvertInvoiceDBF: INVOICE.DBF: the table was removed while the run was "
+                         "reading it; the step stops here and what it has not read is not converted"}},
+        VanishingSource{"CutBetweenSteps", 0, true,
+                        {"Error # 57 in module ConvertInvoiceDBF: INVOICE.DBF: the table was cut from 6106 to 762 bytes "
+                         "while the run was reading it (its 24 records need 6105)"}},
+        VanishingSource{"RemovedWhileRead", 5, false, {"Error # 53 in module ConvertInvoiceDBF: INVOICE.DBF: the table was removed"}},
+        VanishingSource{"CutWhileRead", 5, true, {"Error # 57 in module ConvertInvoiceDBF: INVOICE.DBF: the table was cut from "}}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace
 }  // namespace qorvane::reliability
