@@ -10,6 +10,8 @@
 
 #include <cerrno>
 #include <functional>
+#include <optional>
+#include <sstream>
 
 #include "common/os.h"
 #include "reliability_office.h"
@@ -116,6 +118,73 @@ TEST_F(Faults, AFullDiskWhileOfficeMdbIsWrittenIsReportedAndTheFileStaysWhole) {
   }
   RecordProperty("failed_syncs", hit_target);
   EXPECT_GT(hit_target, 0) << "no injected failure reached office.mdb\n" << Notices();
+}
+
+// The binary run in a user namespace of its own with a tmpfs of SIZE_KB mounted over the
+// target folder: a disk that is really full. What it left there is copied out before the
+// namespace (and its mount) goes away. Returns nullopt when this machine allows no such mount.
+struct SmallDiskRun {
+  CliRun run;
+  std::string office;                  // office.mdb as the run left it
+  std::vector<std::string> left_over;  // work or lock files left beside it
+};
+std::optional<SmallDiskRun> RunOnSmallDisk(const std::string& root, const std::string& source, const std::string& blank_path,
+                                           std::uintmax_t size_kb) {
+  if (test::Command("unshare -rm true 2>/dev/null; echo $?") != "0\n") return std::nullopt;
+  const std::string disk = root + "/small", out = root + "/small-out";
+  std::filesystem::create_directories(disk);
+  std::filesystem::create_directories(out);
+  const std::string script = "mount -t tmpfs -o size=" + std::to_string(size_kb) + "k tmpfs " + test::ShellQuote(disk) +
+                             " && cp " + test::ShellQuote(blank_path) + " " + test::ShellQuote(disk + "/office.mdb") + " && " +
+                             QORVANE_CLI_PATH + " " + ConvertArgs(root, source, disk) + " >" + test::ShellQuote(out + "/out") +
+                             " 2>&1; echo $? >" + test::ShellQuote(out + "/status") + "; cp " + test::ShellQuote(disk + "/office.mdb") +
+                             " " + test::ShellQuote(out + "/office.mdb") + "; ls " + test::ShellQuote(disk) + " >" +
+                             test::ShellQuote(out + "/listing");
+  test::Command("unshare -rm sh -c " + test::ShellQuote(script));
+  SmallDiskRun result;
+  result.run.out = FileBytes(out + "/out");
+  result.run.status = std::atoi(FileBytes(out + "/status").c_str());
+  result.office = out + "/office.mdb";
+  std::istringstream listing(FileBytes(out + "/listing"));
+  for (std::string name; std::getline(listing, name);) {
+    if (Contains(name, "qorvane-work") || name == "office.ldb") result.left_over.push_back(name);
+  }
+  return result;
+}
+
+TEST_F(Faults, AFullTmpfsUnderTheTargetIsReportedAndOfficeMdbStaysAsItWasOrWhole) {
+  const std::string blank_path = dir.path() + "/blank.mdb";
+  os::WriteWholeFile(blank_path, std::as_bytes(std::span<const char>(blank.data(), blank.size())));
+  ASSERT_EQ(Qorvane(ConvertArgs(dir.path(), source, target)).status, 0);
+  const std::uintmax_t blank_kb = blank.size() / 1024, converted_kb = std::filesystem::file_size(Office()) / 1024;
+  struct Disk {
+    const char* what;
+    std::uintmax_t size_kb;
+    bool fits;
+  };
+  const Disk disks[] = {
+      {"no room for the work copy", blank_kb + 8, false},
+      {"no room for the commit", blank_kb + converted_kb / 2, false},
+      {"room enough", blank_kb + converted_kb + 512, true},
+  };
+  for (const Disk& disk : disks) {
+    SCOPED_TRACE(disk.what);
+    std::optional<SmallDiskRun> small = RunOnSmallDisk(dir.path(), source, blank_path, disk.size_kb);
+    if (!small) GTEST_SKIP() << "this machine allows no tmpfs mount in a user namespace (unshare -rm); the injected "
+                                "full disk of AFullDiskWhileOfficeMdbIsWritten... still runs";
+    EXPECT_EQ(small->left_over, std::vector<std::string>{});
+    if (disk.fits) {
+      EXPECT_EQ(small->run.status, 0) << small->run.out;
+      EXPECT_TRUE(Verifies(small->office));
+      continue;
+    }
+    // Stopped (the box answered Abort without a terminal) or at its end with a file error.
+    EXPECT_TRUE(small->run.status == 1 || small->run.status == 3) << small->run.status << "\n" << small->run.out;
+    EXPECT_TRUE(Contains(small->run.out, "Error # 61 in module ")) << small->run.out;
+    EXPECT_TRUE(Contains(small->run.out, "/small/office.mdb")) << small->run.out;
+    EXPECT_TRUE(Contains(small->run.out, "No space left on device")) << small->run.out;
+    EXPECT_EQ(FileBytes(small->office), blank);
+  }
 }
 
 TEST_F(Faults, AReadOnlyTargetFolderIsRefusedBeforeAnyWork) {
