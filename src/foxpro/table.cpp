@@ -411,12 +411,11 @@ std::span<const std::byte> Table::RecordBytes(std::uint32_t record) const {
                             : kRandomWindowRecords;
   count = std::min(count, header_.records - record);
   window_.resize(std::size_t(count) * length);
-  // Each new window: the file is still the one opened (a short read alone would not say that a
-  // table was replaced).
-  CheckFileUnchanged();
   std::size_t read = source_->ReadAt(offset, window_);
   if (read < length) {
     window_count_ = 0;
+    // Cut since it was opened: say so (the walks check it too, see RecordSet).
+    CheckFileUnchanged();
     throw Error(ErrorKind::IoError, name_ + ": record " + std::to_string(record + 1) +
                                         " cannot be read: the file ends at byte " + std::to_string(offset + read));
   }
