@@ -61,17 +61,30 @@ bool AsciiEqualNoCase(const std::string& a, const std::string& b) {
   return true;
 }
 
-// Test hook: QORVANE_TEST_KILL_AT=N in the environment kills the process (SIGKILL) just before
-// its Nth change to a file (write, size change, sync, rename, removal), so that a test can
-// stop a real run of the binary at any point and look at what a crash leaves.
-void CountChange() {
+// Test hooks of the binary, read once from the environment: QORVANE_TEST_KILL_AT=N kills the
+// process (SIGKILL) just before its Nth change to a file (write, size change, sync, rename,
+// removal), so that a test can stop a real run at any point and look at what a crash leaves;
+// QORVANE_TEST_CHANGES=FILE appends a line "N KIND PATH" to FILE for each change, so that a
+// test can find the changes of one part of a run (the source repairs) and kill at each.
+void CountChange(const char* kind, const std::string& path) {
   static const long kill_at = [] {
     const char* value = std::getenv("QORVANE_TEST_KILL_AT");
     return value ? std::strtol(value, nullptr, 10) : 0L;
   }();
-  if (kill_at <= 0) return;
+  static const int trace = [] {
+    const char* value = std::getenv("QORVANE_TEST_CHANGES");
+    return value ? ::open(value, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644) : -1;
+  }();
+  if (kill_at <= 0 && trace < 0) return;
   static std::atomic<long> changes{0};
-  if (++changes == kill_at) ::kill(::getpid(), SIGKILL);
+  long change = ++changes;
+  if (trace >= 0) {
+    std::string line = std::to_string(change) + " " + kind + " " + path + "\n";
+    if (::write(trace, line.data(), line.size()) < 0) {
+      // A trace that cannot be written only leaves the test without its lines.
+    }
+  }
+  if (change == kill_at) ::kill(::getpid(), SIGKILL);
 }
 
 }  // namespace
@@ -152,7 +165,7 @@ std::size_t File::ReadAt(std::uint64_t offset, std::span<std::byte> buffer) cons
 }
 
 void File::WriteAt(std::uint64_t offset, std::span<const std::byte> data) {
-  CountChange();
+  CountChange("write", path_);
   if (int injected = TakeFault(write_countdown, write_errno)) {
     throw ErrorFromErrno(injected, "cannot write", path_);
   }
@@ -169,14 +182,14 @@ void File::WriteAt(std::uint64_t offset, std::span<const std::byte> data) {
 }
 
 void File::Truncate(std::uint64_t size) {
-  CountChange();
+  CountChange("size", path_);
   if (::ftruncate(fd_, static_cast<off_t>(size)) != 0) {
     throw ErrorFromErrno(errno, "cannot set the size of", path_);
   }
 }
 
 void File::Sync() {
-  CountChange();
+  CountChange("sync", path_);
   if (int injected = TakeFault(sync_countdown, sync_errno)) {
     throw ErrorFromErrno(injected, "cannot flush", path_);
   }
@@ -304,14 +317,14 @@ std::optional<std::uint64_t> FileSize(const std::string& path) {
 }
 
 void Rename(const std::string& from, const std::string& to) {
-  CountChange();
+  CountChange("rename", to);
   if (::rename(from.c_str(), to.c_str()) != 0) {
     throw ErrorFromErrno(errno, "cannot rename " + from + " to", to);
   }
 }
 
 void RemoveFile(const std::string& path) {
-  CountChange();
+  CountChange("remove", path);
   if (::unlink(path.c_str()) != 0 && errno != ENOENT) {
     throw ErrorFromErrno(errno, "cannot remove", path);
   }
@@ -343,7 +356,7 @@ void CopyInto(const std::string& from, File& target) {
 }
 
 void SyncDirectory(const std::string& path) {
-  CountChange();
+  CountChange("syncdir", path);
   int fd = ::open(path.empty() ? "." : path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fd < 0) throw ErrorFromErrno(errno, "cannot open the folder", path);
   int injected = TakeFault(sync_countdown, sync_errno);

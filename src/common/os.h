@@ -112,8 +112,9 @@ std::optional<std::string> FindCaseInsensitive(const std::string& dir, const std
 // Joins a directory and a name with exactly one '/' between them.
 std::string JoinPath(const std::string& dir, const std::string& name);
 
-// Test hook of the binary: QORVANE_TEST_KILL_AT=N kills the process just before its Nth change
-// to a file (write, size change, sync, rename, removal).
+// Test hooks of the binary: QORVANE_TEST_KILL_AT=N kills the process just before its Nth change
+// to a file (write, size change, sync, rename, removal); QORVANE_TEST_CHANGES=FILE lists each
+// change in FILE ("N KIND PATH").
 //
 // Test hook: makes the Nth write or sync from now on fail with the given errno (ENOSPC for a
 // full disk). Process-wide, for tests only; Reset() turns it off.

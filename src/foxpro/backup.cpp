@@ -30,8 +30,12 @@ void BackupSession::EnsureBackedUp(const std::vector<std::string>& paths) {
       os::SyncDirectory(directory);
       folder = candidate;
     }
+    // Copied under a provisional name and renamed once whole and synced: a file under the
+    // table's own name in a backup folder is always a whole copy, even after a crash.
     std::string target = os::JoinPath(folder, name);
-    os::CopyFile(path, target);
+    std::string partial = target + ".part";
+    os::CopyFile(path, partial);
+    os::Rename(partial, target);
     os::SyncDirectory(folder);
     done_.insert(path);
     if (reporter_) reporter_->Report({.kind = DamageKind::Notice, .what = "backed up " + path + " to " + target});

@@ -1,6 +1,7 @@
 // The copy of source files taken before a run first writes into them: one folder per run,
 // qorvane-backup-YYMMDD-HMS beside the tables (hour, minute and second without leading zeros,
-// as the conversion log is named), each file copied once and synced before any write.
+// as the conversion log is named), each file copied once (as NAME.part, renamed to NAME when
+// whole) and synced before any write.
 #pragma once
 
 #include <ctime>

@@ -139,6 +139,8 @@ CodePage::CodePage(int number) : number_(number), double_byte_(IsDoubleByte(numb
       if (probe.Convert(std::string_view(&input, 1), utf8) && !utf8.empty()) {
         std::size_t position = 0;
         code_point = DecodeUtf8(utf8, position);
+      } else {
+        undefined_[byte] = true;
       }
     }
     utf8.clear();
@@ -163,24 +165,28 @@ CodePage::CodePage(int number) : number_(number), double_byte_(IsDoubleByte(numb
 
 CodePage::~CodePage() = default;
 
-void CodePage::Decode(std::string_view bytes, std::string& out) const {
+bool CodePage::Decode(std::string_view bytes, std::string& out) const {
   if (double_byte_) {
-    if (!converters_->to_utf8.Convert(bytes, out)) {
-      // A broken double-byte sequence: keep each byte as its Latin-1 character.
-      for (unsigned char c : bytes) AppendUtf8(out, c);
-    }
-    return;
+    const std::size_t start = out.size();
+    if (converters_->to_utf8.Convert(bytes, out)) return true;
+    // A broken double-byte sequence: keep each byte as its Latin-1 character.
+    out.resize(start);
+    for (unsigned char c : bytes) AppendUtf8(out, c);
+    return false;
   }
   out.reserve(out.size() + bytes.size());
+  bool defined = true;
   std::size_t run_start = 0;
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     unsigned char c = static_cast<unsigned char>(bytes[i]);
     if (c < 0x80) continue;
     out.append(bytes.data() + run_start, i - run_start);
     out.append(table_[c].bytes, table_[c].length);
+    defined = defined && !undefined_[c];
     run_start = i + 1;
   }
   out.append(bytes.data() + run_start, bytes.size() - run_start);
+  return defined;
 }
 
 std::string CodePage::Decode(std::string_view bytes) const {

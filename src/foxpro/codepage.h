@@ -31,8 +31,10 @@ class CodePage {
 
   int number() const { return number_; }
   // Appends the UTF-8 form of bytes to out. Bytes the code page leaves undefined become the
-  // Unicode character of the same number (as Windows does), so nothing is lost.
-  void Decode(std::string_view bytes, std::string& out) const;
+  // Unicode character of the same number (as Windows does), so nothing is lost; a broken
+  // double-byte sequence turns the whole text that way. Returns false when either happened,
+  // so that the caller can say where.
+  bool Decode(std::string_view bytes, std::string& out) const;
   std::string Decode(std::string_view bytes) const;
   // The bytes of UTF-8 text in this code page, or nullopt when a character has no byte here.
   std::optional<std::string> Encode(std::string_view utf8) const;
@@ -48,6 +50,7 @@ class CodePage {
   int number_;
   bool double_byte_ = false;
   std::array<Utf8, 256> table_{};
+  std::array<bool, 256> undefined_{};  // single-byte pages: bytes with no character
   std::array<unsigned char, 256> upper_{};
   std::array<unsigned char, 256> lower_{};
   std::unordered_map<char32_t, unsigned char> reverse_;  // single-byte pages

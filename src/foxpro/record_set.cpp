@@ -23,6 +23,8 @@ namespace qorvane::foxpro {
 namespace {
 
 constexpr std::size_t kBeforeFirst = std::numeric_limits<std::size_t>::max();
+// How many moves a walk makes between two checks that its table is still the file opened.
+constexpr std::size_t kCheckFileEvery = 1024;
 
 std::string UpperAscii(std::string text) {
   for (char& c : text) c = static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c);
@@ -267,6 +269,8 @@ std::unique_ptr<RecordSet> RecordSet::Open(const std::string& folder, const std:
 }
 
 void RecordSet::MoveFirst() {
+  // A walk starts here: the table must still be the file the set was opened from.
+  state_->table->CheckFileUnchanged();
   state_->editing = false;
   state_->position = 0;
 }
@@ -281,6 +285,9 @@ void RecordSet::MoveNext() {
     s.position = 0;
   } else if (s.position < s.rows.size()) {
     ++s.position;
+    // Now and then, and at the end of the walk, the table must still be the file opened: the
+    // records of a small table were all read at the start.
+    if (s.position == s.rows.size() || s.position % kCheckFileEvery == 0) s.table->CheckFileUnchanged();
   } else {
     throw Error(ErrorKind::InvalidArgument, s.table->name() + ": MoveNext past the end of the record set");
   }

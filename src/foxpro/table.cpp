@@ -226,7 +226,9 @@ std::unique_ptr<Table> Table::Open(const std::string& path, const TableOptions& 
   auto table = std::unique_ptr<Table>(new Table());
   table->path_ = path;
   table->name_ = BaseName(path);
-  auto source = std::make_unique<FileSource>(os::File::Open(path, os::OpenMode::ReadOnly));
+  os::File file = os::File::Open(path, os::OpenMode::ReadOnly);
+  table->opened_ = file.Status();
+  auto source = std::make_unique<FileSource>(std::move(file));
   std::unique_ptr<MemoFile> memo;
   std::string memo_path = MemoPathFor(path);
   if (!memo_path.empty()) {
@@ -265,6 +267,11 @@ void Table::ReportValue(std::uint32_t record, const Field& field, const std::str
           .offset = header_.header_length + std::uint64_t(record) * header_.record_length + field.offset,
           .bytes_dropped = field.length,
           .what = what});
+}
+
+void Table::ReportInvalidText(std::uint32_t record, const Field& field, const std::string& what) const {
+  ReportValue(record, field, what + " is not valid text in code page " + std::to_string(code_page_->number()) +
+                                 "; its bytes are kept as the characters of the same numbers");
 }
 
 void Table::Load(std::unique_ptr<ByteSource> source, std::unique_ptr<MemoFile> memo, bool memo_missing,
@@ -355,6 +362,24 @@ std::optional<std::size_t> Table::FindField(std::string_view name) const {
   return std::nullopt;
 }
 
+void Table::CheckFileUnchanged() const {
+  if (!opened_) return;
+  const std::uint64_t needed = header_.header_length + std::uint64_t(header_.records) * header_.record_length;
+  const std::string advice = "; the step stops here and what it has not read is not converted. Put the table back "
+                             "as it was and run the step again";
+  std::optional<os::FileStatus> now = os::StatusOf(path_);
+  if (!now) throw Error(ErrorKind::NotFound, name_ + ": the table was removed while the run was reading it" + advice);
+  if (!now->SameFile(*opened_)) {
+    throw Error(ErrorKind::IoError, name_ + ": the table was replaced by another file while the run was reading it" + advice);
+  }
+  if (now->size < needed) {
+    throw Error(ErrorKind::IoError, name_ + ": the table was cut from " + std::to_string(opened_->size) + " to " +
+                                        std::to_string(now->size) + " bytes while the run was reading it (its " +
+                                        std::to_string(header_.records) + " records need " + std::to_string(needed) + ")" +
+                                        advice);
+  }
+}
+
 void Table::Invalidate() const { window_count_ = 0; }
 
 void Table::NoteRecordWritten(std::uint32_t record, std::span<const std::byte> bytes) const {
@@ -389,6 +414,8 @@ std::span<const std::byte> Table::RecordBytes(std::uint32_t record) const {
   std::size_t read = source_->ReadAt(offset, window_);
   if (read < length) {
     window_count_ = 0;
+    // Cut since it was opened: say so (the walks check it too, see RecordSet).
+    CheckFileUnchanged();
     throw Error(ErrorKind::IoError, name_ + ": record " + std::to_string(record + 1) +
                                         " cannot be read: the file ends at byte " + std::to_string(offset + read));
   }
@@ -470,7 +497,7 @@ Value Table::DecodeField(std::span<const std::byte> record_bytes, std::uint32_t 
       if (!memo) return value;
       if (f.type == 'M' && memo->type == format::kMemoTypeText) {
         value.kind = Value::Kind::Text;
-        code_page_->Decode(memo->bytes, value.text);
+        if (!code_page_->Decode(memo->bytes, value.text)) ReportInvalidText(record, f, "the memo");
       } else {
         value.kind = Value::Kind::Binary;
         value.text = std::move(memo->bytes);
@@ -525,7 +552,9 @@ Value Table::DecodeField(std::span<const std::byte> record_bytes, std::uint32_t 
       return value;
     default:  // C, V and unknown letters: text
       value.kind = Value::Kind::Text;
-      code_page_->Decode(TrimRightBlanks(raw), value.text);
+      if (!code_page_->Decode(TrimRightBlanks(raw), value.text)) {
+        ReportInvalidText(record, f, "'" + Printable(TrimRightBlanks(raw)) + "'");
+      }
       return value;
   }
 }

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/os.h"
 #include "common/reporter.h"
 #include "foxpro/codepage.h"
 #include "foxpro/value.h"
@@ -82,6 +83,12 @@ class Table {
   // out has room): the fast path for readers that walk every record.
   void AppendText(std::span<const std::byte> record_bytes, std::size_t field, std::string& out) const;
 
+  // Throws qorvane::Error naming the table when its file was removed (NotFound), replaced by
+  // another file or cut shorter than the records it was opened with (IoError) since it was
+  // opened: another program changed the source under the run. Cheap (one stat); a table held
+  // in memory always passes.
+  void CheckFileUnchanged() const;
+
   // Forgets the read window, so that bytes written since are read again.
   void Invalidate() const;
   // Tells the reader that record now holds bytes on disk (after an in-place write), so the
@@ -95,6 +102,8 @@ class Table {
   // Reports DAMAGE as this table's (its file set here); a value's damage with its place.
   void Report(Damage damage) const;
   void ReportValue(std::uint32_t record, const Field& field, const std::string& what) const;
+  // A text or memo whose bytes the code page does not define (kept, see CodePage::Decode).
+  void ReportInvalidText(std::uint32_t record, const Field& field, const std::string& what) const;
 
   std::string path_;
   std::string name_;
@@ -103,6 +112,7 @@ class Table {
   std::vector<Field> fields_;
   std::unique_ptr<CodePage> code_page_;
   std::unique_ptr<ByteSource> source_;
+  std::optional<os::FileStatus> opened_;  // the file it was opened from (none: in memory)
   std::unique_ptr<MemoFile> memo_;
   mutable std::vector<std::byte> window_;
   mutable std::uint32_t window_first_ = 0;

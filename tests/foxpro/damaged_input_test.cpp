@@ -140,6 +140,29 @@ TEST_F(DamagedInputTest, ValuesThatAreNotWhatTheirTypeSays) {
   EXPECT_FALSE(table->IsDeleted(4));
 }
 
+TEST_F(DamagedInputTest, TextItsCodePageDoesNotDefineIsReportedAndKept) {
+  // Code page 437 defines every byte: no report for its accented letters.
+  auto accented = table_;
+  accented[29] = std::byte{0x01};
+  Put(accented, RecordOffset(1) + FieldOffset(0), "AB\x81       ");
+  EXPECT_EQ(ReadAll(accented, memo_), "");
+  // Code page 1252 leaves 0x81 undefined; code page 932 has no character 0x81 0x7F.
+  for (auto [mark, code_page] : {std::pair{0x03, 1252}, std::pair{0x7B, 932}}) {
+    SCOPED_TRACE(code_page);
+    auto damaged = accented;
+    if (code_page == 932) Put(damaged, RecordOffset(1) + FieldOffset(0), "AB\x81\x7F      ");
+    damaged[29] = std::byte(mark);
+    std::string messages = ReadAll(damaged, memo_);
+    std::string expected = code_page == 932 ? "'AB\\x81\\x7F'" : "'AB\\x81'";
+    EXPECT_NE(messages.find("property.dbf: record 2, field FILE_NUM: " + expected + " is not valid text in code page " +
+                            std::to_string(code_page) + "; its bytes are kept as the characters of the same numbers"),
+              std::string::npos)
+        << messages;
+    auto table = Table::FromBytes("property.dbf", damaged, memo_, {});
+    EXPECT_EQ(table->ReadValue(1, 0).text, code_page == 932 ? "AB\u0081\u007F" : "AB\u0081");
+  }
+}
+
 TEST_F(DamagedInputTest, MemoFileMissingShortOrPointingPastItsEnd) {
   std::string messages = ReadAll(table_, std::nullopt);
   EXPECT_NE(messages.find("property.dbf: the memo file property.fpt is missing; memo fields read as empty"), std::string::npos) << messages;

@@ -23,12 +23,16 @@ namespace qorvane::reliability {
 using convert::test_orders::Record;
 using convert::test_orders::Text;
 
+// The small office's orders (each with an invoice and a payment) and clients.
+inline constexpr int kSmallOfficeOrders = 24;
+inline constexpr int kSmallOfficeClients = 6;
+
 // Writes the office's tables into SOURCE: 6 clients, 3 appraisers and ORDERS orders, each with
 // a memo, an invoice, a client expense, an appraiser expense and a payment.
-inline void WriteSmallOffice(const std::string& source, int orders = 24) {
+inline void WriteSmallOffice(const std::string& source, int orders = kSmallOfficeOrders) {
   namespace o = convert::test_orders;
   std::vector<std::vector<foxpro::Value>> clients;
-  for (int c = 1; c <= 6; ++c) {
+  for (int c = 1; c <= kSmallOfficeClients; ++c) {
     convert::ClientRecord client{.number = std::to_string(c), .name = "CLIENT " + std::to_string(c)};
     client.street = std::to_string(100 + c) + " MAIN ST";
     clients.push_back(client.Values());
