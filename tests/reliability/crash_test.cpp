@@ -93,7 +93,9 @@ class Crashes : public ::testing::Test {
         CliRun read = Qorvane("export " + test::ShellQuote(path) + " >/dev/null");
         EXPECT_EQ(read.status, 0) << name << ": " << read.out;
       }
-      if (FileBytes(path) != file.first) EXPECT_TRUE(backed_up.count(name)) << name << " was changed without a whole backup";
+      if (FileBytes(path) != file.first) {
+        EXPECT_TRUE(backed_up.count(name)) << name << " was changed without a whole backup";
+      }
     }
     CliRun again = Qorvane(Args());
     EXPECT_EQ(again.status, 0) << again.out;
