@@ -84,16 +84,19 @@ void LogReporter::Report(const Damage& damage) {
   const std::string message = DamageMessage(damage);
   if (!reported_.insert(message).second) return;
   // The person running the conversion sees it too (a line on the terminal, the window's status
-  // line), not only whoever reads the log later: the first few of each file, then one line
-  // saying the rest are in the log.
-  int& shown = shown_per_file_[damage.file];
-  if (shown < kDamageShownPerFile) {
+  // line), not only whoever reads the log later. Notices (a backup taken, where the copy went)
+  // are all shown; damage the first few times per file, then one line says the rest are in the log.
+  if (damage.kind == DamageKind::Notice || damage.file.empty()) {
     main_form_.view().Notify(message);
-  } else if (shown == kDamageShownPerFile) {
-    main_form_.view().Notify(damage.file + ": more values like these are read past; from here on each is written only to "
-                             "the conversion log");
+  } else {
+    int shown = shown_per_file_[damage.file]++;
+    if (shown < kDamageShownPerFile) {
+      main_form_.view().Notify(message);
+    } else if (shown == kDamageShownPerFile) {
+      main_form_.view().Notify(damage.file + ": more values like these are read past; from here on each is written "
+                               "only to the conversion log");
+    }
   }
-  ++shown;
   if (main_form_.session().LogOpen()) {
     main_form_.AddtoLogFile(message);
   } else {
@@ -105,6 +108,15 @@ void LogReporter::FlushPending() {
   if (!main_form_.session().LogOpen()) return;
   for (const std::string& message : pending_) main_form_.AddtoLogFile(message);
   pending_.clear();
+}
+
+void LogReporter::StartRun() {
+  // Each run's log names every damaged value it reads, whatever an earlier run said: what was
+  // found before the log opened goes into this one, and counts as said.
+  reported_.clear();
+  shown_per_file_.clear();
+  reported_.insert(pending_.begin(), pending_.end());
+  FlushPending();
 }
 
 Connections::Connections(app::MainForm& main_form, SourceOptions options)
@@ -226,7 +238,7 @@ void Connections::LoadCompanyLabels() {
 
 void Connections::PrepareSource() {
   main_form_.Guard("PrepareSource", [&] {
-    reporter_.FlushPending();
+    reporter_.StartRun();
     std::time_t start = static_cast<std::time_t>(main_form_.RunStart().epoch_seconds);
     std::tm local {};
     localtime_r(&start, &local);

@@ -24,6 +24,8 @@ class LogReporter : public Reporter {
   explicit LogReporter(app::MainForm& main_form) : main_form_(main_form) {}
   void Report(const Damage& damage) override;
   void FlushPending();
+  // A run starts (its log is open): earlier runs' messages are forgotten, pending ones logged.
+  void StartRun();
 
  private:
   app::MainForm& main_form_;
