@@ -69,9 +69,8 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
   }
   std::vector<index::KeyValue> key_values;
   std::vector<std::optional<std::unordered_map<RowId, std::vector<std::uint8_t>>>> stored_keys(layouts.size());
-  std::size_t scanned = 0;
   for (RowId row : rows) {
-    if (++scanned % 4096 == 0) store.TrimCache();
+    store.TrimCache();
     Bytes bytes = table.RowBytes(row);
     for (std::size_t i = 0; i < layouts.size(); ++i) {
       key_values.clear();

@@ -609,10 +609,9 @@ HashIndex& Table::Hash(const std::vector<std::size_t>& columns) {
   hash->Reserve(rows.size());
   // Decodes only the hashed columns, and trims the page cache as it goes so that hashing a
   // large table does not keep all its pages in memory.
-  std::size_t scanned = 0;
   std::vector<Value> key(columns.size());
   for (RowId row : rows) {
-    if (++scanned % 4096 == 0) store_.TrimCache();
+    store_.TrimCache();
     std::vector<std::byte> bytes = ReadRowBytes(row);
     for (std::size_t k = 0; k < columns.size(); ++k) {
       key[k] = DecodeColumn(definition_, columns[k], bytes, LongValues(row), Context(row));
