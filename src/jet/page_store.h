@@ -1,7 +1,8 @@
-// The page layer of the engine: reads 4096-byte pages of a database, keeps changed pages in a
-// cache and, for a writable database, works on a copy of the file in the same folder that is
-// put in place atomically (write, fsync, rename) by Commit. The original file is never written
-// until the rename, so a killed process or a full disk leaves it as it was. Internal header.
+// The page layer of the engine: reads 4096-byte pages of a database, keeps them in a cache of
+// bounded size (changed pages go to the work copy as it fills) and, for a writable database,
+// works on a copy of the file in the same folder that is put in place atomically (write, fsync,
+// rename) by Commit. The original file is never written until the rename, so a killed process
+// or a full disk leaves it as it was. Internal header.
 #pragma once
 
 #include <array>
