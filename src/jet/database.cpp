@@ -28,6 +28,7 @@ std::unique_ptr<Database> Database::Open(const std::string& path, const Database
   database->store_ = PageStore::OpenFile(
       path, options.open_for == OpenFor::Writing ? AccessMode::ReadWrite : AccessMode::ReadOnly);
   database->store_->set_size_limit(options.size_limit);
+  database->store_->set_cache_limit(options.cache_pages);
   database->LoadCatalog();
   return database;
 }
@@ -112,5 +113,7 @@ void Database::Rollback() {
   store_->Discard();
   LoadCatalog();
 }
+
+std::size_t Database::cached_pages() const { return store_->cached_pages(); }
 
 }  // namespace qorvane::jet

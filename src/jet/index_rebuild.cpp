@@ -57,6 +57,9 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
       std::size_t begin = k == 0 ? 0 : ends[k - 1];
       return {arena.data() + begin, ends[k] - begin};
     }
+    index::EntryRef Ref(std::size_t k) const {
+      return {Key(k), rows[k] >> 8, static_cast<std::uint8_t>(rows[k] & 0xFF)};
+    }
   };
   std::vector<Keys> keys(layouts.size());
   std::vector<RowId> rows = table.RowIds();
@@ -66,9 +69,8 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
   }
   std::vector<index::KeyValue> key_values;
   std::vector<std::optional<std::unordered_map<RowId, std::vector<std::uint8_t>>>> stored_keys(layouts.size());
-  std::size_t scanned = 0;
   for (RowId row : rows) {
-    if (++scanned % 4096 == 0) store.TrimCache();
+    store.TrimCache();
     Bytes bytes = table.RowBytes(row);
     for (std::size_t i = 0; i < layouts.size(); ++i) {
       key_values.clear();
@@ -109,7 +111,7 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
   }
   std::vector<RowId>().swap(rows);
 
-  // One index at a time: sort the key numbers, build the entries in order, write the tree and
+  // One index at a time: sort the key numbers, write the tree from the arena in that order and
   // free everything before the next index.
   for (std::size_t i = 0; i < layouts.size(); ++i) {
     Keys& list = keys[i];
@@ -122,9 +124,7 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
       }
       if (left.size() == right.size()) return list.rows[a] < list.rows[b];
       // One key is a prefix of the other: the index module decides from the on-disk bytes.
-      index::Entry x{{left.begin(), left.end()}, list.rows[a] >> 8, static_cast<std::uint8_t>(list.rows[a] & 0xFF)};
-      index::Entry y{{right.begin(), right.end()}, list.rows[b] >> 8, static_cast<std::uint8_t>(list.rows[b] & 0xFF)};
-      return index::EntryLess(x, y);
+      return index::EntryLess(list.Ref(a), list.Ref(b));
     };
     // Sorted on the first 8 key bytes held beside the key number, which keeps most comparisons
     // out of the arena; keys whose first difference is not inside both prefixes go to KEY_LESS.
@@ -147,15 +147,6 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
       }
       return key_less(a.key, b.key);
     });
-    std::vector<index::Entry> entries;
-    entries.reserve(order.size());
-    for (const SortItem& item : order) {
-      std::uint32_t k = item.key;
-      auto key = list.Key(k);
-      entries.push_back({{key.begin(), key.end()}, list.rows[k] >> 8, static_cast<std::uint8_t>(list.rows[k] & 0xFF)});
-    }
-    list = Keys();
-    std::vector<SortItem>().swap(order);
 
     RealIndexDefinition& real = definition.real_indexes[i];
     UsageMap& map = table.Map(real.usage_map, "index " + std::to_string(i) + " pages");
@@ -170,12 +161,17 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
       return page;
     };
     sink.write_page = [&](std::uint32_t page, std::span<const std::uint8_t> bytes) {
+      // The tree's pages go to the work file as the cache fills, like the table's own.
+      store.TrimCache();
       MutableBytes target = store.Write(page);
       std::memcpy(target.data(), bytes.data(), std::min(bytes.size(), target.size()));
     };
-    index::BuiltTree built = index::BuildTree(entries, definition.page, sink);
+    index::BuiltTree built = index::BuildTree(
+        order.size(), [&](std::size_t n) { return list.Ref(order[n].key); }, definition.page, sink);
     real.root_page = built.root;
     distinct[i] = built.distinct_keys;
+    list = Keys();
+    std::vector<SortItem>().swap(order);
   }
   return distinct;
 }

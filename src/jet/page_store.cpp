@@ -15,8 +15,6 @@ namespace {
 
 using namespace format;
 
-// Changed pages kept in memory before they are written to the work file (64 MB).
-constexpr std::size_t kCacheLimitPages = 16384;
 // Consecutive changed pages written in one call at most (4 MB).
 constexpr std::size_t kFlushRunPages = 1024;
 
@@ -305,8 +303,10 @@ void PageStore::Free(std::uint32_t page) {
   first_maybe_free_ = std::min(first_maybe_free_, page);
 }
 
+void PageStore::set_cache_limit(std::size_t pages) { cache_limit_ = std::max<std::size_t>(pages, 1); }
+
 void PageStore::TrimCache() {
-  if (cache_.size() < kCacheLimitPages) return;
+  if (cache_.size() < cache_limit_) return;
   FlushDirty();
   // The page buffers are kept for the pages read next: a bulk load goes through many times the
   // cache's size, and reusing them saves allocating and faulting in fresh memory each time.

@@ -1,7 +1,8 @@
-// The page layer of the engine: reads 4096-byte pages of a database, keeps changed pages in a
-// cache and, for a writable database, works on a copy of the file in the same folder that is
-// put in place atomically (write, fsync, rename) by Commit. The original file is never written
-// until the rename, so a killed process or a full disk leaves it as it was. Internal header.
+// The page layer of the engine: reads 4096-byte pages of a database, keeps them in a cache of
+// bounded size (changed pages go to the work copy as it fills) and, for a writable database,
+// works on a copy of the file in the same folder that is put in place atomically (write, fsync,
+// rename) by Commit. The original file is never written until the rename, so a killed process
+// or a full disk leaves it as it was. Internal header.
 #pragma once
 
 #include <array>
@@ -60,8 +61,13 @@ class PageStore {
   // it. The caller has taken it out of every other map.
   void Free(std::uint32_t page);
 
-  // Writes changed pages to the work file when the cache holds too many. Callers make sure no
-  // page span is held across this call.
+  // Pages kept in memory (read or changed) before TrimCache writes the changed ones to the work
+  // file and drops them all; the buffers stay for reuse, so this bounds the store's memory.
+  static constexpr std::size_t kDefaultCacheLimit = 16384;  // 64 MB
+  void set_cache_limit(std::size_t pages);
+  std::size_t cached_pages() const { return cache_.size(); }
+  // Writes changed pages to the work file and empties the cache when it holds the limit or more.
+  // Callers make sure no page span is held across this call.
   void TrimCache();
   // Flushes everything to the work file, syncs it and renames it over the original. The store
   // stays usable: the next write starts a new work copy. Refuses (the original untouched) a file
@@ -96,6 +102,7 @@ class PageStore {
   std::vector<std::byte> buffer_;  // OpenBuffer
   bool from_buffer_ = false;
   std::uint32_t page_count_ = 0;
+  std::size_t cache_limit_ = kDefaultCacheLimit;
   std::unordered_map<std::uint32_t, std::unique_ptr<CachedPage>> cache_;
   std::vector<std::unique_ptr<CachedPage>> spare_pages_;
   // Global free-page map (page 1, row 0; a set bit means free), loaded on first use.

@@ -288,6 +288,7 @@ void Table::LoadRows() {
   UsageMap& owned = Map(definition_.owned_map, "owned pages");
   for (std::uint32_t page : owned.Pages()) {
     if (page >= store_.page_count()) continue;
+    store_.TrimCache();
     Bytes bytes = store_.Read(page);
     if (Get8(bytes, 0) != kPageTypeData || Get32(bytes, kDataOwnerOffset) != definition_.page) continue;
     std::uint16_t slots = RowSlotCount(bytes);
@@ -357,12 +358,16 @@ std::vector<std::byte> Table::ReadRowBytes(RowId row) {
 }
 
 std::vector<Value> Table::ReadRow(RowId row) {
+  // A public read holds no page across the call: the cache may be trimmed here, which keeps a
+  // scan that only reads (a query, a massage) from holding every page of the table.
+  store_.TrimCache();
   std::vector<std::byte> bytes = ReadRowBytes(row);
   return DecodeRow(definition_, bytes,
                    LongValues(row), Context(row));
 }
 
 Value Table::ReadValue(RowId row, std::size_t column) {
+  store_.TrimCache();
   std::vector<std::byte> bytes = ReadRowBytes(row);
   return DecodeColumn(definition_, column, bytes,
                       LongValues(row), Context(row));
@@ -610,10 +615,9 @@ HashIndex& Table::Hash(const std::vector<std::size_t>& columns) {
   hash->Reserve(rows.size());
   // Decodes only the hashed columns, and trims the page cache as it goes so that hashing a
   // large table does not keep all its pages in memory.
-  std::size_t scanned = 0;
   std::vector<Value> key(columns.size());
   for (RowId row : rows) {
-    if (++scanned % 4096 == 0) store_.TrimCache();
+    store_.TrimCache();
     std::vector<std::byte> bytes = ReadRowBytes(row);
     for (std::size_t k = 0; k < columns.size(); ++k) {
       key[k] = DecodeColumn(definition_, columns[k], bytes, LongValues(row), Context(row));
@@ -681,9 +685,26 @@ const std::vector<Table::UniqueKey>& Table::UniqueKeys() {
   return *unique_keys_;
 }
 
-void Table::CheckUnique(const std::vector<Value>& values, std::optional<RowId> self) {
+bool Table::CounterCoversStoredNumbers(std::size_t column) {
+  if (!counter_covers_stored_) {
+    counter_covers_stored_ = true;
+    for (RowId row : RowIds()) {
+      Value value = ReadValue(row, column);
+      if (!value.is_null() && value.integer > static_cast<std::int32_t>(definition_.auto_number)) {
+        counter_covers_stored_ = false;
+        break;
+      }
+    }
+  }
+  return *counter_covers_stored_;
+}
+
+void Table::CheckUnique(const std::vector<Value>& values, std::optional<RowId> self,
+                        std::optional<std::size_t> fresh_number) {
   for (const UniqueKey& unique : UniqueKeys()) {
     const std::vector<std::size_t>& columns = unique.columns;
+    // A number above every stored one cannot be taken; no look-up (and no hash of the column).
+    if (fresh_number && columns.size() == 1 && columns[0] == *fresh_number) continue;
     if (std::any_of(columns.begin(), columns.end(), [&](std::size_t c) { return values[c].is_null(); })) continue;
     for (RowId other : FindMatching(columns, [&](std::size_t k) -> const Value& { return values[columns[k]]; })) {
       if (self && other == *self) continue;
@@ -762,20 +783,23 @@ RowId Table::Insert(std::vector<Value> values) {
   const std::string& context = NewRowContext();
   values.resize(definition_.columns.size());
   std::uint32_t auto_number = definition_.auto_number;
+  std::optional<std::size_t> fresh_number;  // the column given a number above every stored one
   for (std::size_t i = 0; i < values.size(); ++i) {
     const ColumnDefinition& column = definition_.columns[i];
     CoerceInPlace(column, values[i], context);
     if (column.is_auto_number()) {
       if (values[i].is_null()) {
+        std::int32_t before = static_cast<std::int32_t>(auto_number);
         auto_number = static_cast<std::uint32_t>(auto_number + definition_.auto_increment);
         values[i] = Value::Int(static_cast<std::int32_t>(auto_number));
+        if (values[i].integer > before && CounterCoversStoredNumbers(i)) fresh_number = i;
       } else if (values[i].integer > static_cast<std::int32_t>(auto_number)) {
         auto_number = static_cast<std::uint32_t>(values[i].integer);
       }
     }
   }
   CheckKeys(values, nullptr);
-  CheckUnique(values, std::nullopt);
+  CheckUnique(values, std::nullopt, fresh_number);
   Bytes bytes = Encode(values, 0);
   Location location = PlaceRow(bytes, 0);
   RowId row = (location.page << 8) | location.slot;

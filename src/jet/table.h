@@ -142,7 +142,13 @@ class Table {
     std::vector<std::size_t> columns;  // positions in the definition
   };
   const std::vector<UniqueKey>& UniqueKeys();
-  void CheckUnique(const std::vector<Value>& values, std::optional<RowId> self);
+  // FRESH_NUMBER: an AutoNumber column whose value Insert just handed out above every stored
+  // one; a unique index on that column alone is not looked up.
+  void CheckUnique(const std::vector<Value>& values, std::optional<RowId> self,
+                   std::optional<std::size_t> fresh_number = std::nullopt);
+  // Whether no stored value of the AutoNumber COLUMN is above the counter: found by one scan,
+  // then kept true by Insert and Update, which raise the counter to any larger value written.
+  bool CounterCoversStoredNumbers(std::size_t column);
   // Throws Constraint when an index key of VALUES cannot be built (a character without a
   // weight, a key longer than Jet allows). OLD_VALUES (an Update's row as it was) lets a key
   // pass whose columns did not change: the rebuild keeps that row's stored key.
@@ -171,6 +177,7 @@ class Table {
   std::unordered_map<std::uint32_t, std::unique_ptr<UsageMap>> maps_;  // by encoded pointer
   std::vector<std::unique_ptr<HashIndex>> hashes_;
   std::optional<std::vector<UniqueKey>> unique_keys_;
+  std::optional<bool> counter_covers_stored_;
   std::unique_ptr<std::vector<IndexKeyLayout>> key_layouts_;
   std::vector<index::KeyValue> key_values_;
   // Reused from row to row: the encoder's buffers, a long-value piece, a folded key.

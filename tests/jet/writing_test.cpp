@@ -3,11 +3,14 @@
 // another program is refused.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cerrno>
+#include <optional>
 
 #include "common/error.h"
 #include "common/os.h"
 #include "jet/database.h"
+#include "jet/format/table_definition.h"
 #include "jet/index/key.h"
 #include "readers.h"
 #include "test_support/temp_dir.h"
@@ -212,6 +215,53 @@ TEST(Writing, LookUpsFollowInsertsDeletesAndChangedKeys) {
   EXPECT_THROW(customers.Insert(row), Error);
   EXPECT_EQ(customers.FindEqual({id}, {Value::String("ALFKI")}).size(), 1u);
   EXPECT_EQ(customers.row_count(), 91u + 2000u + 1u);
+}
+
+// New AutoNumbers are never a stored id: after the highest id, after an id written explicitly,
+// and also when the table's counter lags behind its rows (a damaged counter), where the next
+// number would repeat a stored one and the row is refused instead.
+TEST(Writing, NewAutoNumbersNeverRepeatAStoredId) {
+  TempDir dir;
+  std::string path = CopyFixture(dir, "northwind-V2000.mdb");
+  auto add = [](Table& employees, std::optional<std::int32_t> id) {
+    std::vector<Value> row(employees.columns().size());
+    if (id) row[*employees.FindColumn("EmployeeID")] = Value::Int(*id);
+    row[*employees.FindColumn("LastName")] = Value::String("Added");
+    row[*employees.FindColumn("FirstName")] = Value::String(id ? std::to_string(*id) : "new");
+    RowId added = employees.Insert(row);
+    return employees.ReadValue(added, *employees.FindColumn("EmployeeID")).integer;
+  };
+  std::uint32_t definition_page = 0;
+  {
+    auto database = OpenForWriting(path);
+    Table& employees = database->GetTable("Employees");
+    definition_page = employees.definition_page();
+    EXPECT_EQ(add(employees, std::nullopt), 10);
+    EXPECT_EQ(add(employees, 50), 50);
+    EXPECT_EQ(add(employees, std::nullopt), 51);
+    EXPECT_THROW(add(employees, 10), Error);
+    database->Commit();
+  }
+  test::ExpectReadersAgree(path, "Employees");
+  EXPECT_NO_THROW(test::ExpectIndexesMatchRows(path, "Employees"));
+
+  // The counter set back to 5: the next number, 6, is stored already.
+  {
+    os::File file = os::File::Open(path, os::OpenMode::ReadWrite);
+    std::array<std::byte, 4> counter{std::byte{5}, std::byte{0}, std::byte{0}, std::byte{0}};
+    file.WriteAt(std::uint64_t{definition_page} * 4096 + format::kTdefAutoNumberOffset, counter);
+  }
+  auto database = OpenForWriting(path);
+  Table& employees = database->GetTable("Employees");
+  try {
+    add(employees, std::nullopt);
+    ADD_FAILURE() << "a stored id was handed out again";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.kind(), ErrorKind::Constraint);
+    EXPECT_NE(std::string(error.what()).find("PrimaryKey"), std::string::npos) << error.what();
+    EXPECT_NE(std::string(error.what()).find("'6'"), std::string::npos) << error.what();
+  }
+  EXPECT_EQ(employees.row_count(), 9u + 3u);
 }
 
 TEST(Writing, RowsBreakingRulesAreRefusedWithTheirPlace) {

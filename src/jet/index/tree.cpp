@@ -20,12 +20,14 @@ namespace {
 
 using Page = std::array<uint8_t, format::kPageSize>;
 
+EntryRef Ref(const Entry& entry) { return {entry.key, entry.data_page, entry.data_row}; }
+
 // An entry as its on-disk bytes: the key followed by the big-endian row pointer.
 struct EntryView {
   std::span<const uint8_t> key;
   uint8_t pointer[format::kRowPointerSize];
 
-  explicit EntryView(const Entry& entry) : key(entry.key) {
+  explicit EntryView(const EntryRef& entry) : key(entry.key) {
     pointer[0] = static_cast<uint8_t>(entry.data_page >> 16);
     pointer[1] = static_cast<uint8_t>(entry.data_page >> 8);
     pointer[2] = static_cast<uint8_t>(entry.data_page);
@@ -92,7 +94,7 @@ struct Child {
   std::vector<uint8_t> last_entry;  // key + row pointer of the largest entry below it
 };
 
-std::vector<Child> WriteLeaves(std::span<const Entry> sorted, uint32_t owner, const PageSink& sink,
+std::vector<Child> WriteLeaves(size_t count, const EntryAt& sorted, uint32_t owner, const PageSink& sink,
                                BuiltTree& tree) {
   // Split into pages first so that every page knows its neighbours' numbers.
   struct Range {
@@ -100,13 +102,13 @@ std::vector<Child> WriteLeaves(std::span<const Entry> sorted, uint32_t owner, co
     size_t prefix;
   };
   std::vector<Range> ranges;
-  for (size_t begin = 0; begin < sorted.size();) {
-    const EntryView first(sorted[begin]);
+  for (size_t begin = 0; begin < count;) {
+    const EntryView first(sorted(begin));
     size_t prefix = first.size() - 1;
     size_t total_size = first.size();
     size_t end = begin + 1;
-    for (; end < sorted.size(); ++end) {
-      const EntryView entry(sorted[end]);
+    for (; end < count; ++end) {
+      const EntryView entry(sorted(end));
       size_t candidate = std::min({prefix, CommonPrefix(first, entry), entry.size() - 1});
       size_t stored = total_size + entry.size() - (end - begin) * candidate;
       if (stored > format::kIndexEntryAreaSize) break;
@@ -131,7 +133,7 @@ std::vector<Child> WriteLeaves(std::span<const Entry> sorted, uint32_t owner, co
     buffer.clear();
     std::vector<size_t> ends;
     for (size_t k = range.begin; k < range.end; ++k) {
-      const EntryView entry(sorted[k]);
+      const EntryView entry(sorted(k));
       size_t skip = k == range.begin ? 0 : range.prefix;
       for (size_t b = skip; b < entry.size(); ++b) buffer.push_back(entry[b]);
       ends.push_back(buffer.size());
@@ -146,7 +148,7 @@ std::vector<Child> WriteLeaves(std::span<const Entry> sorted, uint32_t owner, co
               i + 1 < ranges.size() ? numbers[i + 1] : 0, 0, static_cast<uint16_t>(range.prefix),
               0, stored, page);
     Child child{numbers[i], {}};
-    if (range.end > range.begin) EntryView(sorted[range.end - 1]).AppendTo(child.last_entry);
+    if (range.end > range.begin) EntryView(sorted(range.end - 1)).AppendTo(child.last_entry);
     children.push_back(std::move(child));
   }
   return children;
@@ -209,7 +211,7 @@ std::vector<Child> WriteNodeLevel(const std::vector<Child>& children, uint8_t le
 
 }  // namespace
 
-bool EntryLess(const Entry& left, const Entry& right) {
+bool EntryLess(const EntryRef& left, const EntryRef& right) {
   const size_t common = std::min(left.key.size(), right.key.size());
   if (common > 0) {
     int order = std::memcmp(left.key.data(), right.key.data(), common);
@@ -228,7 +230,11 @@ bool EntryLess(const Entry& left, const Entry& right) {
   return a.size() < b.size();
 }
 
-void SortEntries(std::vector<Entry>& entries) { std::sort(entries.begin(), entries.end(), EntryLess); }
+bool EntryLess(const Entry& left, const Entry& right) { return EntryLess(Ref(left), Ref(right)); }
+
+void SortEntries(std::vector<Entry>& entries) {
+  std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return EntryLess(a, b); });
+}
 
 long FindDuplicateKey(std::span<const Entry> sorted) {
   for (size_t i = 1; i < sorted.size(); ++i) {
@@ -238,30 +244,38 @@ long FindDuplicateKey(std::span<const Entry> sorted) {
 }
 
 BuiltTree BuildTree(std::span<const Entry> sorted, uint32_t owner_tdef, const PageSink& sink) {
-  for (size_t i = 0; i < sorted.size(); ++i) {
-    if (sorted[i].key.size() > format::kMaxStoredKeySize) {
+  return BuildTree(sorted.size(), [sorted](size_t i) { return Ref(sorted[i]); }, owner_tdef, sink);
+}
+
+BuiltTree BuildTree(size_t count, const EntryAt& entry_at, uint32_t owner_tdef, const PageSink& sink) {
+  BuiltTree tree;
+  for (size_t i = 0; i < count; ++i) {
+    const EntryRef entry = entry_at(i);
+    if (entry.key.size() > format::kMaxStoredKeySize) {
       throw Error(ErrorKind::InvalidArgument,
                   "index build: entry " + std::to_string(i) + " has a key of " +
-                      std::to_string(sorted[i].key.size()) + " bytes (at most " +
+                      std::to_string(entry.key.size()) + " bytes (at most " +
                       std::to_string(format::kMaxStoredKeySize) + ")");
     }
-    if (sorted[i].data_page > 0xFFFFFF) {
+    if (entry.data_page > 0xFFFFFF) {
       throw Error(ErrorKind::InvalidArgument, "index build: entry " + std::to_string(i) +
                                                   " points at page " +
-                                                  std::to_string(sorted[i].data_page) +
+                                                  std::to_string(entry.data_page) +
                                                   ", beyond 24 bits");
     }
-    if (i > 0 && !EntryLess(sorted[i - 1], sorted[i])) {
-      throw Error(ErrorKind::InvalidArgument,
-                  "index build: entries " + std::to_string(i - 1) + " and " + std::to_string(i) +
-                      " are not in index order");
+    if (i > 0) {
+      const EntryRef previous = entry_at(i - 1);
+      if (!EntryLess(previous, entry)) {
+        throw Error(ErrorKind::InvalidArgument,
+                    "index build: entries " + std::to_string(i - 1) + " and " + std::to_string(i) +
+                        " are not in index order");
+      }
+      if (!std::equal(previous.key.begin(), previous.key.end(), entry.key.begin(), entry.key.end())) ++tree.distinct_keys;
+    } else {
+      ++tree.distinct_keys;
     }
   }
-  BuiltTree tree;
-  for (size_t i = 0; i < sorted.size(); ++i) {
-    if (i == 0 || sorted[i].key != sorted[i - 1].key) ++tree.distinct_keys;
-  }
-  std::vector<Child> level = WriteLeaves(sorted, owner_tdef, sink, tree);
+  std::vector<Child> level = WriteLeaves(count, entry_at, owner_tdef, sink, tree);
   uint8_t depth = 0;
   while (level.size() > 1) {
     ++depth;
@@ -430,7 +444,7 @@ std::vector<uint32_t> VerifyTree(uint32_t root, uint32_t owner_tdef, const PageS
               " entries, expected only " + std::to_string(expected.size()));
     }
     wanted.clear();
-    EntryView(expected[i]).AppendTo(wanted);
+    EntryView(Ref(expected[i])).AppendTo(wanted);
     if (wanted != found[i]) {
       Entry actual = ToEntry(found[i], PageKind::Leaf, root);
       Corrupt("index with root page " + std::to_string(root) + ": entry " + std::to_string(i) +

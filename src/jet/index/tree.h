@@ -21,8 +21,16 @@ struct Entry {
   bool operator==(const Entry&) const = default;
 };
 
+// An entry whose key bytes the caller keeps (a build over keys held in one arena).
+struct EntryRef {
+  std::span<const uint8_t> key;
+  uint32_t data_page = 0;
+  uint8_t data_row = 0;
+};
+
 // Order of entries in an index: unsigned byte order of the key, then page, then row (the order
 // of the full on-disk entry bytes).
+bool EntryLess(const EntryRef& left, const EntryRef& right);
 bool EntryLess(const Entry& left, const Entry& right);
 void SortEntries(std::vector<Entry>& entries);
 
@@ -49,6 +57,10 @@ struct BuiltTree {
 // Throws Error(InvalidArgument) when SORTED is not sorted or a key is longer than
 // format::kMaxStoredKeySize.
 BuiltTree BuildTree(std::span<const Entry> sorted, uint32_t owner_tdef, const PageSink& sink);
+// The same over COUNT entries ENTRY_AT(0) .. ENTRY_AT(COUNT - 1), each asked for a few times;
+// the keys need not be copied into Entry values.
+using EntryAt = std::function<EntryRef(size_t)>;
+BuiltTree BuildTree(size_t count, const EntryAt& entry_at, uint32_t owner_tdef, const PageSink& sink);
 
 // Every entry of the tree under ROOT in order, read by descending to the leftmost leaf and then
 // following the leaf chain. Throws Error(Corrupt) naming the page when a page is malformed, a
