@@ -19,6 +19,15 @@
 
 namespace qorvane::jet {
 
+namespace {
+
+// Whether the values at POSITIONS are the same in A and B (an Update that left a key alone).
+bool SameAt(const std::vector<std::size_t>& positions, const std::vector<Value>& a, const std::vector<Value>& b) {
+  return std::all_of(positions.begin(), positions.end(), [&](std::size_t p) { return a[p] == b[p]; });
+}
+
+}  // namespace
+
 using namespace format;
 
 // Row ids by a hash of their key values (text as its index key); candidates are checked
@@ -643,6 +652,19 @@ void Table::IndexRow(RowId row, const std::vector<Value>& values, bool add) {
   }
 }
 
+void Table::ReindexRow(RowId row, const std::vector<Value>& old_values, const std::vector<Value>& values) {
+  for (auto& hash : hashes_) {
+    const std::vector<std::size_t>& columns = hash->columns();
+    if (SameAt(columns, old_values, values)) continue;
+    auto key_of = [&](const std::vector<Value>& row_values) {
+      return *RowKeyHash(definition_, columns, [&](std::size_t k) -> const Value& { return row_values[columns[k]]; },
+                         Unmatchable::HashAsEmpty, key_scratch_);
+    };
+    hash->Remove(key_of(old_values), row);
+    hash->Add(key_of(values), row);
+  }
+}
+
 template <typename ValueAt>
 std::vector<RowId> Table::FindMatching(const std::vector<std::size_t>& columns, ValueAt value_at) {
   auto key = RowKeyHash(definition_, columns, value_at, Unmatchable::GiveNothing, key_scratch_);
@@ -700,9 +722,10 @@ bool Table::CounterCoversStoredNumbers(std::size_t column) {
 }
 
 void Table::CheckUnique(const std::vector<Value>& values, std::optional<RowId> self,
-                        std::optional<std::size_t> fresh_number) {
+                        std::optional<std::size_t> fresh_number, const std::vector<Value>* old_values) {
   for (const UniqueKey& unique : UniqueKeys()) {
     const std::vector<std::size_t>& columns = unique.columns;
+    if (old_values && SameAt(columns, *old_values, values)) continue;
     // A number above every stored one cannot be taken; no look-up (and no hash of the column).
     if (fresh_number && columns.size() == 1 && columns[0] == *fresh_number) continue;
     if (std::any_of(columns.begin(), columns.end(), [&](std::size_t c) { return values[c].is_null(); })) continue;
@@ -737,6 +760,8 @@ void Table::CheckKeys(const std::vector<Value>& values, const std::vector<Value>
   if (!key_layouts_) key_layouts_ = std::make_unique<std::vector<IndexKeyLayout>>(IndexKeyLayouts(definition_, where));
   for (std::size_t i = 0; i < key_layouts_->size(); ++i) {
     const IndexKeyLayout& layout = (*key_layouts_)[i];
+    // A key whose columns did not change passes: the rebuild keeps that row's stored key.
+    if (old_values && SameAt(layout.positions, *old_values, values)) continue;
     key_values_.clear();
     for (std::size_t position : layout.positions) {
       const Value& value = values[position];
@@ -745,11 +770,6 @@ void Table::CheckKeys(const std::vector<Value>& values, const std::vector<Value>
     try {
       index::MakeKey(layout.columns, key_values_, layout.nulls);
     } catch (const Error& error) {
-      bool unchanged = old_values != nullptr;
-      for (std::size_t position : layout.positions) {
-        unchanged = unchanged && values[position] == (*old_values)[position];
-      }
-      if (unchanged) continue;
       std::string columns, shown;
       for (std::size_t position : layout.positions) {
         columns += (columns.empty() ? "" : ", ") + definition_.columns[position].name;
@@ -828,7 +848,7 @@ void Table::Update(RowId row, std::vector<Value> values) {
     }
   }
   CheckKeys(values, &old_values);
-  CheckUnique(values, row);
+  CheckUnique(values, row, std::nullopt, &old_values);
   std::vector<std::byte> old_bytes = ReadRowBytes(row);
   Bytes encoded = Encode(values, row);
   std::vector<std::byte> bytes(encoded.begin(), encoded.end());
@@ -856,8 +876,7 @@ void Table::Update(RowId row, std::vector<Value> values) {
     SetSlotFlags(header_page, header.slot, kSlotOverflow);
   }
   FreeLongValues(old_bytes, context);
-  IndexRow(row, old_values, false);
-  IndexRow(row, values, true);
+  ReindexRow(row, old_values, values);
   changed_ = true;
 }
 

@@ -143,9 +143,11 @@ class Table {
   };
   const std::vector<UniqueKey>& UniqueKeys();
   // FRESH_NUMBER: an AutoNumber column whose value Insert just handed out above every stored
-  // one; a unique index on that column alone is not looked up.
+  // one; a unique index on that column alone is not looked up. OLD_VALUES (an Update's row as it
+  // was): a unique index whose columns did not change is not looked up either.
   void CheckUnique(const std::vector<Value>& values, std::optional<RowId> self,
-                   std::optional<std::size_t> fresh_number = std::nullopt);
+                   std::optional<std::size_t> fresh_number = std::nullopt,
+                   const std::vector<Value>* old_values = nullptr);
   // Whether no stored value of the AutoNumber COLUMN is above the counter: found by one scan,
   // then kept true by Insert and Update, which raise the counter to any larger value written.
   bool CounterCoversStoredNumbers(std::size_t column);
@@ -156,6 +158,8 @@ class Table {
   // The name Access shows for real index REAL: its primary key, else a plain index, else any.
   std::string IndexName(std::size_t real) const;
   void IndexRow(RowId row, const std::vector<Value>& values, bool add);
+  // An Update's look-up hashes: only those whose columns changed move the row.
+  void ReindexRow(RowId row, const std::vector<Value>& old_values, const std::vector<Value>& values);
 
   PageStore& store_;
   std::string name_;
