@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "jet/database.h"
@@ -79,6 +80,9 @@ class Recordset {
   std::unique_ptr<Statement> statement_;
   Table* table_ = nullptr;
   std::vector<FieldInfo> fields_;
+  // Field's answers by the name as asked (converters ask with the same few literals for every
+  // record): the name is folded and searched for only the first time.
+  mutable std::unordered_map<std::string, std::size_t> field_by_name_;
   // A plain "select * from T" (no WHERE/ORDER BY) walks the table's own row list.
   bool whole_table_ = false;
   std::vector<RowId> rows_;  // the result otherwise, in result order
