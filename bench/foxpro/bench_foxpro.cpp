@@ -127,8 +127,7 @@ void UpdateEveryRecord(benchmark::State& state) {
       std::filesystem::copy_file(generated.folder + "/" + name, folder + "/" + name);
     }
     state.ResumeTiming();
-    std::tm start{};
-    BackupSession backup(start, nullptr);
+    BackupSession backup("qorvane-backup-bench", nullptr);
     auto set = RecordSet::Open(folder, "select file_num from property", {437, nullptr, &backup});
     for (; !set->EndOfFile(); set->MoveNext()) {
       set->Edit();

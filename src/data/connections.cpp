@@ -1,9 +1,8 @@
 // Binding the source tables and the target record sources (see connections.h).
 #include "data/connections.h"
 
-#include <ctime>
-
 #include "app/paths.h"
+#include "app/run_changes.h"
 #include "data/fields.h"
 
 namespace qorvane::data {
@@ -239,10 +238,8 @@ void Connections::LoadCompanyLabels() {
 void Connections::PrepareSource() {
   main_form_.Guard("PrepareSource", [&] {
     reporter_.StartRun();
-    std::time_t start = static_cast<std::time_t>(main_form_.RunStart().epoch_seconds);
-    std::tm local {};
-    localtime_r(&start, &local);
-    backups_.push_back(std::make_unique<foxpro::BackupSession>(local, &reporter_));
+    // The folder the confirmation named.
+    backups_.push_back(std::make_unique<foxpro::BackupSession>(app::BackupFolderName(main_form_.RunStart()), &reporter_));
     record_options_.backup = backups_.back().get();
     Connect2Data();
     SelectPropertyOrder();

@@ -1,18 +1,14 @@
 // Backup copies before write-back.
 #include "foxpro/backup.h"
 
-#include <cstdio>
+#include <utility>
 
 #include "common/os.h"
 
 namespace qorvane::foxpro {
 
-BackupSession::BackupSession(const std::tm& start_time, Reporter* reporter) : reporter_(reporter) {
-  char buffer[64];
-  std::snprintf(buffer, sizeof buffer, "qorvane-backup-%02d%02d%02d-%d%d%d", start_time.tm_year % 100,
-                start_time.tm_mon + 1, start_time.tm_mday, start_time.tm_hour, start_time.tm_min, start_time.tm_sec);
-  folder_name_ = buffer;
-}
+BackupSession::BackupSession(std::string folder_name, Reporter* reporter)
+    : folder_name_(std::move(folder_name)), reporter_(reporter) {}
 
 void BackupSession::EnsureBackedUp(const std::vector<std::string>& paths) {
   for (const std::string& path : paths) {

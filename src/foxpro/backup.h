@@ -1,10 +1,8 @@
-// The copy of source files taken before a run first writes into them: one folder per run,
-// qorvane-backup-YYMMDD-HMS beside the tables (hour, minute and second without leading zeros,
-// as the conversion log is named), each file copied once (as NAME.part, renamed to NAME when
+// The copy of source files taken before a run first writes into them: one folder per run
+// beside the tables, each file copied once (as NAME.part, renamed to NAME when
 // whole) and synced before any write.
 #pragma once
 
-#include <ctime>
 #include <map>
 #include <set>
 #include <string>
@@ -16,12 +14,12 @@ namespace qorvane::foxpro {
 
 class BackupSession {
  public:
-  // start_time: the run's start (local time); reporter receives "backed up X to Y" lines.
-  BackupSession(const std::tm& start_time, Reporter* reporter);
+  // folder_name: the backup folder's name for this run, as the caller names it from the run's
+  // start ("qorvane-backup-261115-957"); reporter receives "backed up X to Y" lines.
+  BackupSession(std::string folder_name, Reporter* reporter);
 
-  // The backup folder name for this run ("qorvane-backup-261115-957"). When a folder of that
-  // name is already there (two runs in one second), "-2", "-3"... is appended, so an earlier
-  // backup is never overwritten.
+  // The backup folder name for this run. When a folder of that name is already there (two runs
+  // in one second), "-2", "-3"... is appended, so an earlier backup is never overwritten.
   const std::string& folder_name() const { return folder_name_; }
   // Copies each existing file of paths into the backup folder beside it, unless this session
   // already did. Throws qorvane::Error when a copy cannot be made; the caller must then not

@@ -23,16 +23,8 @@ namespace {
 using qorvane::test::FixturePath;
 using qorvane::test::TempDir;
 
-std::tm StartTime() {
-  std::tm start{};
-  start.tm_year = 126;
-  start.tm_mon = 10;
-  start.tm_mday = 15;
-  start.tm_hour = 9;
-  start.tm_min = 5;
-  start.tm_sec = 7;
-  return start;
-}
+// The backup folder a run started at 11/15/2026 9:05:07 names.
+std::string BackupFolder() { return "qorvane-backup-261115-957"; }
 
 std::string Join(const std::vector<std::string>& lines) {
   std::string all;
@@ -65,7 +57,7 @@ class WriteBackTest : public ::testing::Test {
   }
   TempDir folder_;
   CollectingReporter reporter_;
-  BackupSession backup_{StartTime(), &reporter_};
+  BackupSession backup_{BackupFolder(), &reporter_};
   std::string dbf_, cdx_;
 };
 
@@ -150,7 +142,7 @@ TEST_F(WriteBackTest, FirstWriteBacksUpOnceAndUnchangedRecordsWriteNothing) {
 
   // A second run in the same second keeps the first backup and makes its own.
   CollectingReporter second_reporter;
-  BackupSession second(StartTime(), &second_reporter);
+  BackupSession second(BackupFolder(), &second_reporter);
   auto again = RecordSet::Open(folder_.path(), "PROPERTY", {437, &second_reporter, &second});
   again->Edit();
   again->SetText("INV_NUM", "Y");
@@ -286,7 +278,7 @@ TEST_F(WriteBackTest, AWriteThatFailsHalfwayLeavesTheTableReadableAndTheBackupWh
   // Writes in order: the three backup copies, then the record.
   for (int failing : {2, 4}) {
     SCOPED_TRACE(failing);
-    BackupSession session(StartTime(), &reporter_);
+    BackupSession session(BackupFolder(), &reporter_);
     auto set = RecordSet::Open(folder_.path(), "PROPERTY", {437, &reporter_, &session});
     set->Edit();
     set->SetText("FILE_NUM", "CHANGED");
@@ -298,7 +290,7 @@ TEST_F(WriteBackTest, AWriteThatFailsHalfwayLeavesTheTableReadableAndTheBackupWh
     EXPECT_EQ(test::DumpTable(*table).find("CHANGED"), std::string::npos);
   }
   // The index rebuild fails: the old index stays in place, the table reads, the backup is whole.
-  BackupSession session(StartTime(), &reporter_);
+  BackupSession session(BackupFolder(), &reporter_);
   auto set = RecordSet::Open(folder_.path(), "PROPERTY", {437, &reporter_, &session});
   set->Edit();
   set->SetText("FILE_NUM", "CHANGED");
