@@ -67,6 +67,8 @@ void DeleteAllRows(AdoControl& control);
 // for one record (a whole table is walked by the record loop, record_loop.h). Returns the
 // number of rows visited.
 std::size_t ForEachRow(AdoControl& control, const std::function<void()>& visit);
+// Whether CONTROL stands on a row: the look-up or selector that just ran found one.
+inline bool FoundRow(AdoControl& control) { return !control.Recordset().eof(); }
 void MoveFirstIfAny(AdoControl& control);
 // The names of the text columns of every user table of the target, comma-separated.
 std::string AdoReturnTextFieldNames(Connections& connections);

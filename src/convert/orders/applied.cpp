@@ -12,6 +12,7 @@
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"
+#include "data/party_helpers.h"
 #include "data/record_loop.h"
 
 namespace qorvane::convert {
@@ -72,10 +73,10 @@ app::StepResult ConvertAppliedDBF(data::Context& context) {
       }
       converted.insert(TrimUpper(combined));
       data::SelectProperty(orders, data::RightJustify(key, 10));
-      if (orders.Recordset().eof()) {
+      if (!data::FoundRow(orders)) {
         place.NoteRecord("has no order in Property; the payment is converted without it");
       }
-      SaveNewRow(assigned, [&] {
+      data::AddNewRow(assigned, [&] {
         data::AdoSetFieldRJ(assigned, TrimUpper(data::RightJustify(key, 10)), "FileNumber");
         data::AdoSetField(assigned, name, "Appraiser");
         data::AdoSetFieldSingle(assigned, fee, "Amount");

@@ -18,6 +18,7 @@
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"
+#include "data/party_helpers.h"
 #include "data/record_loop.h"
 
 namespace qorvane::convert {
@@ -113,7 +114,7 @@ app::StepResult ConvertClientExpDBF(data::Context& context) {
       std::string type = data::DATgetfield(cliexp, "Exp_Type");
       std::string description = data::DATgetfield(cliexp, "Exp_Desc");
       float amount = data::Csingle(data::DATgetfield(cliexp, "Exp_Amt"));
-      SaveRow(invoice, [&] {
+      data::UpdateRow(invoice, [&] {
         // Compared as read: "exp1" fills no slot here.
         if (const Slot* slot = SlotOf(type)) {
           data::AdoSetField(invoice, description, slot->description);
@@ -158,7 +159,7 @@ app::StepResult ConvertApprExpDBF(data::Context& context) {
       RecordPlace place{context, "apprexp.dbf", "file number " + TrimBlanks(key)};
 
       data::SelectProperty(orders, key);
-      if (orders.Recordset().eof()) {
+      if (!data::FoundRow(orders)) {
         place.NoteRecord("has no order in Property; the expense is not converted");
         context.ListNotConverted("Apprexp: " + TrimBlanks(key));
         return app::RecordResult::Skipped("no order in office.mdb");
@@ -179,7 +180,7 @@ app::StepResult ConvertApprExpDBF(data::Context& context) {
         return app::RecordResult::Skipped("expense already in Assigned");
       }
       converted.insert(combined);
-      SaveNewRow(assigned, [&] {
+      data::AddNewRow(assigned, [&] {
         data::AdoSetFieldRJ(assigned, TrimUpper(key), "FileNumber");
         data::AdoSetField(assigned, appraiser, "Appraiser");
         data::AdoSetFieldSingle(assigned, amount, "Amount");

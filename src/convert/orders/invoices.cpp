@@ -8,6 +8,7 @@
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"
+#include "data/party_helpers.h"
 #include "data/record_loop.h"
 
 namespace qorvane::convert {
@@ -118,10 +119,10 @@ app::StepResult ConvertInvoiceDBF(data::Context& context) {
       }
       converted.insert(key);
       data::SelectProperty(orders, key);
-      if (orders.Recordset().eof()) {
+      if (!data::FoundRow(orders)) {
         place.NoteRecord("has no order " + TrimBlanks(key) + " in Property; the invoice is converted without it");
       }
-      SaveNewRow(invoice, [&] { SetInvoiceFields(context, place, expenses, key); });
+      data::AddNewRow(invoice, [&] { SetInvoiceFields(context, place, expenses, key); });
       return app::RecordResult::Added();
     }));
   });

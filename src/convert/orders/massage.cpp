@@ -10,6 +10,7 @@
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"
+#include "data/party_helpers.h"
 #include "data/record_loop.h"
 
 namespace qorvane::convert {
@@ -75,8 +76,8 @@ app::StepResult MassageInvoice(data::Context& context) {
       std::string key = data::MakeFileNumber(data::adogetfield(find, "Filenumber"));
       if (TrimBlanks(key).empty()) return app::RecordResult::Skipped("no file number");
       data::SelectInvoice(invoice, key);
-      if (invoice.Recordset().eof()) return app::RecordResult::Skipped("the invoice is gone");
-      SaveRow(invoice, [&] {
+      if (!data::FoundRow(invoice)) return app::RecordResult::Skipped("the invoice is gone");
+      data::UpdateRow(invoice, [&] {
         data::AdoSetFieldRJ(invoice, data::adogetfield(invoice, "FILENUMBER"), "FILENUMBER");
         float amount = data::adogetfieldSingle(invoice, "InvoiceAmount");
         float fees = FeeTotal(invoice);
@@ -97,7 +98,7 @@ app::StepResult MassageInvoice(data::Context& context) {
 void SetAssignedPaidFlag(data::Context& context) {
   context.Guard("SetAssignedPaidFlag", [&] {
     AdoControl& assigned = context.Target(TargetControl::adoassigned);
-    SaveRow(assigned, [&] {
+    data::UpdateRow(assigned, [&] {
       bool paid = data::adogetfieldSingle(assigned, "Amount") == data::adogetfieldSingle(assigned, "AmountPaid");
       data::AdoSetFieldTF(assigned, paid, "PaidInFull");
     });
@@ -182,8 +183,8 @@ app::StepResult MassageProperty(data::Context& context) {
       std::string key = data::MakeFileNumber(data::adogetfield(find, "Filenumber"));
       if (TrimBlanks(key).empty()) return app::RecordResult::Skipped("no file number");
       data::SelectProperty(property, key);
-      if (property.Recordset().eof()) return app::RecordResult::Skipped("the order is gone");
-      SaveRow(property, [&] {
+      if (!data::FoundRow(property)) return app::RecordResult::Skipped("the order is gone");
+      data::UpdateRow(property, [&] {
         CheckDates(context);
         CheckInformalTypes(context);
         FillIndividualClient(context);

@@ -36,27 +36,6 @@ void RecordPlace::NoteRecord(std::string_view what) const {
   context.Log("DATA: " + file + " " + number + " " + std::string(what));
 }
 
-namespace {
-
-void SaveWithFill(data::AdoControl& control, const std::function<void()>& fill) {
-  jet::Recordset& records = control.Recordset();
-  try {
-    fill();
-    records.Update();
-  } catch (...) {
-    records.CancelUpdate();
-    throw;
-  }
-}
-
-}  // namespace
-
-void SaveNewRow(data::AdoControl& control, const std::function<void()>& fill) {
-  control.Recordset().AddNew();
-  SaveWithFill(control, fill);
-}
-
-void SaveRow(data::AdoControl& control, const std::function<void()>& fill) { SaveWithFill(control, fill); }
 
 void CopyText(const RecordPlace& place, data::DataControl& source, std::string_view field, data::AdoControl& target,
               std::string_view column) {

@@ -92,11 +92,6 @@ class ShownCounter {
   std::optional<std::int64_t> shown_;
 };
 
-// Adds a row to CONTROL, lets FILL set its columns and saves it; when FILL or the save fails
-// the row is dropped, never left pending for the next refresh to save half-written.
-void SaveNewRow(data::AdoControl& control, const std::function<void()>& fill);
-// The same for the current row: FILL changes it and it is saved, or the edit is dropped.
-void SaveRow(data::AdoControl& control, const std::function<void()>& fill);
 
 // Trimmed (blanks) and upper-cased.
 std::string TrimUpper(std::string_view text);

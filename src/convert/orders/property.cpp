@@ -13,6 +13,7 @@
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"
+#include "data/party_helpers.h"
 #include "data/record_loop.h"
 
 namespace qorvane::convert {
@@ -153,7 +154,7 @@ void AddCustomFormType(data::Context& context, std::string_view ass_type) {
     AdoControl& property = context.Target(TargetControl::adoproperty);
     std::string code = data::AdoTrim(formtypes, TrimUpper(ass_type), "FormType");
     if (!data::AdoFindRec(formtypes, data::FilterFormtype(code))) {
-      SaveNewRow(formtypes, [&] {
+      data::AddNewRow(formtypes, [&] {
         data::AdoSetField(formtypes, code, "FormType");
         data::AdoSetField(formtypes, "Custom Type " + code, "FormDesc");
         data::AdoSetField(formtypes, code, "FORM");
@@ -230,14 +231,14 @@ app::StepResult ConvertPropertyDBF(data::Context& context) {
       }
       data::SelectProperty(property, key);
       if (!data::AdoFindRec(property, data::FilterFileNumber(key))) {
-        SaveNewRow(property, [&] {
+        data::AddNewRow(property, [&] {
           SetPropertyFields(context, place);
           CheckClient(context);
           data::AdoSetFieldTF(property, true, "invoiceprinted");
         });
         return app::RecordResult::Added();
       }
-      SaveRow(property, [&] { SetPropertyFields(context, place); });
+      data::UpdateRow(property, [&] { SetPropertyFields(context, place); });
       return app::RecordResult::Updated();
     }));
   });

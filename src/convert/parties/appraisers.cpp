@@ -162,7 +162,7 @@ app::StepResult ConvertCompanyName(data::Context& context) {
       if (current != last) return RecordResult::Skipped("the company is taken from the last record");
       company.RecordSource = kCompanySource;
       company.Refresh();
-      bool added = company.Recordset().eof();
+      bool added = !data::FoundRow(company);
       if (added) {
         data::AddNewRow(company, [&] { convertField(user, "Name", company, "Company"); });
         company.RecordSource = kCompanySource;

@@ -133,7 +133,7 @@ void WriteUnknownClient(data::Context& context) {
   data::AdoSetFieldMemo(property, kUnknownAddress, "InvoiceAddr");
   AdoControl& client = context.Target(TargetControl::adoclient);
   data::SelectClient(client, kUnknownClient, true);
-  if (!client.Recordset().eof()) return;
+  if (data::FoundRow(client)) return;
   data::AddNewRow(client, [&] {
     data::AdoSetField(client, kUnknownClient, "Client");
     data::AdoSetFieldMemo(client, kUnknownAddress, "ClientAddr");
@@ -274,7 +274,7 @@ void AddUnknownClient(data::Context& context) {
   context.Guard("AddUnknownClient", [&] {
     AdoControl& client = context.Target(TargetControl::adoclient);
     data::SelectClient(client, kUnknownClient, true);
-    if (!client.Recordset().eof()) return;
+    if (data::FoundRow(client)) return;
     data::AddNewRow(client, [&] {
       data::AdoSetField(client, kUnknownClient, "client");
       data::AdoSetFieldMemo(client, "UNKNOWN CLIENT NAME\r\nUNKNOWN ADDRESS", "clientADDR");
