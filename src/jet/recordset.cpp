@@ -268,12 +268,11 @@ bool Recordset::Find(const std::string& criteria) {
 const FieldInfo& Recordset::Field(std::string_view name) const {
   // Converters ask for fields by name for every value they move: the table folds its column
   // names once, not each record set made for one record.
-  std::string asked(name);
-  if (auto known = field_by_name_.find(asked); known != field_by_name_.end()) return fields_[known->second];
+  if (auto known = field_by_name_.find(name); known != field_by_name_.end()) return fields_[known->second];
   std::string wanted = FoldForComparison(name);
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     if (table_->FoldedColumnName(fields_[i].column) != wanted) continue;
-    field_by_name_.emplace(std::move(asked), i);
+    field_by_name_.emplace(std::string(name), i);
     return fields_[i];
   }
   throw Error(ErrorKind::InvalidArgument, database_.file_name() + ": table " + table_->name() + ": no field " +

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -82,7 +83,11 @@ class Recordset {
   std::vector<FieldInfo> fields_;
   // Field's answers by the name as asked (converters ask with the same few literals for every
   // record): the name is folded and searched for only the first time.
-  mutable std::unordered_map<std::string, std::size_t> field_by_name_;
+  struct NameHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view name) const { return std::hash<std::string_view>{}(name); }
+  };
+  mutable std::unordered_map<std::string, std::size_t, NameHash, std::equal_to<>> field_by_name_;
   // A plain "select * from T" (no WHERE/ORDER BY) walks the table's own row list.
   bool whole_table_ = false;
   std::vector<RowId> rows_;  // the result otherwise, in result order
