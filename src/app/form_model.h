@@ -56,6 +56,9 @@ struct FormModel {
   std::vector<std::string> lstIllegalFilenumbers;
   std::vector<std::string> lstWasNotConverted;
   std::vector<std::string> lstfilenum;  // limits a run to these file numbers when not empty
+  // The listed numbers the source tables do not hold (their "Not found" marks), found when a run
+  // prepares the source.
+  std::vector<std::string> FileNumbersNotFound;
 
   // The duplicate-client form (frmClientDup): the offending keys, the client numbers of the
   // same rows at the same positions, and the corrected keys.

@@ -8,6 +8,7 @@
 
 #include "app/paths.h"
 #include "common/os.h"
+#include "common/sql_tokens.h"
 
 namespace qorvane::app {
 namespace {
@@ -49,12 +50,33 @@ void MainForm::TagRead() {
   Guard("TagRead", [&] {
     session_.TargetProgram = settings_.Read(tags::kTargetProgram);
     session_.SourceProgram = settings_.Read(tags::kSourceProgram);
-    std::string source = settings_.Read(tags::kLastSourcePath);
-    if (Trim(source).empty()) source = settings_.Read(tags::kSourceDataDir);
-    std::string target = settings_.Read(tags::kLastTargetPath);
-    if (Trim(target).empty()) target = settings_.Read(tags::kTargetDataDir);
-    form_.txtPyxPath = source;
-    form_.txtZulPath = target;
+    // The folders of the last completed run (FOXCON.INI) win over the ones the two programs'
+    // settings name (VL.ini, zul.ini): they are the folders the office converted from and into,
+    // which a second run must meet again. When they differ, the start-up says so.
+    std::string settings_folder = settings_.directory();
+    CkRSlash(settings_folder);
+    auto choose = [&](const char* last_tag, const char* program_tag, const char* program_file) {
+      std::string last = Trim(settings_.Read(last_tag));
+      std::string program = Trim(settings_.Read(program_tag));
+      if (last.empty()) return program;
+      std::string last_folder = last, program_folder = program;
+      if (!program.empty() && StripRChar(last_folder) != StripRChar(program_folder)) {
+        Hint("The last run's folder " + last + " (" + settings_folder + "FOXCON.INI) is used, not " + program +
+             " named in " + settings_folder + program_file + ": choose the other with the folder button, or give it "
+             "on the command line.");
+      }
+      return last;
+    };
+    form_.txtPyxPath = choose(tags::kLastSourcePath, tags::kSourceDataDir, "VL.ini");
+    form_.txtZulPath = choose(tags::kLastTargetPath, tags::kTargetDataDir, "zul.ini");
+    // The conversion writes office.mdb of the target folder, the file its checks look for; a
+    // database zul.ini names otherwise is never written.
+    std::string data_file = Trim(settings_.Read(tags::kTargetDataFile));
+    if (!data_file.empty() && UpperAscii(data_file) != "OFFICE.MDB") {
+      Hint(settings_folder + "zul.ini names the database " + data_file + " ([DIRECTORIES] DATAFILE); this program "
+           "converts into office.mdb of the target folder and never into another file. To convert into " + data_file +
+           ", copy it to office.mdb first.");
+    }
     for (const CheckBoxInfo& box : CheckBoxes()) {
       form_.SetCheck(box.box, Trim(settings_.Read(OptionTag(box))) == "1");
     }

@@ -71,15 +71,14 @@ bool MainForm::AbortTest() {
 namespace {
 
 // Two runs in the same second (or at times whose names collide, as 2:51:08 and 2:05:18 both give
-// "2518") share a log name: the earlier log is kept beside the new one, with a suffix.
-void KeepEarlierLog(const std::string& path) {
-  if (!os::IsRegularFile(path)) return;
+// "2518") would share a log name: the earlier log keeps its name and the later run takes the
+// first free "-2", "-3"..., so the numbers follow the order the runs started in.
+std::string FreeLogPath(const std::string& path) {
+  if (!os::IsRegularFile(path)) return path;
   std::string stem = path.substr(0, path.size() - 4);  // without ".log"
   for (int suffix = 2;; ++suffix) {
-    std::string kept = stem + "-" + std::to_string(suffix) + ".log";
-    if (os::IsRegularFile(kept)) continue;
-    os::Rename(path, kept);
-    return;
+    std::string next = stem + "-" + std::to_string(suffix) + ".log";
+    if (!os::IsRegularFile(next)) return next;
   }
 }
 
@@ -102,8 +101,7 @@ void MainForm::RunConversion() {
   // The log cannot be written into a folder that is not there: say which folder before the
   // error that follows.
   if (!os::IsDirectory(Trim(log_dir))) TargetFolderMissingHint(Trim(log_dir));
-  log_path_ = Trim(log_dir) + LogFileName(start);
-  KeepEarlierLog(log_path_);
+  log_path_ = FreeLogPath(Trim(log_dir) + LogFileName(start));
   log_ = os::File::Open(log_path_, os::OpenMode::CreateTruncate);
   log_offset_ = 0;
 
@@ -134,6 +132,10 @@ void MainForm::RunConversion() {
   AddtoLogFile("");
   AddtoLogFile("Listboxes cleared");
   AddtoLogFile("");
+
+  // The applied-payments step converts the one number txtfilenum holds: the one the order and
+  // invoice walks leave there, the last listed, whichever steps run.
+  if (!form_.lstfilenum.empty()) form_.txtfilenum = form_.lstfilenum.back();
 
   // Below the question: what this run is about to change, so that the answer is an informed one.
   std::string question = kConfirmation + session_.Paths.source_folder + "'. Do you wish to continue?\n\n" +

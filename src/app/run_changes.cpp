@@ -61,8 +61,20 @@ std::string RunChangesText(const FormModel& form, const DataPaths& paths, const 
     text += "- Only reads the source tables in " + paths.source_folder + " (no Preliminary Corrections).\n";
   }
 
-  text += form.lstfilenum.empty() ? "- Converts every file number.\n"
-                                  : "- Converts only the file numbers " + Joined(form.lstfilenum) + ".\n";
+  if (form.lstfilenum.empty()) {
+    text += "- Converts every file number.\n";
+  } else {
+    text += "- Converts only the file numbers " + Joined(form.lstfilenum) + ", each afresh: their rows in " +
+            office + " are deleted first.";
+    if (form.Checked(CheckBox::ckbApplied)) {
+      text += " Applied payments are converted for " + form.lstfilenum.back() + " only (the last listed).";
+    }
+    text += "\n";
+    for (const std::string& number : form.FileNumbersNotFound) {
+      text += "- " + number + " is in neither property.dbf nor invoice.dbf: its rows in office.mdb are deleted and "
+              "nothing is converted in their place. Check the number (as the old program shows it) before going on.\n";
+    }
+  }
   text.pop_back();  // the last line ends where the face puts its answer
   return text;
 }

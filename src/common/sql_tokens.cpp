@@ -34,6 +34,9 @@ std::vector<SqlToken> TokenizeSql(std::string_view sql) {
         if (i >= sql.size()) return fail("a quoted text is not closed", i);
         if (sql[i] != c) {
           token.text += sql[i];
+          // The program's quoting doubles '#' and '*' as well as the quote: a literal compares
+          // as the text before quoting.
+          if ((sql[i] == '#' || sql[i] == '*') && i + 1 < sql.size() && sql[i + 1] == sql[i]) ++i;
         } else if (i + 1 < sql.size() && sql[i + 1] == c) {
           token.text += c;
           ++i;

@@ -1,5 +1,6 @@
 // The one SQL tokenizer, shared by the FoxPro record sources and the Jet record sets: names,
-// [bracketed names], 'text' or "text" literals (a doubled quote is one quote), numbers and
+// [bracketed names], 'text' or "text" literals (a doubled quote is one quote, and so are a doubled
+// '#' and a doubled '*', which the program's quoting doubles), numbers and
 // the symbols = <> != < > <= >= ( ) , . * ; - +. Each parser keeps its own grammar and its own
 // error messages; this only splits the text and says where it could not.
 #pragma once
@@ -16,7 +17,7 @@ struct SqlToken {
     End,         // after the last token
     Name,        // a word: letters, digits, '_' and bytes of UTF-8 sequences, not all digits
     QuotedName,  // [name], without the brackets
-    Text,        // a quoted literal, quotes removed and doubled quotes undoubled
+    Text,        // a quoted literal, quotes removed and doubled quotes, ## and ** undoubled
     Number,      // digits with perhaps a decimal point
     Symbol,      // an operator or punctuation; "!=" is given as "<>"
     Error,       // the text could not be split here: TEXT says why

@@ -9,6 +9,7 @@
 #include "convert/orders/expenses.h"
 #include "convert/orders/invoices.h"
 #include "convert/orders/massage.h"
+#include "convert/orders/order_fields.h"
 #include "convert/orders/property.h"
 #include "convert/parties/form_types.h"
 #include "data/duplicate_clients.h"
@@ -24,7 +25,12 @@ app::TableCounts Office::TargetRowCounts() { return connections_.TargetRowCounts
 app::TableCounts Office::CommittedRowCounts() { return connections_.CommittedRowCounts(); }
 void Office::Connect2Data() { connections_.Connect2Data(); }
 void Office::LoadCompanyLabels() { connections_.LoadCompanyLabels(); }
-void Office::PrepareSource() { connections_.PrepareSource(); }
+void Office::PrepareSource() {
+  connections_.PrepareSource();
+  // Before the confirmation: a listed number the source does not hold is named there, since the
+  // run deletes its rows and has nothing to convert in their place.
+  context_.form().FileNumbersNotFound = ListedNumbersNotInSource(context_);
+}
 void Office::AdoConnect() { connections_.AdoConnect(); }
 app::StepResult Office::ClearSelectedTables() { return data::ClearSelectedTables(context_); }
 app::StepResult Office::FixPropertyFileNum() { return data::FixPropertyFileNum(context_); }

@@ -3,6 +3,7 @@
 
 #include "app/result_lists.h"
 #include "app/vb_text.h"
+#include "common/sql_tokens.h"
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"
@@ -15,6 +16,17 @@ namespace {
 void LogStop(Context& context) {
   context.Log("Conversion aborted (ESC key): " + app::DateTimeText(context.main_form().clock().Now()));
   context.main_form().CloseLog();
+}
+
+// The other controls on client.dbf read their records before the correction wrote the new
+// keys: each opens its record source again, so the client conversion and the bill-to and
+// client look-ups of the steps after it see the corrected keys.
+void ReadCorrectedClients(Context& context, DataControl& corrected) {
+  if (corrected.bound()) corrected.Recordset().Flush();
+  context.connections().source().ForEach([&](DataControl& control) {
+    if (&control == &corrected || !control.bound() || UpperAscii(control.BoundSource) != "CLIENT") return;
+    context.Guard("CorrectDuplicateClients", [&] { control.Refresh(); });
+  });
 }
 
 }  // namespace
@@ -104,6 +116,7 @@ app::StepResult CheckAndCorrectDuplicateClients(Context& context) {
   app::StepResult result = CheckDuplicateClientKeys(context);
   if (context.AbortRequested() || context.form().lstduplicateclients.empty()) return result;
   result.ledger.Merge(CorrectDuplicateClients(context).ledger);
+  ReadCorrectedClients(context, context.Source(app::SourceControl::datClient));
   if (context.AbortRequested()) return result;
   context.main_form().MsgBox("Invalid Client records were found and corrected automatically.");
   return result;

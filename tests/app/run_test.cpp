@@ -137,7 +137,8 @@ TEST_F(RunTest, TheConfirmationSaysWhatTheRunWillChange) {
             "- REPAIRS the source tables in " + source + "/ in place (Preliminary Corrections: illegal file "
             "numbers and invalid client keys are corrected and written back). A copy of each table it "
             "changes goes first into " + source + "/qorvane-backup-261115-957/.\n"
-            "- Converts only the file numbers 1001 and 1002-A.");
+            "- Converts only the file numbers 1001 and 1002-A, each afresh: their rows in " + target +
+            "/office.mdb are deleted first.");
   EXPECT_FALSE(view.gathered[0]) << "the question is asked at once, not gathered";
 }
 
@@ -394,12 +395,16 @@ TEST_F(RunTest, ViewLogChoiceOpensTheLogAndACompletedRunStoresItsChoices) {
   EXPECT_FALSE(next.form().Checked(CheckBox::ckbProperty));
 }
 
-TEST_F(RunTest, TwoRunsInOneSecondKeepBothLogsAndAnUnsetTargetLogsIntoTheSettingsFolder) {
-  main_form.cmdNEWConvert();
-  main_form.cmdNEWConvert();
-  EXPECT_EQ(main_form.LogPath(), target + "/ConvLog-261115-957.log");
+// Logs of runs started in one second are numbered in the order the runs started (the earlier
+// log was renamed to -2 before, so a third run left them out of order).
+TEST_F(RunTest, RunsInOneSecondKeepEveryLogNumberedInTimeOrderAndAnUnsetTargetLogsIntoTheSettingsFolder) {
+  for (int run = 0; run < 3; ++run) main_form.cmdNEWConvert();
+  EXPECT_EQ(main_form.LogPath(), target + "/ConvLog-261115-957-3.log");
   EXPECT_TRUE(std::filesystem::exists(target + "/ConvLog-261115-957-2.log"));
   EXPECT_TRUE(std::filesystem::exists(target + "/ConvLog-261115-957.log"));
+  auto modified = [&](const std::string& name) { return std::filesystem::last_write_time(target + "/" + name); };
+  EXPECT_LE(modified("ConvLog-261115-957.log"), modified("ConvLog-261115-957-2.log"));
+  EXPECT_LE(modified("ConvLog-261115-957-2.log"), modified("ConvLog-261115-957-3.log"));
 
   main_form.form().txtZulPath = "  ";
   main_form.cmdNEWConvert();

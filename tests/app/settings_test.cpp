@@ -79,6 +79,24 @@ TEST(StartUp, DataDirectoriesComeFromTheProgramsSettingsFiles) {
   overridden.FormLoad({dir.path() + "/elsewhere", std::nullopt});
   EXPECT_FALSE(overridden.session().DirectoriesSet);
   EXPECT_EQ(overridden.session().Paths.target_folder, dir.path() + "/zul/");
+
+  // The last run's folder (FOXCON.INI) wins over VL.ini's, and the start-up says which it took;
+  // a database zul.ini names other than office.mdb is said to be left alone.
+  std::filesystem::create_directories(dir.path() + "/pyx-copy");
+  std::ofstream(dir.path() + "/pyx-copy/PROPERTY.DBF") << "x";
+  std::ofstream(settings + "/FOXCON.INI") << "[PATHS]\nPyxPath=" << dir.path() << "/pyx-copy/\n";
+  std::ofstream(settings + "/ZUL.INI", std::ios::app) << "[DIRECTORIES]\nDATAFILE=zul2026.mdb\n";
+  test::FakeView last_view;
+  MainForm last(last_view, Settings(settings), clock);
+  last.FormLoad();
+  EXPECT_EQ(last.session().Paths.source_folder, dir.path() + "/pyx-copy/");
+  std::string notices;
+  for (const std::string& notice : last_view.notices) notices += notice + "\n";
+  EXPECT_NE(notices.find("The last run's folder " + dir.path() + "/pyx-copy/ (" + settings + "/FOXCON.INI) is used, not " +
+                         dir.path() + "/pyx named in " + settings + "/VL.ini"),
+            std::string::npos) << notices;
+  EXPECT_NE(notices.find("zul.ini names the database zul2026.mdb ([DIRECTORIES] DATAFILE)"), std::string::npos)
+      << notices;
 }
 
 }  // namespace

@@ -27,10 +27,7 @@ app::StepResult ConvertAppliedDBF(data::Context& context) {
     applied.RecordSource = "Select * from applied";
     applied.Refresh();
     if (applied.Recordset().RecordCount() == 0) return {};
-    if (!context.FileNumbers().empty()) {
-      applied.RecordSource = "Select * from applied where TRIM(UCASE(file_num))='" + TrimUpper(context.SingleFileNumber()) + "'";
-      applied.Refresh();
-    }
+    if (!context.FileNumbers().empty()) SelectListedNumber(applied, "applied", "file_num", context.SingleFileNumber());
 
     std::unordered_set<std::string> converted;
     data::RecordLoop loop;

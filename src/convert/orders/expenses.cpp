@@ -1,7 +1,8 @@
 // The expense steps (see expenses.h).
 //
 // Appraiser expenses: each record of apprexp.dbf belongs to the order File_num names, keyed as
-// the order step keys it (File_num with "-A", right-justified in 10). An expense whose order is
+// the order step keys it (File_num with "-A", right-justified in 10; an illegal one corrected
+// silently, as the payment step corrects its own). An expense whose order is
 // not in Property is not converted (listed, with a DATA line). The row's code is "E" and the
 // expense number, so it never meets the "0" of a converted payment; a row whose combined key
 // (file number, code, appraiser) is already in Assigned is not added again, which keeps a
@@ -72,8 +73,8 @@ void SetClientExpenses(data::Context& context, ClientExpenses& expenses, std::st
     if (!cliexp.bound()) return;
     if (!expenses.index.built()) expenses.index.Build(cliexp, "INV_NUM");
     AdoControl& invoice = context.Target(TargetControl::adoinvoice);
-    // The number as the office's query quoted it, compared trimmed and upper-cased.
-    for (auto record : expenses.index.Records(data::SqlQuote(invoice_number))) {
+    // Compared trimmed and upper-cased, as the value itself: quoting is for SQL text only.
+    for (auto record : expenses.index.Records(invoice_number)) {
       data::DATgoto(cliexp, record);
       const Slot* slot = SlotOf(TrimUpper(data::DATgetfield(cliexp, "EXP_TYPE")));
       if (!slot) continue;
@@ -143,19 +144,19 @@ app::StepResult ConvertApprExpDBF(data::Context& context) {
     loop.source = &expenses;
     loop.show = [&](std::int64_t) { ShowApprExpProgress(context, data::DATgetfield(expenses, "File_num")); };
     loop.key = [&] { return "File_num " + data::DATgetfield(expenses, "File_num"); };
-    // With listed file numbers, only the expenses of those orders.
+    // With listed file numbers, only the expenses of those orders, a pass each. The pass does
+    // not move txtfilenum: the payment step converts the number the order steps left there.
     loop.select_file_number = [&](const std::string& number) {
-      ShowListedFileNumber(context, number);
-      select(" where TRIM(UCASE(file_num))='" + data::SqlQuote(TrimUpper(number)) + "'");
+      SelectListedNumber(expenses, "apprexp", "file_num", number);
     };
     if (context.FileNumbers().empty()) select("");
 
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
       std::string candidate = data::RightJustify(data::DATgetfield(expenses, "File_num") + "-A", 10);
       for (char& c : candidate) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-      std::optional<std::string> checked = CheckIllegalNumber(context, kPropertyNumberTexts, candidate);
-      if (!checked) return app::RecordResult::Skipped("illegal file number whose correction is already in office.mdb");
-      std::string key = data::MakeFileNumber(*checked);
+      // An illegal number is corrected silently, as the order step corrected its order's.
+      if (data::HasIllegalFileChars(candidate)) candidate = data::FixIllegalFileChars(candidate);
+      std::string key = data::MakeFileNumber(candidate);
       RecordPlace place{context, "apprexp.dbf", "file number " + TrimBlanks(key)};
 
       data::SelectProperty(orders, key);

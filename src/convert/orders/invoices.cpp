@@ -63,8 +63,8 @@ void SetInvoiceFields(data::Context& context, const RecordPlace& place, ClientEx
 }
 
 void OpenInvoiceSource(data::Context& context) {
-  OpenOrderSource(context, {"OpenInvoiceSource", SourceControl::datinvoice, "Select * from Invoice",
-                            TargetControl::adoinvoice, data::SelectInvoice, data::SelectInvoice});
+  OpenOrderSource(context, {"OpenInvoiceSource", SourceControl::datinvoice, "Invoice", "inv_num",
+                            TargetControl::adoinvoice, data::SelectInvoice, true});
 }
 
 app::StepResult ConvertInvoiceDBF(data::Context& context) {
@@ -79,7 +79,6 @@ app::StepResult ConvertInvoiceDBF(data::Context& context) {
     AdoControl& invoice = context.Target(TargetControl::adoinvoice);
     AdoControl& orders = context.Target(TargetControl::adoquery);
     auto empty = [&] { return !source.bound() || source.Recordset().RecordCount() == 0; };
-    bool ended = false;  // a pass without records ends the step, silently
 
     ShownCounter counter;
     ClientExpenses expenses;
@@ -90,11 +89,15 @@ app::StepResult ConvertInvoiceDBF(data::Context& context) {
     loop.counter_in_label = false;
     loop.show = [&](std::int64_t at) { counter.Set(at); };
     loop.key = [&] { return "inv_num " + data::DATgetfield(source, "inv_num"); };
+    // A listed number invoice.dbf does not hold is said in the log; the numbers after it are
+    // still converted.
     loop.select_file_number = [&](const std::string& number) {
-      if (ended) return;
       ShowListedFileNumber(context, number);
       OpenInvoiceSource(context);
-      ended = empty();
+      if (empty()) {
+        context.Log("(invoice # " + TrimUpper(number) +
+                    " is not in invoice.dbf: its invoice in office.mdb was deleted and nothing converted it again)");
+      }
     };
     if (context.FileNumbers().empty()) {
       OpenInvoiceSource(context);

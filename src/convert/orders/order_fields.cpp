@@ -4,8 +4,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <unordered_set>
 
 #include "data/fields.h"
 #include "data/file_numbers.h"
@@ -109,19 +111,87 @@ void FirstListedFileNumber(data::Context& context) {
 
 void ShowListedFileNumber(data::Context& context, const std::string& number) { context.form().txtfilenum = number; }
 
+std::vector<std::string> ListedNumberForms(std::string_view number) {
+  std::vector<std::string> forms{TrimUpper(number)};
+  while (data::HasIllegalFileChars(forms.back()) && forms.size() < 8) {
+    std::string cleaned;
+    for (char c : forms.back()) {
+      if (c != ' ') cleaned += c;
+    }
+    std::string corrected = data::FixIllegalFileChars(cleaned);
+    if (corrected == forms.back()) break;
+    forms.push_back(std::move(corrected));
+  }
+  return forms;
+}
+
+std::string SelectListedNumber(data::DataControl& control, std::string_view table, std::string_view field,
+                               std::string_view number) {
+  std::vector<std::string> forms = ListedNumberForms(number);
+  for (const std::string& form : forms) {
+    control.RecordSource = "Select * from " + std::string(table) + " where TRIM(UCASE(" + std::string(field) + "))='" +
+                           data::SqlQuote(form) + "'";
+    control.Refresh();
+    if (control.Recordset().RecordCount() > 0) return form;
+  }
+  // None holds it: the record set stays on the typed form, empty.
+  control.RecordSource = "Select * from " + std::string(table) + " where TRIM(UCASE(" + std::string(field) + "))='" +
+                         data::SqlQuote(forms.front()) + "'";
+  control.Refresh();
+  return forms.front();
+}
+
+std::vector<std::string> ListedNumbersNotInSource(data::Context& context) {
+  std::vector<std::string> missing;
+  if (context.FileNumbers().empty()) return missing;
+  std::unordered_set<std::string> held;
+  auto collect = [&](app::SourceControl id, const char* field) {
+    data::DataControl& control = context.Source(id);
+    if (!control.bound()) return;
+    context.Guard("ListedNumbersNotInSource", [&] {
+      foxpro::RecordSet& records = control.Recordset();
+      const std::string name(field);
+      for (records.MoveFirst(); !records.EndOfFile(); records.MoveNext()) held.insert(TrimUpper(records.GetValue(name).text));
+    });
+  };
+  collect(app::SourceControl::datproperty, "File_num");
+  collect(app::SourceControl::datinvoice, "Inv_num");
+  for (const std::string& number : context.FileNumbers()) {
+    std::vector<std::string> forms = ListedNumberForms(number);
+    if (std::none_of(forms.begin(), forms.end(), [&](const std::string& form) { return held.count(form) != 0; })) {
+      missing.push_back(TrimUpper(number));
+    }
+  }
+  return missing;
+}
+
 void OpenOrderSource(data::Context& context, const OrderSource& order) {
   context.Guard(order.routine, [&] {
     data::DataControl& source = context.Source(order.source);
     if (context.FileNumbers().empty()) {
-      source.RecordSource = order.whole_table;
+      source.RecordSource = std::string("Select * from ") + order.table;
       source.Refresh();
       return;
     }
-    const std::string& number = context.SingleFileNumber();
-    order.select_source(source, data::PadInvNum(number));
+    std::string number = SelectListedNumber(source, order.table, order.number_field, context.SingleFileNumber());
+    // The keys the pass writes its record under: "-A" appended, right-justified in ten (the
+    // order step's candidate keeps the last ten characters of a longer one), and the corrected
+    // form of an illegal number.
+    std::vector<std::string> keys;
+    auto add = [&](const std::string& key) {
+      if (std::find(keys.begin(), keys.end(), key) == keys.end()) keys.push_back(key);
+    };
+    std::vector<std::string> forms{number};
+    if (order.delete_corrected_form) forms.push_back(data::FixIllegalFileChars(number));
+    for (const std::string& form : forms) {
+      add(data::MakeFileNumberDashA(form));
+      add(data::MakeFileNumber(data::RightJustify(form + "-A", 10)));
+    }
     data::AdoControl& target = context.Target(order.target);
-    order.select_target(target, data::MakeFileNumberDashA(number));
-    data::DeleteAllRows(target);
+    for (const std::string& key : keys) {
+      order.select_target(target, key);
+      data::DeleteAllRows(target);
+    }
   });
 }
 

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "app/ledger.h"
 #include "data/context.h"
@@ -64,17 +65,38 @@ std::optional<std::string> CheckIllegalNumber(data::Context& context, const Ille
 void FirstListedFileNumber(data::Context& context);
 void ShowListedFileNumber(data::Context& context, const std::string& number);
 
+// The forms a listed file number can stand in the source: as typed (trimmed, upper-cased), then,
+// while it holds a character not allowed in a file number, as the preliminary corrections store
+// it (blanks removed, the first kind of illegal character made "-"). One form when it is legal.
+std::vector<std::string> ListedNumberForms(std::string_view number);
+
+// Points CONTROL at the records of TABLE whose trimmed, upper-cased FIELD is the listed NUMBER,
+// in the first of its forms (ListedNumberForms) that the table holds, whatever the field's
+// justification. Returns that form (the typed one when the table holds none).
+std::string SelectListedNumber(data::DataControl& control, std::string_view table, std::string_view field,
+                               std::string_view number);
+
+// The listed file numbers that neither property.dbf nor invoice.dbf holds in any of their forms:
+// a run limited to them deletes their rows in office.mdb and converts nothing in their place.
+std::vector<std::string> ListedNumbersNotInSource(data::Context& context);
+
 // The order table a step reads from, and how its rows of one file number are found.
 struct OrderSource {
   const char* routine;                    // the routine name the error reporter gives
   app::SourceControl source;              // the .dbf record set
-  const char* whole_table;                // its record source without a listed file number
+  const char* table;                      // "Property"
+  const char* number_field;               // its file-number field, "file_num"
   app::TargetControl target;              // the office.mdb record set
-  void (*select_source)(data::DataControl&, std::string_view);
   void (*select_target)(data::AdoControl&, std::string_view);
+  // Whether the rows of an illegal number's corrected form are deleted too. The order step
+  // refuses an illegal number whose correction has an invoice, so it keeps that row rather
+  // than delete an order it will not write again; the invoice step writes it again.
+  bool delete_corrected_form;
 };
 // Binds the source record set to its whole table or, with listed file numbers, to the records
-// of the one being worked on, whose rows in office.mdb are then deleted to be written afresh.
+// of the one being worked on, whose rows in office.mdb are then deleted to be written afresh:
+// the rows of its "-A" key, of the key the order step writes a long number under (its last
+// ten characters), and as the step says, of its corrected form.
 void OpenOrderSource(data::Context& context, const OrderSource& order);
 
 // The counter of the record being worked on, which a converter shows in lblRecord only once a

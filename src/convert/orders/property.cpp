@@ -154,6 +154,9 @@ void AddCustomFormType(data::Context& context, std::string_view ass_type) {
     AdoControl& property = context.Target(TargetControl::adoproperty);
     std::string code = data::AdoTrim(formtypes, TrimUpper(ass_type), "FormType");
     if (!data::AdoFindRec(formtypes, data::FilterFormtype(code))) {
+      context.Log("FormTypes: custom form type " + code + " added for a form code the mapping does not know; its "
+                  "AppraiserFee and ClientFee rows are added by the next run of the appraiser and client form-type "
+                  "steps, which ran before this one");
       data::AddNewRow(formtypes, [&] {
         data::AdoSetField(formtypes, code, "FormType");
         data::AdoSetField(formtypes, "Custom Type " + code, "FormDesc");
@@ -169,8 +172,8 @@ void AddCustomFormType(data::Context& context, std::string_view ass_type) {
 }
 
 void OpenPropertySource(data::Context& context) {
-  OpenOrderSource(context, {"OpenPropertySource", SourceControl::datproperty, "Select * from Property",
-                            TargetControl::adoproperty, data::SelectProperty, data::SelectProperty});
+  OpenOrderSource(context, {"OpenPropertySource", SourceControl::datproperty, "Property", "file_num",
+                            TargetControl::adoproperty, data::SelectProperty, false});
 }
 
 app::StepResult ConvertPropertyDBF(data::Context& context) {
@@ -184,13 +187,7 @@ app::StepResult ConvertPropertyDBF(data::Context& context) {
     DataControl& source = context.Source(SourceControl::datproperty);
     AdoControl& property = context.Target(TargetControl::adoproperty);
     auto empty = [&] { return !source.bound() || source.Recordset().RecordCount() == 0; };
-    // A pass that finds no records ends the step: the passes of later listed numbers find
-    // the same empty selection and convert nothing.
-    bool ended = false;
-    auto no_records = [&] {
-      context.Log("No records found in property.dbf");
-      ended = true;
-    };
+    auto no_records = [&] { context.Log("No records found in property.dbf"); };
 
     ShownCounter counter;
     std::unordered_set<std::string> converted;  // keys this run wrote, to name repeats
@@ -200,11 +197,16 @@ app::StepResult ConvertPropertyDBF(data::Context& context) {
     loop.counter_in_label = false;
     loop.show = [&](std::int64_t at) { counter.Set(at); };
     loop.key = [&] { return "File_num " + data::DATgetfield(source, "File_num"); };
+    // A listed number property.dbf does not hold gets its own line, and the passes of the
+    // numbers after it still run: each listed number is converted.
     loop.select_file_number = [&](const std::string& number) {
-      if (ended) return;
       ShowListedFileNumber(context, number);
       OpenPropertySource(context);
-      if (empty()) no_records();
+      if (empty()) {
+        no_records();
+        context.Log("(file number " + TrimUpper(number) +
+                    " is not in property.dbf: its order in office.mdb was deleted and nothing converted it again)");
+      }
     };
     if (context.FileNumbers().empty()) {
       OpenPropertySource(context);

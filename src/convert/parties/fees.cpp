@@ -4,7 +4,10 @@
 // the source table's index.
 #include "convert/parties/fees.h"
 
+#include <fmt/format.h>
+
 #include <functional>
+#include <map>
 
 #include "app/paths.h"
 #include "data/fields.h"
@@ -52,7 +55,9 @@ std::vector<FormTypeEntry> ReadFormTypes(data::Context& context, const char* rou
   data::RunRecordLoop(context, loop, [&] {
     entries.push_back({data::UCaseTrim(data::adogetfield(form_types, "FORMTYPE")),
                        data::UCaseTrim(data::adogetfield(form_types, "FORM")),
-                       data::adogetfieldSingle(form_types, "DisplayOrder")});
+                       data::adogetfieldSingle(form_types, "DisplayOrder"),
+                       !data::adogetfieldtf(form_types, "STANDARD") &&
+                           data::UCaseTrim(data::adogetfield(form_types, "CATEGORY")) == "USER"});
     return RecordResult::Unchanged();
   });
   return entries;
@@ -60,10 +65,12 @@ std::vector<FormTypeEntry> ReadFormTypes(data::Context& context, const char* rou
 
 // One party's row per form type in FEES: added through ADD_ROW when FIND finds no row for the
 // key (form type code followed by the name), else given the form type's display order.
+// ADDED_CUSTOM, when given, counts the rows added per custom form type.
 RecordResult AddFormRows(data::Context& context, AdoControl& fees, const std::string& name,
                          const std::vector<FormTypeEntry>& form_types,
                          const std::function<bool(const std::string&)>& find,
-                         const std::function<void(const FormTypeEntry&)>& add_row) {
+                         const std::function<void(const FormTypeEntry&)>& add_row,
+                         std::map<std::string, std::int64_t>* added_custom = nullptr) {
   int added = 0;
   int updated = 0;
   for (const FormTypeEntry& form_type : form_types) {
@@ -71,6 +78,7 @@ RecordResult AddFormRows(data::Context& context, AdoControl& fees, const std::st
     if (!find(form_type.code + name)) {
       data::AddNewRow(fees, [&] { add_row(form_type); });
       ++added;
+      if (added_custom && form_type.custom) ++(*added_custom)[form_type.code];
     } else {
       data::UpdateRow(fees, [&] { data::AdoSetFieldSingle(fees, form_type.display_order, "DisplayOrder"); });
       ++updated;
@@ -78,6 +86,23 @@ RecordResult AddFormRows(data::Context& context, AdoControl& fees, const std::st
   }
   if (added) return RecordResult::Added();
   return updated ? RecordResult::Updated() : RecordResult::Unchanged();
+}
+
+// The log's account of fee rows added for custom form types: the order step of an earlier run
+// made those types after this step had run, so a second run adds rows the first could not.
+void NoteCustomFormTypeRows(data::Context& context, const char* table,
+                            const std::map<std::string, std::int64_t>& added_custom) {
+  if (added_custom.empty()) return;
+  std::int64_t rows = 0;
+  std::string codes;
+  for (const auto& [code, count] : added_custom) {
+    rows += count;
+    codes += (codes.empty() ? "" : ", ") + code;
+  }
+  context.Log(fmt::format("{}: {} rows added for the custom form types {}: the order step of an earlier run made "
+                          "them (for form codes the old program used) after this step had run, so they get their "
+                          "rows now",
+                          table, rows, codes));
 }
 
 // Walks the parties of PARTY_CONTROL (its column PARTY_COLUMN) and gives each its form rows.
@@ -118,7 +143,6 @@ app::StepResult ConvertApprFeeDBF(data::Context& context) {
     data::RecordLoop loop;
     loop.routine = "ConvertApprFeeDBF";
     loop.source = &source;
-    loop.counter_in_label = false;  // the label shows the appraiser number, not the counter
     loop.show = [&](std::int64_t) {
       context.form().lblCaption = "Apprfee.DBF Apprfee";
       context.form().lblAddress = data::DATgetfield(source, "App_Num");
@@ -165,7 +189,6 @@ app::StepResult ConvertClientFeeDBF(data::Context& context) {
     data::RecordLoop loop;
     loop.routine = "ConvertClientFeeDBF";
     loop.source = &source;
-    loop.counter_in_label = false;  // the label shows the client number, not the counter
     loop.show = [&](std::int64_t) {
       context.form().lblCaption = "CliFee.DBF Client";
       context.form().lblAddress = data::DATgetfield(source, "Cli_Num");
@@ -244,46 +267,70 @@ void EditClientFormFee(data::Context& context, std::string_view form_type, std::
   data::AdoSetFieldSingle(fees, amount, "Amount");
 }
 
-RecordResult AddAllFormTypes(data::Context& context, const std::string& appraiser,
-                             const std::vector<FormTypeEntry>& form_types) {
+namespace {
+
+RecordResult AddAppraiserFormRows(data::Context& context, const std::string& appraiser,
+                                  const std::vector<FormTypeEntry>& form_types,
+                                  std::map<std::string, std::int64_t>* added_custom) {
   AdoControl& fees = context.Target(TargetControl::adoappraiserfee);
   return AddFormRows(
       context, fees, appraiser, form_types, [&](const std::string& key) { return FindFormAppraiser(context, key); },
       [&](const FormTypeEntry& form_type) {
         EditAppraiserForm(context, form_type.code, appraiser, true);
         data::AdoSetFieldSingle(fees, form_type.display_order, "DisplayOrder");
-      });
+      },
+      added_custom);
 }
 
-RecordResult AddAllFormsClient(data::Context& context, const std::string& client,
-                               const std::vector<FormTypeEntry>& form_types) {
+RecordResult AddClientFormRows(data::Context& context, const std::string& client,
+                               const std::vector<FormTypeEntry>& form_types,
+                               std::map<std::string, std::int64_t>* added_custom) {
   AdoControl& fees = context.Target(TargetControl::adoclientfee);
   return AddFormRows(
       context, fees, client, form_types, [&](const std::string& key) { return FindFormClient(context, key); },
       [&](const FormTypeEntry& form_type) {
         EditClientForm(context, form_type.code, client, true, form_type.display_order);
-      });
+      },
+      added_custom);
+}
+
+}  // namespace
+
+RecordResult AddAllFormTypes(data::Context& context, const std::string& appraiser,
+                             const std::vector<FormTypeEntry>& form_types) {
+  return AddAppraiserFormRows(context, appraiser, form_types, nullptr);
+}
+
+RecordResult AddAllFormsClient(data::Context& context, const std::string& client,
+                               const std::vector<FormTypeEntry>& form_types) {
+  return AddClientFormRows(context, client, form_types, nullptr);
 }
 
 app::StepResult AddFormTypesAppraiser(data::Context& context) {
   return context.Guard("AddFormTypesAppraiser", [&]() -> app::StepResult {
     PointAt(context.Target(TargetControl::adoappraiserfee), kAppraiserFeeTable);
-    return AddFormTypesToParties(context, "AddFormTypesAppraiser", context.Target(TargetControl::adoappraiser),
-                                 "Select * from Appraiser", "Appraiser", "Appraiser",
-                                 [&](const std::string& name, const std::vector<FormTypeEntry>& form_types) {
-                                   return AddAllFormTypes(context, name, form_types);
-                                 });
+    std::map<std::string, std::int64_t> added_custom;
+    app::StepResult result = AddFormTypesToParties(
+        context, "AddFormTypesAppraiser", context.Target(TargetControl::adoappraiser), "Select * from Appraiser",
+        "Appraiser", "Appraiser", [&](const std::string& name, const std::vector<FormTypeEntry>& form_types) {
+          return AddAppraiserFormRows(context, name, form_types, &added_custom);
+        });
+    NoteCustomFormTypeRows(context, "AppraiserFee", added_custom);
+    return result;
   });
 }
 
 app::StepResult AddFormTypesClient(data::Context& context) {
   return context.Guard("AddFormTypesClient", [&]() -> app::StepResult {
     PointAt(context.Target(TargetControl::adoclientfee), kClientFeeTable);
-    return AddFormTypesToParties(context, "AddFormTypesClient", context.Target(TargetControl::adoclient),
-                                 "Select * from Client", "Client", "Client.DBF",
-                                 [&](const std::string& name, const std::vector<FormTypeEntry>& form_types) {
-                                   return AddAllFormsClient(context, name, form_types);
-                                 });
+    std::map<std::string, std::int64_t> added_custom;
+    app::StepResult result = AddFormTypesToParties(
+        context, "AddFormTypesClient", context.Target(TargetControl::adoclient), "Select * from Client", "Client",
+        "Client.DBF", [&](const std::string& name, const std::vector<FormTypeEntry>& form_types) {
+          return AddClientFormRows(context, name, form_types, &added_custom);
+        });
+    NoteCustomFormTypeRows(context, "ClientFee", added_custom);
+    return result;
   });
 }
 

@@ -22,6 +22,9 @@ struct FormTypeEntry {
   std::string code;  // FORMTYPE, trimmed and upper-cased
   std::string form;  // FORM, trimmed and upper-cased
   float display_order = 0;
+  // A custom type the order step made for a form code it did not know (not standard, category
+  // USER): made after the form-type steps of its run, it gets its fee rows in the next run.
+  bool custom = false;
 };
 
 // Every appraiser (client) of the target gets a row per form type: added when missing, its

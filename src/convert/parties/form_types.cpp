@@ -167,7 +167,6 @@ app::StepResult ConvertFormTypesDBF(data::Context& context) {
     data::RecordLoop loop;
     loop.routine = "ConvertFormTypesDBF";
     loop.source = &forms;
-    loop.counter_in_label = false;
     loop.show = [&](std::int64_t) {
       UpdateFormLabels(context, forms);
     };

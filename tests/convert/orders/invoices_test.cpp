@@ -4,6 +4,8 @@
 // and invoices left untouched, and a run limited to listed file numbers.
 #include "convert/orders/invoices.h"
 
+#include <set>
+
 #include "order_office.h"
 
 namespace qorvane::convert::test_orders {
@@ -154,19 +156,31 @@ TEST_F(OrdersTest, ASecondRunOverwritesOrdersInPlaceLeavesInvoicesAndAddsNothing
   EXPECT_EQ(Ledger("invoice").count(app::RecordOutcome::Added), 0);
 }
 
-TEST_F(OrdersTest, ARunLimitedToListedNumbersConvertsOnlyThose) {
+// Listed numbers select their records as the old program stores them (left-justified), or
+// right-justified: it used to pad the listed number and find nothing, after deleting its rows.
+TEST_F(OrdersTest, ARunLimitedToListedNumbersConvertsOnlyThoseWhateverTheirJustification) {
   Source office = SmallOffice();
-  // The listed pass selects the order by its right-justified number.
-  for (Record& order : office.property) order["FILE_NUM"] = Text(std::string(10 - order["FILE_NUM"].text.size(), ' ') + order["FILE_NUM"].text);
+  office.property[1]["FILE_NUM"] = Text("      1002");
+  office.invoice[1]["INV_NUM"] = Text("      1002");
   Write(office);
-  auto lines = Run(kOrderSteps, {}, {"1001", "1002"});
+  auto lines = Run(kOrderSteps, {}, {"5555", "1001", "1002"});
   auto orders = RowsBy("Property", "FileNumber");
   EXPECT_EQ(orders.size(), 2u);
-  EXPECT_EQ(orders.count("12-3-A"), 0u);
+  EXPECT_EQ(orders.count("1001-A"), 1u);
+  EXPECT_EQ(orders.count("1002-A"), 1u);
   auto invoices = RowsBy("Invoice", "FileNumber");
   EXPECT_EQ(invoices.size(), 2u);
   EXPECT_EQ(invoices["1002-A"]["ReportFee"], "150");
-  // Payments take only the number txtfilenum shows last: 1002.
+  // A listed number the source does not hold is said, and the numbers after it still convert.
+  EXPECT_TRUE(Has(lines, "No records found in property.dbf"));
+  EXPECT_TRUE(Has(lines, "(file number 5555 is not in property.dbf: its order in office.mdb was deleted and nothing "
+                         "converted it again)"));
+  EXPECT_EQ(program.main_form->form().FileNumbersNotFound, std::vector<std::string>{"5555"});
+  EXPECT_TRUE(std::any_of(view.messages.begin(), view.messages.end(), [](const std::string& message) {
+    return message.find("Do you wish to continue?") != std::string::npos &&
+           message.find("- 5555 is in neither property.dbf nor invoice.dbf") != std::string::npos;
+  }));
+  // Payments take only the last listed number, which the order walks leave in txtfilenum.
   for (auto& [key, row] : RowsBy("Assigned", "FileNumberCodeAppraiser")) {
     if (row["DescCode"] == "0") {
       EXPECT_EQ(row["FileNumber"], "    1002-A") << key;
@@ -181,6 +195,95 @@ TEST_F(OrdersTest, ARunLimitedToListedNumbersConvertsOnlyThose) {
   Run({Step::Property}, {}, {"1001"});
   EXPECT_NE(RowsBy("Property", "FileNumber")["1001-A"]["ID"], first_id);
   EXPECT_EQ(Rows("Property").size(), 2u);
+}
+
+// The expense step used to walk txtfilenum along the list, so the payment step converted the
+// last listed number's payments only when the order steps ran before it.
+TEST_F(OrdersTest, ThePaymentStepTakesTheLastListedNumberWhateverStepsRanBefore) {
+  Write(SmallOffice());
+  Run({Step::FormTypes, Step::Property}, {}, {});
+  Run({Step::ApprExp, Step::Applied}, {}, {"1002", "1001"});
+  std::set<std::string> paid;
+  for (auto& [key, row] : RowsBy("Assigned", "FileNumberCodeAppraiser")) {
+    if (row["DescCode"] == "0") paid.insert(row["FileNumber"]);
+  }
+  EXPECT_EQ(paid, std::set<std::string>{"    1001-A"});
+  EXPECT_EQ(RowsBy("Assigned", "FileNumberCodeAppraiser").count("1001-AE1SMITH"), 1u);
+}
+
+// With the corrections, a listed number as the office knows it ("12#3") is found in its
+// corrected form, and its earlier row under the corrected key is converted afresh.
+TEST_F(OrdersTest, AListedIllegalNumberIsFoundInItsCorrectedForm) {
+  Write(SmallOffice());
+  Run(kOrderSteps);
+  auto first_id = RowsBy("Property", "FileNumber")["12-3-A"]["ID"];
+  app::FormModel& form = Load().form();
+  for (Step step : kOrderSteps) form.SetCheck(app::InfoOf(step).check_box, true);
+  form.SetCheck(app::CheckBox::ckbPrelim, true);
+  form.lstfilenum = {"12#3"};
+  Convert();
+  EXPECT_TRUE(form.FileNumbersNotFound.empty());
+  auto orders = RowsBy("Property", "FileNumber");
+  EXPECT_EQ(orders.size(), 3u);
+  EXPECT_NE(orders["12-3-A"]["ID"], first_id);
+  EXPECT_EQ(orders["12-3-A"]["Address"], "3 Oak");
+  EXPECT_EQ(RowsBy("Invoice", "FileNumber").count("12-3-A"), 1u);
+}
+
+// Client expenses were looked up by the SQL-quoted number, so a number holding ' or # lost
+// every expense; and an expense of an order whose number was corrected was refused against the
+// order's own invoice.
+TEST_F(OrdersTest, ExpensesOfNumbersHoldingQuotesHashesAndCorrectionsAreKept) {
+  Source office = SmallOffice();
+  office.property.push_back({{"FILE_NUM", Text("77'1")}, {"PR_STREET", Text("4 Oak")}});
+  office.invoice.push_back({{"INV_NUM", Text("77'1")}, {"INV_FEE", Number(20)}});
+  office.invoice.push_back({{"INV_NUM", Text("30#90")}, {"INV_FEE", Number(30)}});
+  office.cliexp.push_back(
+      {{"INV_NUM", Text("77'1")}, {"EXP_TYPE", Text("EXP1")}, {"EXP_DESC", Text("Mileage")}, {"EXP_AMT", Number(9)}});
+  office.cliexp.push_back(
+      {{"INV_NUM", Text("30#90")}, {"EXP_TYPE", Text("EXP2")}, {"EXP_DESC", Text("Photos")}, {"EXP_AMT", Number(4)}});
+  office.apprexp.push_back(
+      {{"FILE_NUM", Text("12#3")}, {"APP_NUM", Text("A18")}, {"EXP_NUM", Text("1")}, {"EXP_AMT", Number(8)}});
+  Write(office);
+  auto lines = Run(kOrderSteps, {app::MassageStep::Invoice});
+  auto invoices = RowsBy("Invoice", "FileNumber");
+  EXPECT_EQ(invoices["77'1-A"]["DESC1"], "Mileage");
+  EXPECT_EQ(invoices["77'1-A"]["DESC1AMOUNT"], "9");
+  EXPECT_EQ(invoices["77'1-A"]["InvoiceAmount"], "29");  // the massage keeps the expense in the total
+  EXPECT_EQ(invoices["30-90-A"]["DESC2"], "Photos");
+  EXPECT_EQ(invoices["30-90-A"]["DESC2AMOUNT"], "4");
+
+  auto assigned = RowsBy("Assigned", "FileNumberCodeAppraiser");
+  EXPECT_EQ(assigned["12-3-AE1JONES"]["Amount"], "8");
+  EXPECT_EQ(assigned["12-3-AE1JONES"]["FileNumber"], "    12-3-A");
+  EXPECT_TRUE(LinesStarting(lines, "WARNING: illegal filenumber NOT converted").empty());
+  EXPECT_EQ(program.main_form->form().lstWasNotConverted, std::vector<std::string>{"Apprexp: 7777-A"});
+}
+
+// The duplicate-client correction writes the new keys through one control on client.dbf; the
+// second control (the bill-to and order-client look-ups) kept its copy read before, so orders
+// and bill-tos named clients by keys that no longer existed.
+TEST_F(OrdersTest, OrdersAndBillTosSeeTheClientKeysTheCorrectionWrote) {
+  Source office = SmallOffice();
+  office.property[0]["CLI_NUM"] = Text("100");
+  Write(office);
+  test::WriteFoxTable(source + "/CLIENT.DBF",
+                      {{"CLI_NUM", 'C', 10}, {"CLI_LNAME", 'C', 50}, {"PLAIN_NAME", 'C', 50}, {"CLI_BILL", 'C', 10}},
+                      {{Text("100"), Text("SMITH & SONS"), Text("Smith and Sons"), Text("200")},
+                       {Text("200"), Text("HQ & CO"), Text("HQ and Co"), Text("")}});
+  app::FormModel& form = Load().form();
+  for (Step step : {Step::Client, Step::Property}) form.SetCheck(app::InfoOf(step).check_box, true);
+  form.SetCheck(app::CheckBox::ckbPrelim, true);
+  Convert();
+  // Sorted by key, HQ & CO (200) comes first and takes the empty key before it; SMITH & SONS
+  // (100) takes the key before it, as the correction always made them.
+  EXPECT_EQ(form.lstafterdup, (std::vector<std::string>{"200", "100HQ & CO"}));
+  auto orders = RowsBy("Property", "FileNumber");
+  EXPECT_EQ(orders["1001-A"]["Client"], "100HQ & CO");
+  EXPECT_EQ(orders["1001-A"]["BillTo"], "200");
+  auto clients = RowsBy("Client", "OldCliNum");
+  EXPECT_EQ(clients["100"]["Client"], "100HQ & CO");
+  EXPECT_EQ(clients["100"]["BillTo"], "200");
 }
 
 }  // namespace

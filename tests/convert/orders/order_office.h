@@ -40,7 +40,7 @@ inline foxpro::Value Day(int year, int month, int day) {
 
 inline const std::vector<foxpro::FieldSpec>& PropertyFields() {
   static const std::vector<foxpro::FieldSpec> fields = {
-      {"FILE_NUM", 'C', 10},   {"CLI_NUM", 'C', 10},    {"PR_REF_NUM", 'C', 20}, {"PR_FHA_NUM", 'C', 20},
+      {"FILE_NUM", 'C', 10},   {"INV_NUM", 'C', 10},    {"CLI_NUM", 'C', 10},    {"PR_REF_NUM", 'C', 20}, {"PR_FHA_NUM", 'C', 20},
       {"PR_CENSUS", 'C', 10},  {"PR_STREET", 'C', 60},  {"PR_CITY", 'C', 30},    {"PR_COUNTY", 'C', 30},
       {"PR_STATE", 'C', 2},    {"PR_ZIP", 'C', 10},     {"PR_SUBDIV", 'C', 40},  {"PR_OWNER", 'C', 50},
       {"PR_BPHON2", 'C', 25},  {"PR_BORROWR", 'C', 50}, {"PR_BPHON1", 'C', 25},  {"PR_MAP_REF", 'C', 30},

@@ -56,10 +56,11 @@ TEST_F(FeesTest, AppraiserFeesAreKeyedByFormAndNameAndTheFirstRecordWins) {
   EXPECT_EQ(fees["LANDJONES, ANN"]["Amount"], "175.5");
   EXPECT_EQ(fees["LANDJONES, ANN"]["Percent"], "0");
   EXPECT_EQ(fees["URARBROWN, BOB"]["Amount"], "300");
-  // The label shows the appraiser number, never the counter: the run reports no count.
+  // The label routine shows the counter: the completion line counts every record read (it said
+  // "No records found" for a table it had read).
   EXPECT_EQ(StepLines("Begin conversion: AppraiserFee.mdb"),
             (std::vector<std::string>{"Begin conversion: AppraiserFee.mdb",
-                                      "AppraiserFee table conversion complete: No records found"}));
+                                      "AppraiserFee table conversion complete: 5 records"}));
   const app::Ledger& ledger = StepLedger();
   EXPECT_EQ(ledger.read(), 5);
   EXPECT_EQ(ledger.count(app::RecordOutcome::Added), 3);
@@ -79,7 +80,7 @@ TEST_F(FeesTest, ClientFeesCarryThePrintedName) {
   EXPECT_EQ(fees["CONDO"]["Form"], "CONDO");
   EXPECT_EQ(fees["CONDO"]["client"], "");
   EXPECT_EQ(StepLines("Begin conversion: ClientFee into Client.mdb").back(),
-            "ClientFee data conversion complete: No records found");
+            "ClientFee data conversion complete: 5 records");
   EXPECT_EQ(StepLedger().count(app::RecordOutcome::Added), 2);
 }
 

@@ -99,7 +99,7 @@ TEST_F(FormTypesTest, AnEmptyTargetGetsTheThirtyFourStandardRows) {
   EXPECT_EQ(rows["BMA"]["CATEGORY"], "");
   EXPECT_EQ(rows["2055"]["FORM"], "2055 9/96");
 
-  // The step's counter is never shown, so the run reports no count.
+  // forms.dbf holds no record: the standard rows alone are no records read.
   auto lines = test::ReadLogLines(program.main_form->LogPath());
   EXPECT_NE(std::find(lines.begin(), lines.end(),
                       "Formtypes table (standard) conversion complete: No records found"),
@@ -119,6 +119,10 @@ TEST_F(FormTypesTest, OfficeCodesGoThroughTheMappingAndOnlyNewTypesAreAdded) {
   EXPECT_EQ(rows.count("ZZZ"), 0u);
   EXPECT_EQ(rows.count("FRR2"), 1u);
 
+  // The completion line counts the records read (it said "No records found" before).
+  auto lines = test::ReadLogLines(program.main_form->LogPath());
+  EXPECT_NE(std::find(lines.begin(), lines.end(), "Formtypes table (standard) conversion complete: 8 records"),
+            lines.end());
   // Every source record is accounted for, each skip with its reason.
   const app::Ledger& ledger = Ledger();
   EXPECT_TRUE(ledger.Complete());
