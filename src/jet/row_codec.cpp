@@ -267,6 +267,66 @@ std::vector<Value> DecodeRow(const TableDefinition& definition, Bytes row, const
   return values;
 }
 
+void DecodeColumns(const TableDefinition& definition, std::span<const std::size_t> columns, Bytes row,
+                   const LongValueReader& long_values, const std::string& context, std::span<Value> out) {
+  RowFrame frame = ReadFrame(definition, row, context);
+  for (std::size_t k = 0; k < columns.size(); ++k) {
+    out[k] = DecodeOne(definition.columns[columns[k]], row, frame, long_values, context);
+  }
+}
+
+bool FitsFixedInPlace(const ColumnDefinition& column, Bytes row) {
+  if (!column.is_fixed() || row.size() < 2) return false;
+  const std::size_t column_count = Get16(row, 0);
+  if (column.id >= column_count) return false;
+  const std::size_t mask_size = (column_count + 7) / 8;
+  if (mask_size + 2 > row.size()) return false;
+  if (column.type == ColumnType::Boolean) return true;
+  const std::size_t size = FixedSize(column);
+  return size > 0 && column.type != ColumnType::Text && column.type != ColumnType::Binary &&
+         column.type != ColumnType::Guid && column.type != ColumnType::Numeric &&
+         2 + column.fixed_offset + size <= row.size() - mask_size;
+}
+
+void WriteFixedInPlace(const ColumnDefinition& column, MutableBytes row, const Value& value) {
+  const std::size_t column_count = Get16(row, 0);
+  const std::size_t mask_byte = row.size() - (column_count + 7) / 8 + column.id / 8;
+  const auto bit = static_cast<std::uint8_t>(1u << (column.id % 8));
+  auto set_present = [&](bool present) {
+    std::uint8_t mask = Get8(row, mask_byte);
+    Put8(row, mask_byte, static_cast<std::uint8_t>(present ? (mask | bit) : (mask & ~bit)));
+  };
+  if (column.type == ColumnType::Boolean) {
+    set_present(value.integer != 0);
+    return;
+  }
+  if (value.is_null()) {
+    set_present(false);
+    return;
+  }
+  const std::size_t start = 2 + column.fixed_offset;
+  switch (column.type) {
+    case ColumnType::Byte: Put8(row, start, static_cast<std::uint8_t>(value.integer)); break;
+    case ColumnType::Integer: Put16(row, start, static_cast<std::uint16_t>(value.integer)); break;
+    case ColumnType::Long: Put32(row, start, static_cast<std::uint32_t>(value.integer)); break;
+    case ColumnType::Currency: Put64(row, start, static_cast<std::uint64_t>(value.integer)); break;
+    case ColumnType::Single: {
+      float number = static_cast<float>(value.number);
+      std::uint32_t raw;
+      std::memcpy(&raw, &number, 4);
+      Put32(row, start, raw);
+      break;
+    }
+    default: {  // Double, DateTime
+      std::uint64_t raw;
+      std::memcpy(&raw, &value.number, 8);
+      Put64(row, start, raw);
+      break;
+    }
+  }
+  set_present(true);
+}
+
 std::optional<Bytes> ColumnBytes(const TableDefinition& definition, std::size_t column, Bytes row,
                                  const std::string& context) {
   RowFrame frame = ReadFrame(definition, row, context);

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,6 +40,20 @@ std::vector<Value> DecodeRow(const TableDefinition& definition, Bytes row, const
 // Decodes one column only (for hashing keys without decoding the whole row).
 Value DecodeColumn(const TableDefinition& definition, std::size_t column, Bytes row,
                    const LongValueReader& long_values, const std::string& context);
+
+// Decodes the columns COLUMNS (positions in the definition) of ROW into OUT, in that order,
+// reading the row's frame once.
+void DecodeColumns(const TableDefinition& definition, std::span<const std::size_t> columns, Bytes row,
+                   const LongValueReader& long_values, const std::string& context, std::span<Value> out);
+
+// Whether ROW has the place of COLUMN's fixed value (Boolean included: its null-mask bit), so
+// that WriteFixedInPlace can change it: false for a variable column and for a row written
+// before the column was added.
+bool FitsFixedInPlace(const ColumnDefinition& column, Bytes row);
+// Writes VALUE (already converted to the column's type) into ROW where the column's fixed value
+// lies, and its null-mask bit: the row keeps its size and every other column. Only when
+// FitsFixedInPlace.
+void WriteFixedInPlace(const ColumnDefinition& column, MutableBytes row, const Value& value);
 
 // The stored bytes of one column of ROW (for a long value, its descriptor); nullopt when the
 // value is null. Not for Boolean columns, whose value is the null-mask bit.

@@ -70,6 +70,16 @@ class HashIndex {
     std::sort(found.begin(), found.end());
     return found;
   }
+  // Appends the rows stored under HASH to OUT, unsorted; nothing allocated when OUT has room.
+  void CandidatesInto(std::uint64_t hash, std::vector<RowId>& out) const {
+    if (entries_.empty()) return;
+    std::uint32_t tag = Tag(hash);
+    for (std::size_t at = tag & mask_;; at = (at + 1) & mask_) {
+      const Entry& entry = entries_[at];
+      if (entry.row == kEmpty) break;
+      if (entry.row != kRemoved && entry.tag == tag) out.push_back(entry.row);
+    }
+  }
   void Reserve(std::size_t count) {
     if ((count + 1) * 4 > entries_.size() * 3) Grow(count);
   }
@@ -377,9 +387,13 @@ std::vector<Value> Table::ReadRow(RowId row) {
 
 Value Table::ReadValue(RowId row, std::size_t column) {
   store_.TrimCache();
-  std::vector<std::byte> bytes = ReadRowBytes(row);
-  return DecodeColumn(definition_, column, bytes,
-                      LongValues(row), Context(row));
+  // The row's bytes stay in the cache until the next trim; long values are read beside them.
+  return DecodeColumn(definition_, column, RowBytes(row), LongValues(row), Context(row));
+}
+
+void Table::ReadValues(RowId row, std::span<const std::size_t> columns, std::span<Value> out) {
+  store_.TrimCache();
+  DecodeColumns(definition_, columns, RowBytes(row), LongValues(row), Context(row), out);
 }
 
 LongValueReader Table::LongValues(RowId row) {
@@ -690,6 +704,34 @@ std::vector<RowId> Table::FindEqual(const std::vector<std::size_t>& columns, con
   return FindMatching(columns, [&](std::size_t k) -> const Value& { return values[k]; });
 }
 
+std::optional<RowId> Table::FindFirst(std::size_t column, const Value& value) {
+  const ColumnDefinition& definition = definition_.columns.at(column);
+  if (single_column_hashes_.size() != definition_.columns.size()) {
+    single_column_hashes_.assign(definition_.columns.size(), nullptr);
+  }
+  HashIndex*& hash = single_column_hashes_[column];
+  if (!hash) hash = &Hash({column});
+  // The value's comparable form, kept apart from the scratch the candidates' use.
+  wanted_.clear();
+  if (!AppendComparable(definition, value, key_scratch_, wanted_)) return std::nullopt;
+  std::uint64_t key = kHashSeed;
+  key ^= HashBytes(wanted_);
+  key *= kHashPrime;
+  candidates_.clear();
+  hash->CandidatesInto(key, candidates_);
+  if (candidates_.size() > 1) std::sort(candidates_.begin(), candidates_.end());
+  for (RowId row : candidates_) {
+    store_.TrimCache();
+    Value stored = DecodeColumn(definition_, column, RowBytes(row), LongValues(row), Context(row));
+    key_scratch_.comparable.clear();
+    if (AppendComparable(definition, stored, key_scratch_, key_scratch_.comparable) &&
+        key_scratch_.comparable == wanted_) {
+      return row;
+    }
+  }
+  return std::nullopt;
+}
+
 const std::vector<Table::UniqueKey>& Table::UniqueKeys() {
   if (unique_keys_) return *unique_keys_;
   unique_keys_.emplace();
@@ -878,6 +920,59 @@ void Table::Update(RowId row, std::vector<Value> values) {
   FreeLongValues(old_bytes, context);
   ReindexRow(row, old_values, values);
   changed_ = true;
+}
+
+bool Table::ReadByIndex(std::size_t column) {
+  if (index_key_columns_.size() != definition_.columns.size()) {
+    index_key_columns_.assign(definition_.columns.size(), false);
+    if (index_maintenance_ == IndexMaintenance::Rebuild && !definition_.real_indexes.empty()) {
+      if (!key_layouts_) {
+        key_layouts_ = std::make_unique<std::vector<IndexKeyLayout>>(
+            IndexKeyLayouts(definition_, store_.file_name() + ": table " + name_));
+      }
+      for (const IndexKeyLayout& layout : *key_layouts_) {
+        for (std::size_t position : layout.positions) index_key_columns_[position] = true;
+      }
+    }
+    for (const UniqueKey& unique : UniqueKeys()) {
+      for (std::size_t position : unique.columns) index_key_columns_[position] = true;
+    }
+  }
+  if (index_key_columns_[column]) return true;
+  return std::any_of(hashes_.begin(), hashes_.end(), [&](const auto& hash) {
+    const auto& columns = hash->columns();
+    return std::find(columns.begin(), columns.end(), column) != columns.end();
+  });
+}
+
+void Table::UpdateValues(RowId row, std::vector<ColumnValue> changes) {
+  store_.TrimCache();
+  bool in_place = true;
+  for (const ColumnValue& change : changes) {
+    const ColumnDefinition& column = definition_.columns.at(change.column);
+    if (!column.is_fixed() || column.is_auto_number() || ReadByIndex(change.column)) in_place = false;
+  }
+  if (in_place) {
+    std::string context = Context(row);
+    for (ColumnValue& change : changes) CoerceInPlace(definition_.columns[change.column], change.value, context);
+    Location location = Resolve(row);
+    MutableBytes page = store_.Write(location.page);
+    auto extent = FindRow(page, location.slot);
+    if (!extent) throw Error(ErrorKind::Corrupt, context + ": relocated row is missing");
+    MutableBytes bytes = page.subspan(extent->start, extent->end - extent->start);
+    // A row written before one of the columns was added has no room for it: rewritten whole.
+    in_place = std::all_of(changes.begin(), changes.end(), [&](const ColumnValue& change) {
+      return FitsFixedInPlace(definition_.columns[change.column], bytes);
+    });
+    if (in_place) {
+      for (const ColumnValue& change : changes) WriteFixedInPlace(definition_.columns[change.column], bytes, change.value);
+      changed_ = true;
+      return;
+    }
+  }
+  std::vector<Value> values = ReadRow(row);
+  for (ColumnValue& change : changes) values.at(change.column) = std::move(change.value);
+  Update(row, std::move(values));
 }
 
 void Table::Delete(RowId row) {

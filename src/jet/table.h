@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -85,9 +86,15 @@ class Table {
   bool IsLive(RowId row);
   std::vector<Value> ReadRow(RowId row);
   Value ReadValue(RowId row, std::size_t column);
+  // The values of COLUMNS of ROW into OUT (same order), decoding only those columns.
+  void ReadValues(RowId row, std::span<const std::size_t> columns, std::span<Value> out);
   // Rows whose COLUMNS equal VALUES, in table order. Text compares as its index keys do (Jet's
   // General order): case and trailing blanks do not count, ß equals ss, Æ AE, ² 2.
   std::vector<RowId> FindEqual(const std::vector<std::size_t>& columns, const std::vector<Value>& values);
+  // The first row, in table order, whose COLUMN equals VALUE as FindEqual compares; nullopt
+  // when none does. A prepared look-up: the column's hash is built once and kept current, and
+  // nothing is allocated per call once it is.
+  std::optional<RowId> FindFirst(std::size_t column, const Value& value);
 
   // Adds a row (one value per column, column order; nulls where nothing is set). A null
   // AutoNumber gets the next number. Returns the new row id. Throws Constraint naming the
@@ -95,6 +102,14 @@ class Table {
   // unique index, a value an index key cannot hold); nothing is written then.
   RowId Insert(std::vector<Value> values);
   void Update(RowId row, std::vector<Value> values);
+  // Changes only the columns CHANGES names and leaves the others, long values included, as they
+  // are. Fixed-size values (numbers, dates, flags) of columns no index, unique key or look-up
+  // reads are written where they lie in the row; anything else goes through Update.
+  struct ColumnValue {
+    std::size_t column = 0;
+    Value value;
+  };
+  void UpdateValues(RowId row, std::vector<ColumnValue> changes);
   void Delete(RowId row);
 
   // Whether rows changed since the last commit. StoreChanges rebuilds the table's indexes (one
@@ -134,6 +149,8 @@ class Table {
   void FreeLongValues(Bytes row_bytes, const std::string& context);
   UsageMap& Map(RowPointer where, const std::string& what);
   HashIndex& Hash(const std::vector<std::size_t>& columns);
+  // Whether COLUMN is read by an index key, a unique key or a look-up hash.
+  bool ReadByIndex(std::size_t column);
   // Rows whose COLUMNS equal the values VALUE_AT(k) gives for the k-th of them.
   template <typename ValueAt>
   std::vector<RowId> FindMatching(const std::vector<std::size_t>& columns, ValueAt value_at);
@@ -180,6 +197,10 @@ class Table {
   std::vector<LongValueColumn> long_value_columns_;
   std::unordered_map<std::uint32_t, std::unique_ptr<UsageMap>> maps_;  // by encoded pointer
   std::vector<std::unique_ptr<HashIndex>> hashes_;
+  std::vector<HashIndex*> single_column_hashes_;  // FindFirst's, by column position
+  std::vector<bool> index_key_columns_;            // columns an index key or unique key reads
+  std::string wanted_;                             // FindFirst's comparable form of the value
+  std::vector<RowId> candidates_;                  // FindFirst's rows sharing the hash
   std::optional<std::vector<UniqueKey>> unique_keys_;
   std::optional<bool> counter_covers_stored_;
   std::unique_ptr<std::vector<IndexKeyLayout>> key_layouts_;

@@ -217,6 +217,53 @@ TEST(Writing, LookUpsFollowInsertsDeletesAndChangedKeys) {
   EXPECT_EQ(customers.row_count(), 91u + 2000u + 1u);
 }
 
+// Changing some columns of a row: numbers, dates and flags no index reads are written where
+// they lie (a null one made present, a present one null), other columns keep their values,
+// memos included, and a change to a text or indexed column rewrites the row; every reader
+// agrees. FindFirst finds what FindEqual finds, first in table order.
+TEST(Writing, ChangedColumnsLeaveTheRestOfTheRowAsItWas) {
+  TempDir dir;
+  std::string path = CopyFixture(dir, "northwind-V2000.mdb");
+  std::vector<std::vector<Value>> before;
+  {
+    auto database = OpenForWriting(path);
+    Table& employees = database->GetTable("Employees");
+    std::size_t birth = *employees.FindColumn("BirthDate");
+    std::size_t hired = *employees.FindColumn("HireDate");
+    std::size_t city = *employees.FindColumn("City");
+    std::size_t last = *employees.FindColumn("LastName");
+    const std::vector<RowId> rows = employees.RowIds();
+    for (RowId row : rows) before.push_back(employees.ReadRow(row));
+    employees.UpdateValues(rows[0], {{birth, Value::Date(30000.25)}, {hired, Value::Null()}});
+    employees.UpdateValues(rows[1], {{city, Value::String("Tacoma Heights")}, {birth, Value::Date(20000)}});
+    employees.UpdateValues(rows[2], {{last, Value::String("Leverling-Smith")}});
+    before[0][birth] = Value::Date(30000.25);
+    before[0][hired] = Value::Null();
+    before[1][city] = Value::String("Tacoma Heights");
+    before[1][birth] = Value::Date(20000);
+    before[2][last] = Value::String("Leverling-Smith");
+    EXPECT_EQ(employees.FindFirst(last, Value::String("leverling-smith  ")), rows[2]);
+    EXPECT_EQ(employees.FindFirst(last, Value::String("Leverling")), std::nullopt);
+    EXPECT_EQ(employees.FindFirst(city, Value::String("SEATTLE")),
+              employees.FindEqual({city}, {Value::String("Seattle")}).front());
+
+    Table& products = database->GetTable("Products");
+    std::size_t discontinued = *products.FindColumn("Discontinued");
+    std::size_t price = *products.FindColumn("UnitPrice");
+    RowId product = products.RowIds().front();
+    bool was = products.ReadValue(product, discontinued).AsBool();
+    products.UpdateValues(product, {{discontinued, Value::Bool(!was)}, {price, Value::Money(123456)}});
+    EXPECT_EQ(products.ReadValue(product, discontinued).AsBool(), !was);
+    EXPECT_EQ(products.ReadValue(product, price).integer, 123456);
+    database->Commit();
+  }
+  test::ExpectReadersAgree(path, "Employees");
+  test::ExpectReadersAgree(path, "Products");
+  auto database = Database::Open(path);
+  Table& employees = database->GetTable("Employees");
+  for (std::size_t i = 0; i < before.size(); ++i) EXPECT_EQ(employees.ReadRow(employees.RowIds()[i]), before[i]) << i;
+}
+
 // New AutoNumbers are never a stored id: after the highest id, after an id written explicitly,
 // and also when the table's counter lags behind its rows (a damaged counter), where the next
 // number would repeat a stored one and the row is refused instead.
