@@ -40,6 +40,11 @@ class Ledger {
  public:
   // One source record read and what became of it.
   void Record(const std::string& record, const RecordResult& result);
+  // One record read that came to OUTCOME and keeps no note (added, updated, unchanged).
+  void Count(RecordOutcome outcome) {
+    ++read_;
+    ++counts_[static_cast<int>(outcome)];
+  }
   // COUNT rows that came to OUTCOME at once (a DELETE statement), with one note for them all.
   void Tally(RecordOutcome outcome, std::int64_t count, const std::string& what);
   // Adds another ledger's counts and notes (a step of two routines, or one pass per file number).

@@ -9,6 +9,8 @@
 
 #include "app/main_form.h"
 #include "data/connections.h"
+#include "data/source_table.h"
+#include "data/target_table.h"
 
 namespace qorvane::data {
 
@@ -19,6 +21,10 @@ class Context {
 
   DataControl& Source(app::SourceControl control) { return connections_.source()[control]; }
   AdoControl& Target(app::TargetControl control) { return connections_.target()[control]; }
+  // A source control read through typed field handles, and a table of office.mdb written
+  // through typed column handles (see source_table.h, target_table.h).
+  SourceTable SourceOf(app::SourceControl control) { return SourceTable(Source(control)); }
+  TargetTable& Table(std::string_view name) { return connections_.target_database().Table(name); }
   const app::DataPaths& Paths() const { return main_form_.session().Paths; }
 
   // A line of the conversion log.

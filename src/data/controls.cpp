@@ -21,6 +21,7 @@ foxpro::RecordSet& DataControl::Recordset() {
 jet::Database& TargetDatabase::Open() {
   if (database_ && next_path_ == path_) return *database_;
   CommitAndClose();
+  tables_.clear();
   if (next_path_.empty()) throw Error(ErrorKind::InvalidArgument, "office.mdb: the target data directory is not set");
   jet::DatabaseOptions options;
   options.open_for = jet::OpenFor::Writing;
@@ -35,10 +36,19 @@ jet::Database& TargetDatabase::database() {
   return *database_;
 }
 
+TargetTable& TargetDatabase::Table(std::string_view name) {
+  jet::Database& database = Open();
+  auto found = tables_.find(name);
+  if (found != tables_.end()) return *found->second;
+  auto table = std::make_unique<TargetTable>(database.GetTable(std::string(name)));
+  return *tables_.emplace(std::string(name), std::move(table)).first->second;
+}
+
 void TargetDatabase::CommitAndClose() {
   if (!database_) return;
   // A failed commit leaves the database open, so that a Retry can commit it again.
   database_->Commit();
+  tables_.clear();
   database_.reset();
   path_.clear();
 }

@@ -4,11 +4,13 @@
 #pragma once
 
 #include <array>
+#include <map>
 #include <memory>
 #include <string>
 
 #include "app/controls.h"
 #include "app/main_form.h"
+#include "data/target_table.h"
 #include "foxpro/record_set.h"
 #include "jet/database.h"
 #include "jet/recordset.h"
@@ -58,6 +60,9 @@ class TargetDatabase {
   jet::Database& Open();
   bool is_open() const { return database_ != nullptr; }
   jet::Database& database();
+  // The table NAME of the open database (opening it first), as the steps write it; the handle
+  // stays valid until the database is committed and closed.
+  TargetTable& Table(std::string_view name);
   // Commits what was written and closes the database.
   void CommitAndClose();
 
@@ -66,6 +71,7 @@ class TargetDatabase {
   Reporter* reporter_ = nullptr;
   std::string path_;
   std::unique_ptr<jet::Database> database_;
+  std::map<std::string, std::unique_ptr<TargetTable>, std::less<>> tables_;
 };
 
 // An ADO data control. Refresh opens RecordSource on the database of ConnectionString.

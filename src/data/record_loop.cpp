@@ -37,6 +37,26 @@ struct TargetCursor {
   std::int64_t Position() const { return position; }
 };
 
+// Rows of a target table given as a list.
+struct RowListCursor {
+  const std::vector<jet::RowId>& rows;
+  jet::Table& table;
+  std::size_t* out;
+  std::size_t position = 0;
+  bool eof() const { return position >= rows.size(); }
+  std::int64_t Count() { return static_cast<std::int64_t>(rows.size()); }
+  void MoveFirst() {
+    position = 0;
+    if (out) *out = position;
+  }
+  void MoveNext() {
+    ++position;
+    if (out) *out = position;
+  }
+  std::string Table() const { return table.name(); }
+  std::int64_t Position() const { return static_cast<std::int64_t>(position) + 1; }
+};
+
 // One pass over the records the loop's control holds now. Returns false when the run was
 // stopped.
 template <typename Cursor>
@@ -50,29 +70,59 @@ bool RunPass(Context& context, const RecordLoop& loop, const RecordBody& body, a
   const std::string table = records.Table();
   auto gauge_total = static_cast<std::int32_t>(std::min<std::int64_t>(total, std::numeric_limits<std::int32_t>::max()));
 
+  app::MainForm& main_form = context.main_form();
+  app::FormModel& form = context.form();
+  // The record as reports name it ("PROPERTY.DBF record 12 (File_num 1001)"), built only when a
+  // report or a ledger note needs it.
+  auto record_name = [&] {
+    std::string name = table + " record " + std::to_string(records.Position());
+    if (loop.key) {
+      try {
+        name += " (" + loop.key() + ")";
+      } catch (...) {
+        // A record whose key cannot be read is named by its number alone.
+      }
+    }
+    return name;
+  };
   std::int64_t counter = 0;
   while (!records.eof()) {
     context.DoEvents();
     if (context.AbortRequested()) return false;
     ++counter;
-    app::FormModel& form = context.form();
     form.RecordNumber = counter;
     form.RecordTotal = total;
     if (loop.counter_in_label) {
       form.lblRecord = std::to_string(counter);
       result.shown_count = counter;
     }
-    std::string record = table + " record " + std::to_string(records.Position());
-    app::RecordResult outcome = context.main_form().GuardOr(
-        loop.routine, record,
-        [&] {
-          if (loop.key) record += " (" + loop.key() + ")";
-          if (loop.show) loop.show(counter);
-          context.SetGaugeValue(static_cast<float>(counter), gauge_total);
-          return body();
-        },
-        [](const app::ErrorInfo& error) { return app::RecordResult::Refused(error.description); });
-    result.ledger.Record(record, outcome);
+    app::RecordResult outcome;
+    for (;;) {
+      main_form.session().SetRoutine(loop.routine);
+      try {
+        if (loop.show) loop.show(counter);
+        context.SetGaugeValue(static_cast<float>(counter), gauge_total);
+        outcome = body();
+        break;
+      } catch (const app::ProgramEnd&) {
+        throw;
+      } catch (...) {
+        // A failure is the record's: reported naming it, the record refused, the loop goes on
+        // (Retry runs the record again, Abort stops the step).
+        app::ErrorInfo info = app::DescribeException(std::current_exception());
+        main_form.session().SetRoutine(loop.routine);
+        int action = main_form.ReportError(info.number, info.description + " (" + record_name() + ")");
+        if (action == app::kReportRetry) continue;
+        if (action == app::kReportAbort) main_form.session().AbortRequested = true;
+        outcome = app::RecordResult::Refused(info.description);
+        break;
+      }
+    }
+    if (outcome.outcome == app::RecordOutcome::Skipped || outcome.outcome == app::RecordOutcome::Refused) {
+      result.ledger.Record(record_name(), outcome);
+    } else {
+      result.ledger.Count(outcome.outcome);
+    }
     if (context.AbortRequested()) return false;
     records.MoveNext();
   }
@@ -81,6 +131,10 @@ bool RunPass(Context& context, const RecordLoop& loop, const RecordBody& body, a
 
 bool RunPass(Context& context, const RecordLoop& loop, const RecordBody& body, app::StepResult& result) {
   if (loop.source) return RunPass(context, loop, body, result, SourceCursor{loop.source->Recordset()});
+  if (loop.rows) {
+    if (loop.row_position) *loop.row_position = 0;
+    return RunPass(context, loop, body, result, RowListCursor{*loop.rows, *loop.row_table, loop.row_position});
+  }
   return RunPass(context, loop, body, result, TargetCursor{loop.target->Recordset()});
 }
 

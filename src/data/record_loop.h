@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "app/ledger.h"
 #include "data/context.h"
@@ -25,6 +26,11 @@ struct RecordLoop {
   const char* routine = "";        // the converter's routine name
   DataControl* source = nullptr;   // walked from its current record source
   AdoControl* target = nullptr;    // or this one, when SOURCE is not set
+  // Or these rows of a target table, in this order (the table names them in reports); the
+  // position of the row being worked on is written to ROW_POSITION before anything else.
+  const std::vector<jet::RowId>* rows = nullptr;
+  jet::Table* row_table = nullptr;
+  std::size_t* row_position = nullptr;
   // Whether lblRecord shows the counter (and the run then reports it as the step's count).
   bool counter_in_label = true;
   // The converter's display of the record being worked on (lblCaption, lblAddress).

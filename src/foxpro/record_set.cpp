@@ -325,6 +325,21 @@ Value RecordSet::GetValue(std::string_view name) const {
   return s.table->ReadValue(record, column);
 }
 
+std::optional<std::size_t> RecordSet::FieldPosition(std::string_view name) const {
+  try {
+    return state_->Column(name);
+  } catch (const Error&) {
+    return std::nullopt;
+  }
+}
+
+Value RecordSet::GetValueAt(std::size_t position) const {
+  const State& s = *state_;
+  std::uint32_t record = s.Current();
+  if (s.editing) return s.table->DecodeField(s.edit_buffer, record, position);
+  return s.table->ReadValue(record, position);
+}
+
 void RecordSet::SetIndex(const std::string& name) {
   State& s = *state_;
   std::string upper = UpperAscii(name);

@@ -52,6 +52,12 @@ class RecordSet {
   std::uint16_t FieldSize(std::string_view name) const;  // width in the table
   const Field& FieldInfo(std::string_view name) const;
   Value GetValue(std::string_view name) const;
+  // The position of a field of the record source among the table's fields (names without
+  // regard to case), found once so that reading it record after record costs no name search;
+  // nullopt when the record source has no such field. GetValueAt reads the current record's
+  // value at that position (the edit buffer while editing).
+  std::optional<std::size_t> FieldPosition(std::string_view name) const;
+  Value GetValueAt(std::size_t position) const;
 
   // Chooses the index Seek uses: a tag of the structural .cdx, else a field, by name. The
   // look-up structure is built once per index name (one pass over the table); Seek is then a

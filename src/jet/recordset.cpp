@@ -6,6 +6,8 @@
 #include <unordered_map>
 
 #include "common/error.h"
+#include "jet/format/index_pages.h"
+#include "jet/index/key.h"
 #include "jet/sql.h"
 
 namespace qorvane::jet {
@@ -92,27 +94,59 @@ void Recordset::Refresh() {
   Materialize();
 }
 
+std::vector<RowId> OrderRows(Table& table, std::vector<RowId> rows,
+                             const std::vector<std::pair<std::size_t, bool>>& order_by) {
+  if (order_by.empty() || rows.size() < 2) return rows;
+  // Per row and key column: the value, and its sort key when it has one that decides (text in
+  // the General order, up to the characters an index key holds); otherwise CompareValues.
+  struct Key {
+    Value value;
+    std::vector<std::uint8_t> sort_key;
+    bool keyed = false;
+  };
+  std::vector<std::size_t> columns;
+  for (const auto& [column, descending] : order_by) columns.push_back(column);
+  std::vector<std::vector<Key>> keys(rows.size(), std::vector<Key>(columns.size()));
+  std::vector<Value> values(columns.size());
+  std::u16string utf16;
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    table.ReadValues(rows[i], columns, values);
+    for (std::size_t k = 0; k < columns.size(); ++k) {
+      Key& key = keys[i][k];
+      key.value = std::move(values[k]);
+      if (key.value.kind == Value::Kind::Text) {
+        utf16 = Utf8ToUtf16(key.value.bytes);
+        key.keyed = utf16.size() <= format::kMaxTextKeyCharacters && index::AppendTextSortKey(key.sort_key, utf16);
+      }
+    }
+  }
+  std::vector<std::size_t> order(rows.size());
+  for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+    for (std::size_t k = 0; k < columns.size(); ++k) {
+      const Key& x = keys[a][k];
+      const Key& y = keys[b][k];
+      int compared;
+      if (x.keyed && y.keyed) {
+        compared = x.sort_key < y.sort_key ? -1 : (x.sort_key == y.sort_key ? 0 : 1);
+      } else {
+        compared = CompareValues(x.value, y.value);
+      }
+      if (compared != 0) return order_by[k].second ? compared > 0 : compared < 0;
+    }
+    return false;
+  });
+  std::vector<RowId> sorted(rows.size());
+  for (std::size_t i = 0; i < order.size(); ++i) sorted[i] = rows[order[i]];
+  return sorted;
+}
+
 void Recordset::Materialize() {
   rows_ = SelectRows(*table_, statement_->where.get());
   if (!statement_->order_by.empty()) {
     std::vector<std::pair<std::size_t, bool>> keys;
     for (const auto& term : statement_->order_by) keys.emplace_back(*table_->FindColumn(term.column), term.descending);
-    std::vector<std::pair<std::vector<Value>, RowId>> sortable;
-    sortable.reserve(rows_.size());
-    for (RowId row : rows_) {
-      std::vector<Value> values = table_->ReadRow(row);
-      std::vector<Value> key;
-      for (const auto& [column, descending] : keys) key.push_back(std::move(values[column]));
-      sortable.emplace_back(std::move(key), row);
-    }
-    std::stable_sort(sortable.begin(), sortable.end(), [&](const auto& a, const auto& b) {
-      for (std::size_t k = 0; k < keys.size(); ++k) {
-        int order = CompareValues(a.first[k], b.first[k]);
-        if (order != 0) return keys[k].second ? order > 0 : order < 0;
-      }
-      return false;
-    });
-    for (std::size_t i = 0; i < sortable.size(); ++i) rows_[i] = sortable[i].second;
+    rows_ = OrderRows(*table_, std::move(rows_), keys);
   }
   position_ = 0;
   current_ = rows_.empty() ? std::nullopt : std::optional<RowId>(rows_[0]);

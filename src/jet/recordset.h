@@ -101,6 +101,12 @@ class Recordset {
   std::vector<Value> edit_buffer_;
 };
 
+// ROWS of TABLE in the order ORDER_BY gives (column positions, each true when descending), as
+// ORDER BY sorts them (General order for text, null first); rows that compare equal keep their
+// order. Each row's key columns are decoded once and their sort keys built once.
+std::vector<RowId> OrderRows(Table& table, std::vector<RowId> rows,
+                             const std::vector<std::pair<std::size_t, bool>>& order_by);
+
 // Runs a statement that returns no rows ("DELETE FROM [path].[table] WHERE trim(col)=''");
 // returns the number of rows affected. The path part of the table name is not checked.
 std::size_t Execute(Database& database, const std::string& sql);

@@ -839,7 +839,9 @@ Bytes Table::Encode(const std::vector<Value>& values, RowId row) {
   return encoder_->Encode(values, writer, row ? Context(row) : NewRowContext());
 }
 
-RowId Table::Insert(std::vector<Value> values) {
+RowId Table::Insert(std::vector<Value> values) { return InsertInPlace(values); }
+
+RowId Table::InsertInPlace(std::vector<Value>& values) {
   store_.TrimCache();
   LoadRows();
   const std::string& context = NewRowContext();

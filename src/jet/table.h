@@ -101,6 +101,9 @@ class Table {
   // table, the column or index and the value when the row breaks a rule (a duplicate in a
   // unique index, a value an index key cannot hold); nothing is written then.
   RowId Insert(std::vector<Value> values);
+  // The same with the caller's buffer, which is left holding the values as stored (converted
+  // to the column types, the AutoNumber filled in); no copy of the row is made.
+  RowId InsertInPlace(std::vector<Value>& values);
   void Update(RowId row, std::vector<Value> values);
   // Changes only the columns CHANGES names and leaves the others, long values included, as they
   // are. Fixed-size values (numbers, dates, flags) of columns no index, unique key or look-up

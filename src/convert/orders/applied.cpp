@@ -6,13 +6,12 @@
 #include <unordered_set>
 
 #include "app/paths.h"
+#include "common/text.h"
 #include "convert/orders/order_fields.h"
 #include "convert/parties/appraisers.h"
-#include "convert/parties/clients.h"
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"
-#include "data/party_helpers.h"
 #include "data/record_loop.h"
 
 namespace qorvane::convert {
@@ -20,67 +19,73 @@ namespace qorvane::convert {
 app::StepResult ConvertAppliedDBF(data::Context& context) {
   return context.Guard("ConvertAppliedDBF", [&]() -> app::StepResult {
     if (!app::FileExists(context.Paths().source_folder + "applied.dbf")) return {};
-    data::DataControl& applied = context.Source(app::SourceControl::datapplied);
-    data::DataControl& appraisers = context.Source(app::SourceControl::datappraisrtable);
-    data::AdoControl& assigned = context.Target(app::TargetControl::adoassigned);
-    data::AdoControl& orders = context.Target(app::TargetControl::adoquery);
-    applied.RecordSource = "Select * from applied";
-    applied.Refresh();
-    if (applied.Recordset().RecordCount() == 0) return {};
-    if (!context.FileNumbers().empty()) SelectListedNumber(applied, "applied", "file_num", context.SingleFileNumber());
+    data::DataControl& control = context.Source(app::SourceControl::datapplied);
+    control.RecordSource = "Select * from applied";
+    control.Refresh();
+    if (control.Recordset().RecordCount() == 0) return {};
+    if (!context.FileNumbers().empty()) SelectListedNumber(control, "applied", "file_num", context.SingleFileNumber());
+    data::SourceTable applied(control);
+    data::SourceTable appraisers = context.SourceOf(app::SourceControl::datappraisrtable);
+    const data::SourceField app_num = applied.Field("App_num");
+    const data::SourceField file_num = applied.Field("File_num");
+    const data::SourceField split_bool = applied.Field("Split_Bool");
+    const data::SourceField split_val = applied.Field("Split_Val");
+    const data::SourceField pd_appr = applied.Field("PD_Appr");
+    const data::SourceField pay_fee = applied.Field("Pay_Fee");
+    const data::SourceField last_name = appraisers.Field("App_LName");
+    AssignedTable assigned(context);
+    AppraiserTable appraiser_table(context);
+    data::TargetTable& orders = context.Table("Property");
+    const data::TargetColumn order_number = orders.Column("FileNumber");
+    data::TargetRow row = assigned.table.NewRow();
 
     std::unordered_set<std::string> converted;
     data::RecordLoop loop;
     loop.routine = "ConvertAppliedDBF";
-    loop.source = &applied;
-    loop.key = [&] { return "File_num " + data::DATgetfield(applied, "File_num"); };
+    loop.source = &control;
+    loop.key = [&] { return "File_num " + applied.Text(file_num); };
     loop.show = [&](std::int64_t) {
       context.form().lblCaption = "Applied.DBF FileNumber";
-      context.form().lblAddress = data::DATgetfield(applied, "File_Num") + "-A";
+      context.form().lblAddress = applied.Text(file_num) + "-A";
     };
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
-      std::string number = data::DATgetfield(applied, "App_num");
-      std::string key = data::RightJustify(data::DATgetfield(applied, "File_num"), 8) + "-A";
-      for (char& c : key) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+      std::string number = applied.Text(app_num);
+      std::string key = text::UCase(text::RightJustify(applied.Text(file_num), 8) + "-A");
       if (data::HasIllegalFileChars(key)) key = data::FixIllegalFileChars(key);
       // Read as the office's routine read them; their values change nothing.
-      data::DATgetfield(applied, "Split_Bool");
-      data::DATgetfield(applied, "Split_Val");
+      applied.Text(split_bool);
+      applied.Text(split_val);
 
       std::string name;
-      bool found = appraisers.bound() && data::FindRecord(appraisers, number, "App_Num");
-      if (found) name = TrimUpper(data::DATgetfield(appraisers, "App_LName"));
+      bool found = appraisers.bound() && data::FindRecord(appraisers.control(), number, "App_Num");
+      if (found) name = text::UCaseTrim(appraisers.Text(last_name));
       if (!found || name.empty()) {
         name = number;
-        if (!name.empty()) AddAppraiserIfMissing(context, name, "Automatically Added: " + key);
+        if (!name.empty()) AddAppraiserIfMissing(context, appraiser_table, name, "Automatically Added: " + key);
       }
-      data::DATgetfield(applied, "PD_Appr");
-      float fee = data::Csingle(data::DATgetfield(applied, "Pay_Fee"));
+      applied.Text(pd_appr);
+      float fee = data::Csingle(applied.Text(pay_fee));
 
-      RecordPlace place{context, "applied.dbf", "file number " + TrimBlanks(key)};
-      std::string combined = TrimBlanks(key) + "0" + name;
-      assigned.RecordSource =
-          "Select * from Assigned where filenumbercodeappraiser='" + data::SqlQuote(combined) + "'";
-      assigned.Refresh();
-      if (assigned.Recordset().RecordCount() != 0) {
-        if (converted.count(TrimUpper(combined)) != 0) {
+      data::RecordPlace place{context, "applied.dbf", "file number " + std::string(text::Trim(key))};
+      std::string combined = std::string(text::Trim(key)) + "0" + name;
+      if (assigned.table.Find(assigned.FileNumberCodeAppraiser, combined)) {
+        if (converted.count(text::UCaseTrim(combined)) != 0) {
           place.NoteRecord("payment to " + name + " appears again in applied.dbf; the payment converted first is kept");
         }
         return app::RecordResult::Skipped("payment already in Assigned");
       }
-      converted.insert(TrimUpper(combined));
-      data::SelectProperty(orders, data::RightJustify(key, 10));
-      if (!data::FoundRow(orders)) {
+      converted.insert(text::UCaseTrim(combined));
+      std::string order_key = text::RightJustify(key, 10);
+      if (!orders.Find(order_number, order_key)) {
         place.NoteRecord("has no order in Property; the payment is converted without it");
       }
-      data::AddNewRow(assigned, [&] {
-        data::AdoSetFieldRJ(assigned, TrimUpper(data::RightJustify(key, 10)), "FileNumber");
-        data::AdoSetField(assigned, name, "Appraiser");
-        data::AdoSetFieldSingle(assigned, fee, "Amount");
-        data::AdoSetField(assigned, "Converted Form Payment", "Description");
-        data::AdoSetField(assigned, "0", "DescCode");
-        data::AdoSetField(assigned, TrimUpper(key) + "0" + TrimUpper(name), "FileNumberCodeAppraiser");
-      });
+      row.SetRJ(assigned.FileNumber, text::UCaseTrim(order_key));
+      row.Set(assigned.Appraiser, name);
+      row.SetSingle(assigned.Amount, fee);
+      row.Set(assigned.Description, "Converted Form Payment");
+      row.Set(assigned.DescCode, "0");
+      row.Set(assigned.FileNumberCodeAppraiser, text::UCaseTrim(key) + "0" + text::UCaseTrim(name));
+      assigned.table.Add(row);
       return app::RecordResult::Added();
     });
   });

@@ -1,198 +1,262 @@
 // The data massage (see massage.h). Amounts are single-precision and compared exactly, as the
-// office's program compared them: a balance of 0.01 is not paid.
+// office's program compared them: a balance of 0.01 is not paid. Each pass walks the rows of its
+// table as the office's query listed them, reads only the columns its rule needs and saves only
+// the columns that change (a number, date or flag where it lies in the row).
 #include "convert/orders/massage.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <charconv>
 
+#include "common/text.h"
 #include "convert/orders/order_fields.h"
 #include "convert/parties/appraisers.h"
 #include "convert/parties/clients.h"
+#include "convert/parties/form_types.h"
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"
-#include "data/party_helpers.h"
 #include "data/record_loop.h"
+#include "jet/recordset.h"
 
 namespace qorvane::convert {
 namespace {
 
-using app::TargetControl;
-using data::AdoControl;
+// The rows a massage pass walks: every row of TABLE in file-number order (or in table order),
+// or, with listed file numbers, a pass per number over the rows of its keys.
+class MassageRows {
+ public:
+  enum class Order { ByFileNumber, AsStored };
+  MassageRows(data::Context& context, data::TargetTable& table, const data::TargetColumn& file_number, Order order)
+      : context_(context), table_(table), file_number_(file_number), order_(order) {}
 
-float Amount(data::Context& context, const char* column) {
-  return data::adogetfieldSingle(context.Target(TargetControl::adoinvoice), column);
+  data::RecordLoop Loop(const char* routine) {
+    data::RecordLoop loop;
+    loop.routine = routine;
+    loop.rows = &rows_;
+    loop.row_table = &table_.table();
+    loop.row_position = &position_;
+    loop.key = [this] { return "FileNumber " + table_.Text(current(), file_number_); };
+    loop.select_file_number = [this](const std::string& number) {
+      ShowListedFileNumber(context_, number);
+      // The rows the listed number stands for: its "-A" key, and that of its corrected form.
+      rows_.clear();
+      for (const std::string& form : ListedNumberForms(number)) {
+        for (jet::RowId row : table_.FindAll(file_number_, data::MakeFileNumberDashA(form))) {
+          if (std::find(rows_.begin(), rows_.end(), row) == rows_.end()) rows_.push_back(row);
+        }
+      }
+    };
+    FirstListedFileNumber(context_);
+    if (context_.FileNumbers().empty()) {
+      rows_ = table_.Rows();
+      if (order_ == Order::ByFileNumber) rows_ = jet::OrderRows(table_.table(), std::move(rows_), {{file_number_.position, false}});
+    }
+    return loop;
+  }
+  jet::RowId current() const { return rows_[position_]; }
+
+ private:
+  data::Context& context_;
+  data::TargetTable& table_;
+  const data::TargetColumn& file_number_;
+  Order order_;
+  std::vector<jet::RowId> rows_;
+  std::size_t position_ = 0;
+};
+
+// A date column's value is unusable when it reads as no date, or as exactly 1/1/1900.
+bool Unusable(const std::string& text) { return !data::IsDate(text) || text == data::kMissingDate; }
+
+}  // namespace
+
+InvoiceAmounts::InvoiceAmounts(data::Context& context)
+    : table(context.Table("Invoice")),
+      FileNumber(table.Column("FILENUMBER")),
+      InvoiceAmount(table.Column("InvoiceAmount")),
+      ReportFee(table.Column("ReportFee")),
+      Desc1Amount(table.Column("Desc1Amount")),
+      Desc2Amount(table.Column("Desc2Amount")),
+      Desc3Amount(table.Column("Desc3Amount")),
+      Totalfinancecharge(table.Column("Totalfinancecharge")),
+      check1amount(table.Column("check1amount")),
+      check2amount(table.Column("check2amount")),
+      check3amount(table.Column("check3amount")),
+      JournalAmount(table.Column("JournalAmount")),
+      BalanceDue(table.Column("BalanceDue")),
+      PaidInFull(table.Column("PaidInFull")) {
+  data::ReportMissingColumns(context, table);
 }
 
-// The fee total's text as a single-precision number.
-float FeeTotal(AdoControl& invoice) {
-  std::string text = data::ReportFee(invoice);
+float FeeTotal(InvoiceAmounts& invoice, jet::RowId row) {
+  // The sum as the fee total's text gives it back: each amount by its leading number, added as
+  // doubles, then read as a single-precision number.
+  double total = 0;
+  for (const data::TargetColumn* column :
+       {&invoice.ReportFee, &invoice.Desc1Amount, &invoice.Desc2Amount, &invoice.Desc3Amount}) {
+    std::string text = invoice.table.Text(row, *column);
+    double value = 0;
+    std::from_chars(text.data(), text.data() + text.size(), value);
+    total += value;
+  }
+  std::string text = fmt::format("{}", total);
   float value = 0;
   std::from_chars(text.data(), text.data() + text.size(), value);
   return value;
 }
 
-// The massage loop over the file numbers adofind holds: one pass, or one per listed number
-// (SELECT re-points adofind at it).
-data::RecordLoop MassageLoop(data::Context& context, const char* routine,
-                             void (*select)(AdoControl&, std::string_view)) {
-  AdoControl& find = context.Target(TargetControl::adofind);
-  data::RecordLoop loop;
-  loop.routine = routine;
-  loop.target = &find;
-  loop.key = [&find] { return "FileNumber " + data::adogetfield(find, "FileNumber"); };
-  loop.select_file_number = [&context, &find, select](const std::string& number) {
-    ShowListedFileNumber(context, number);
-    select(find, data::MakeFileNumberDashA(number));
-  };
-  FirstListedFileNumber(context);
-  if (context.FileNumbers().empty()) select(find, "");
-  return loop;
+float CalcTotalAmount(InvoiceAmounts& invoice, jet::RowId row) {
+  return FeeTotal(invoice, row) + invoice.table.Single(row, invoice.Totalfinancecharge);
 }
 
-}  // namespace
-
-float CalcTotalAmount(data::Context& context) {
-  return FeeTotal(context.Target(TargetControl::adoinvoice)) + Amount(context, "Totalfinancecharge");
+float CalcPayments(InvoiceAmounts& invoice, jet::RowId row) {
+  return invoice.table.Single(row, invoice.check1amount) + invoice.table.Single(row, invoice.check2amount) +
+         invoice.table.Single(row, invoice.check3amount);
 }
 
-float CalcPayments(data::Context& context) {
-  return Amount(context, "check1amount") + Amount(context, "check2amount") + Amount(context, "check3amount");
-}
-
-float CalcBalanceDue(data::Context& context) {
-  return CalcTotalAmount(context) - CalcPayments(context) + Amount(context, "JournalAmount");
+float CalcBalanceDue(InvoiceAmounts& invoice, jet::RowId row) {
+  return CalcTotalAmount(invoice, row) - CalcPayments(invoice, row) + invoice.table.Single(row, invoice.JournalAmount);
 }
 
 app::StepResult MassageInvoice(data::Context& context) {
   return context.Guard("MassageInvoice", [&]() -> app::StepResult {
-    AdoControl& find = context.Target(TargetControl::adofind);
-    AdoControl& invoice = context.Target(TargetControl::adoinvoice);
-    data::RecordLoop loop = MassageLoop(context, "MassageInvoice", &data::SelectInvoiceFileNumbers);
+    InvoiceAmounts invoice(context);
+    MassageRows rows(context, invoice.table, invoice.FileNumber, MassageRows::Order::ByFileNumber);
+    data::RecordLoop loop = rows.Loop("MassageInvoice");
+    data::TargetRow changes = invoice.table.NewRow();
     loop.show = [&](std::int64_t) {
       context.form().lblCaption = "Massaging Data... INVOICE";
-      context.form().lblAddress = data::adogetfield(find, "FILENUMBER");
+      context.form().lblAddress = invoice.table.Text(rows.current(), invoice.FileNumber);
     };
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
-      std::string key = data::MakeFileNumber(data::adogetfield(find, "Filenumber"));
-      if (TrimBlanks(key).empty()) return app::RecordResult::Skipped("no file number");
-      data::SelectInvoice(invoice, key);
-      if (!data::FoundRow(invoice)) return app::RecordResult::Skipped("the invoice is gone");
-      data::UpdateRow(invoice, [&] {
-        data::AdoSetFieldRJ(invoice, data::adogetfield(invoice, "FILENUMBER"), "FILENUMBER");
-        float amount = data::adogetfieldSingle(invoice, "InvoiceAmount");
-        float fees = FeeTotal(invoice);
-        if (amount != fees) {
-          data::AdoSetFieldSingle(invoice, fees, "InvoiceAmount");
-          context.Log("***             Filenumber: " + key + " - Invoice Amount of " + SingleText(amount) +
-                      " did not match Fee Total " + SingleText(fees));
-        }
-        float balance = CalcBalanceDue(context);
-        data::AdoSetFieldSingle(invoice, balance, "BalanceDue");
-        data::AdoSetFieldTF(invoice, balance == 0, "PaidInFull");
-      });
+      std::string key = data::MakeFileNumber(invoice.table.Text(rows.current(), invoice.FileNumber));
+      if (text::Trim(key).empty()) return app::RecordResult::Skipped("no file number");
+      // SelectInvoice: the first invoice of the key.
+      std::optional<jet::RowId> found = invoice.table.Find(invoice.FileNumber, key);
+      if (!found) return app::RecordResult::Skipped("the invoice is gone");
+      jet::RowId row = *found;
+      // FILENUMBER is written again right-justified from its own value: only when that changes it.
+      std::string stored = invoice.table.Value(row, invoice.FileNumber).bytes;
+      std::string justified = text::RightJustify(text::Trim(stored), invoice.FileNumber.width);
+      if (justified != stored) changes.SetRJ(invoice.FileNumber, stored);
+      float amount = invoice.table.Single(row, invoice.InvoiceAmount);
+      float fees = FeeTotal(invoice, row);
+      if (amount != fees) {
+        changes.SetSingle(invoice.InvoiceAmount, fees);
+        context.Log("***             Filenumber: " + key + " - Invoice Amount of " + SingleText(amount) +
+                    " did not match Fee Total " + SingleText(fees));
+      }
+      float balance = fees + invoice.table.Single(row, invoice.Totalfinancecharge) - CalcPayments(invoice, row) +
+                      invoice.table.Single(row, invoice.JournalAmount);
+      if (invoice.table.Single(row, invoice.BalanceDue) != balance ||
+          invoice.table.Value(row, invoice.BalanceDue).is_null()) {
+        changes.SetSingle(invoice.BalanceDue, balance);
+      }
+      if (invoice.table.Flag(row, invoice.PaidInFull) != (balance == 0)) changes.SetFlag(invoice.PaidInFull, balance == 0);
+      invoice.table.Update(row, changes);
       return app::RecordResult::Updated();
-    });
-  });
-}
-
-void SetAssignedPaidFlag(data::Context& context) {
-  context.Guard("SetAssignedPaidFlag", [&] {
-    AdoControl& assigned = context.Target(TargetControl::adoassigned);
-    data::UpdateRow(assigned, [&] {
-      bool paid = data::adogetfieldSingle(assigned, "Amount") == data::adogetfieldSingle(assigned, "AmountPaid");
-      data::AdoSetFieldTF(assigned, paid, "PaidInFull");
     });
   });
 }
 
 app::StepResult MassageAssigned(data::Context& context) {
   return context.Guard("MassageAssigned", [&]() -> app::StepResult {
-    AdoControl& find = context.Target(TargetControl::adofind);
-    AdoControl& assigned = context.Target(TargetControl::adoassigned);
-    data::RecordLoop loop = MassageLoop(context, "MassageAssigned", &data::SelectAssignedFileNumbers);
+    AssignedTable assigned(context);
+    MassageRows rows(context, assigned.table, assigned.FileNumber, MassageRows::Order::AsStored);
+    data::RecordLoop loop = rows.Loop("MassageAssigned");
     loop.counter_in_label = false;  // this massage moves only the gauge
+    data::TargetRow changes = assigned.table.NewRow();
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
-      // The rows of one file number not yet marked paid. The engine finds a file number's rows
-      // through its index but would test the paid flag of every row of the table, so the flag is
-      // tested here, on the few rows found.
-      data::SelectAssigned(assigned, data::AdoGetFieldRJ(find, "FileNumber"));
-      std::size_t rows = data::ForEachRow(assigned, [&] {
-        if (data::adogetfieldtf(assigned, "PaidInFull")) return;
-        if (!data::adogetfield(assigned, "Appraiser").empty()) SetAssignedPaidFlag(context);
-      });
-      return rows == 0 ? app::RecordResult::Unchanged() : app::RecordResult::Updated();
+      // The rows of the file number not yet marked paid, and with an appraiser: SetAssignedPaidFlag.
+      std::string key = text::RightJustify(assigned.table.Text(rows.current(), assigned.FileNumber),
+                                           assigned.FileNumber.width);
+      std::vector<jet::RowId> same = assigned.table.FindAll(assigned.FileNumber, key);
+      for (jet::RowId row : same) {
+        if (assigned.table.Flag(row, assigned.PaidInFull)) continue;
+        if (assigned.table.Text(row, assigned.Appraiser).empty()) continue;
+        bool paid = assigned.table.Single(row, assigned.Amount) == assigned.table.Single(row, assigned.AmountPaid);
+        // An unpaid flag that stays unpaid is written as it was: nothing to save.
+        if (paid) {
+          changes.SetFlag(assigned.PaidInFull, true);
+          assigned.table.Update(row, changes);
+        }
+      }
+      return same.empty() ? app::RecordResult::Unchanged() : app::RecordResult::Updated();
     });
   });
 }
 
-void CheckDates(data::Context& context) {
-  context.Guard("CheckDates", [&] {
-    AdoControl& property = context.Target(TargetControl::adoproperty);
-    std::string reference = data::adogetfield(property, "DateAssigned");
-    if (!data::IsDate(reference)) return;
-    auto unusable = [&](const char* column) {
-      std::string text = data::adogetfield(property, column);
-      return !data::IsDate(text) || text == kMissingDate;
-    };
-    bool assigned = unusable("DateAssigned"), received = unusable("DateReceived"),
-         inspected = unusable("DateInspected"), due = unusable("DateDue"), reviewed = unusable("DateReviewed"),
-         closed = unusable("DateClosed");
-    if (assigned) data::AdoSetFieldDate(property, reference, "DateAssigned");
-    if (received) data::AdoSetFieldDate(property, reference, "DateReceived");
-    // The inspection date is tested, the received date written: the office's rule.
-    if (inspected) data::AdoSetFieldDate(property, reference, "DateReceived");
-    if (due) data::AdoSetFieldDate(property, reference, "DateDue");
-    if (reviewed) data::AdoSetFieldDate(property, kMissingDate, "DateReviewed");
-    if (closed) data::AdoSetFieldDate(property, kMissingDate, "DateClosed");
-  });
-}
+OrderDates::OrderDates(data::TargetTable& property)
+    : DateAssigned(property.Column("DateAssigned")),
+      DateReceived(property.Column("DateReceived")),
+      DateInspected(property.Column("DateInspected")),
+      DateDue(property.Column("DateDue")),
+      DateReviewed(property.Column("DateReviewed")),
+      DateClosed(property.Column("DateClosed")) {}
 
-void CheckInformalTypes(data::Context& context) {
-  context.Guard("CheckInformalTypes", [&] {
-    AdoControl& property = context.Target(TargetControl::adoproperty);
-    std::string type = data::adogetfield(property, "FormType");
-    if (type.empty()) {
-      type = "NONE";
-      data::AdoSetField(property, type, "FormType");
-    }
-    if (!data::adogetfield(property, "form").empty()) return;
-    AdoControl& formtypes = context.Target(TargetControl::adoformtypes);
-    std::string form = data::AdoFindRec(formtypes, data::FilterFormtype(type)) ? data::adogetfield(formtypes, "FORM") : "";
-    data::AdoSetField(property, form.empty() ? "NONE" : form, "form");
-  });
-}
-
-void CheckOrderAppraisers(data::Context& context, const std::string& file_number) {
-  context.Guard("CheckOrderAppraisers", [&] {
-    AdoControl& query = context.Target(TargetControl::adoquery);
-    data::SelectAssigned(query, file_number);
-    std::vector<std::string> names;
-    data::ForEachRow(query, [&] { names.push_back(data::adogetfield(query, "Appraiser")); });
-    for (const std::string& name : names) {
-      AddAppraiserIfMissing(context, name, "Automatically Added: " + file_number);
-    }
-  });
+void CheckDates(data::TargetTable& property, const OrderDates& dates, jet::RowId row, data::TargetRow& changes) {
+  std::string reference = property.Text(row, dates.DateAssigned);
+  if (!data::IsDate(reference)) return;
+  bool assigned = Unusable(reference), received = Unusable(property.Text(row, dates.DateReceived)),
+       inspected = Unusable(property.Text(row, dates.DateInspected)), due = Unusable(property.Text(row, dates.DateDue)),
+       reviewed = Unusable(property.Text(row, dates.DateReviewed)), closed = Unusable(property.Text(row, dates.DateClosed));
+  if (assigned) changes.SetDate(dates.DateAssigned, reference);
+  if (received) changes.SetDate(dates.DateReceived, reference);
+  // The inspection date is tested, the received date written: the office's rule.
+  if (inspected) changes.SetDate(dates.DateReceived, reference);
+  if (due) changes.SetDate(dates.DateDue, reference);
+  if (reviewed) changes.SetDate(dates.DateReviewed, data::kMissingDate);
+  if (closed) changes.SetDate(dates.DateClosed, data::kMissingDate);
 }
 
 app::StepResult MassageProperty(data::Context& context) {
   return context.Guard("MassageProperty", [&]() -> app::StepResult {
-    AdoControl& find = context.Target(TargetControl::adofind);
-    AdoControl& property = context.Target(TargetControl::adoproperty);
-    data::RecordLoop loop = MassageLoop(context, "MassageProperty", &data::SelectPropertyFileNumbers);
+    data::TargetTable& property = context.Table("Property");
+    const data::TargetColumn file_number = property.Column("Filenumber");
+    const data::TargetColumn form_type = property.Column("FormType");
+    const data::TargetColumn form = property.Column("form");
+    const data::TargetColumn client = property.Column("CLIENT");
+    const data::TargetColumn bill_to = property.Column("BILLTO");
+    const data::TargetColumn address = property.Column("Address");
+    const OrderDates dates(property);
+    data::ReportMissingColumns(context, property);
+    FormTypeTable form_types(context);
+    AssignedTable assigned(context);
+    AppraiserTable appraisers(context);
+    MassageRows rows(context, property, file_number, MassageRows::Order::ByFileNumber);
+    data::RecordLoop loop = rows.Loop("MassageProperty");
+    data::TargetRow changes = property.NewRow();
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
-      std::string key = data::MakeFileNumber(data::adogetfield(find, "Filenumber"));
-      if (TrimBlanks(key).empty()) return app::RecordResult::Skipped("no file number");
-      data::SelectProperty(property, key);
-      if (!data::FoundRow(property)) return app::RecordResult::Skipped("the order is gone");
-      data::UpdateRow(property, [&] {
-        CheckDates(context);
-        CheckInformalTypes(context);
-        FillIndividualClient(context);
+      std::string key = data::MakeFileNumber(property.Text(rows.current(), file_number));
+      if (text::Trim(key).empty()) return app::RecordResult::Skipped("no file number");
+      // SelectProperty: the first order of the key.
+      std::optional<jet::RowId> found = property.Find(file_number, key);
+      if (!found) return app::RecordResult::Skipped("the order is gone");
+      jet::RowId row = *found;
+      context.Guard("CheckDates", [&] { CheckDates(property, dates, row, changes); });
+      context.Guard("CheckInformalTypes", [&] {
+        std::string type = property.Text(row, form_type);
+        if (type.empty()) {
+          type = "NONE";
+          changes.Set(form_type, type);
+        }
+        if (!property.Text(row, form).empty()) return;
+        std::optional<jet::RowId> type_row = form_types.table.Find(form_types.FormType, type);
+        std::string printed = type_row ? form_types.table.Text(*type_row, form_types.FORM) : "";
+        changes.Set(form, printed.empty() ? "NONE" : printed);
       });
-      data::SelectProperty(property, key);
-      CheckOrderAppraisers(context, key);
+      context.Guard("FillIndividualClient", [&] { FillIndividualClient(property, row, client, bill_to, changes); });
+      property.Update(row, changes);
+      // Every appraiser the order's Assigned rows name is in Appraiser (added when missing).
+      context.Guard("CheckOrderAppraisers", [&] {
+        for (jet::RowId assignment : assigned.table.FindAll(assigned.FileNumber, key)) {
+          AddAppraiserIfMissing(context, appraisers, assigned.table.Text(assignment, assigned.Appraiser),
+                                "Automatically Added: " + key);
+        }
+      });
       context.form().lblCaption = "Massaging Data... Property";
-      context.form().lblAddress = data::adogetfield(property, "Address");
+      context.form().lblAddress = property.Text(row, address);
       return app::RecordResult::Updated();
     });
   });

@@ -1,11 +1,9 @@
-// What the order converters share: the field copies of an order (text, number, date) with a
-// DATA line in the log whenever a source value cannot be kept as it is, the illegal
-// file-number check with its list and log lines, the listed file numbers, and the record
-// counter that only some moments of a record show.
+// What the order converters share: the illegal file-number check with its list and log lines,
+// the listed file numbers (a pass each, the source records of one number found whatever their
+// justification), and the record counter that only some moments of a record show.
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,35 +11,12 @@
 
 #include "app/ledger.h"
 #include "data/context.h"
+#include "data/target_table.h"
+#include "data/transfer.h"
 
 namespace qorvane::convert {
 
-// The record being converted, as the DATA lines of the log name it: the source file and the
-// file (or invoice) number.
-struct RecordPlace {
-  data::Context& context;
-  std::string file;    // "property.dbf"
-  std::string number;  // "file number 1001-A", "invoice # 1001"
-  // "DATA: property.dbf file number 1001-A: Pr_Street <what>".
-  void Note(std::string_view field, std::string_view what) const;
-  // "DATA: property.dbf file number 1001-A <what>", about the record as a whole.
-  void NoteRecord(std::string_view what) const;
-};
-
-// Text copy (convertField); a value longer than the column is cut, with a DATA line.
-void CopyText(const RecordPlace& place, data::DataControl& source, std::string_view field, data::AdoControl& target,
-              std::string_view column);
-// Number copy: an empty value is 0; the text through Csingle into a Single column. A value that
-// is not a number the column can hold is written as 0, with a DATA line when PLACE is given.
-void ConvertNumericField(data::DataControl& source, std::string_view field, data::AdoControl& target,
-                         std::string_view column, const RecordPlace* place = nullptr);
-// Date copy: a usable date as it is, anything else as 1/1/1900. A stored value that is not a
-// usable date (zero, 12/30/1899, impossible) gets a DATA line when PLACE is given; a blank
-// field is simply a missing date.
-void VerifyAndSet(data::DataControl& source, std::string_view field, data::AdoControl& target,
-                  std::string_view column, const RecordPlace* place = nullptr);
-
-inline constexpr const char* kMissingDate = "1/1/1900";
+using data::RecordPlace;
 
 // The texts of one converter's illegal-number report.
 struct IllegalNumberTexts {
@@ -54,12 +29,29 @@ inline constexpr IllegalNumberTexts kPropertyNumberTexts = {
 inline constexpr IllegalNumberTexts kInvoiceNumberTexts = {
     "Invoice: ", "WARNING: illegal INVOICE # NOT converted = ", "CORRECTION: illegal INVOICE # ("};
 
-// CANDIDATE when it holds no illegal character. Otherwise its correction is looked up in
-// adofind (whatever record source that control holds): found, the candidate is refused
-// (nullopt) with its list entry and WARNING line; not found, the correction is returned, with
-// its list entry and CORRECTION line.
-std::optional<std::string> CheckIllegalNumber(data::Context& context, const IllegalNumberTexts& texts,
-                                              const std::string& candidate);
+// The look-up adofind stands for while the conversion steps run: the file numbers of the
+// invoices in office.mdb (it is pointed at "Select filenumber from invoice" when the run
+// connects and again by the invoice step).
+struct InvoiceNumbers {
+  explicit InvoiceNumbers(data::Context& context);
+  data::TargetTable& table;
+  data::TargetColumn FileNumber;
+  bool Has(std::string_view key) { return table.Find(FileNumber, key).has_value(); }
+};
+
+// The columns of Assigned the expense and payment steps write and look up, resolved once.
+struct AssignedTable {
+  explicit AssignedTable(data::Context& context);
+  data::TargetTable& table;
+  data::TargetColumn FileNumber, Appraiser, Amount, AmountPaid, Description, DescCode, FileNumberCodeAppraiser,
+      PaidInFull;
+};
+
+// CANDIDATE when it holds no illegal character. Otherwise its correction is looked up among
+// the invoice file numbers: found, the candidate is refused (nullopt) with its list entry and
+// WARNING line; not found, the correction is returned, with its list entry and CORRECTION line.
+std::optional<std::string> CheckIllegalNumber(data::Context& context, InvoiceNumbers& invoices,
+                                              const IllegalNumberTexts& texts, const std::string& candidate);
 
 // txtfilenum shows the first listed file number (when there is one) / NUMBER.
 void FirstListedFileNumber(data::Context& context);
@@ -86,8 +78,7 @@ struct OrderSource {
   app::SourceControl source;              // the .dbf record set
   const char* table;                      // "Property"
   const char* number_field;               // its file-number field, "file_num"
-  app::TargetControl target;              // the office.mdb record set
-  void (*select_target)(data::AdoControl&, std::string_view);
+  const char* target_table;               // "Property"
   // Whether the rows of an illegal number's corrected form are deleted too. The order step
   // refuses an illegal number whose correction has an invoice, so it keeps that row rather
   // than delete an order it will not write again; the invoice step writes it again.
@@ -114,10 +105,6 @@ class ShownCounter {
   std::optional<std::int64_t> shown_;
 };
 
-
-// Trimmed (blanks) and upper-cased.
-std::string TrimUpper(std::string_view text);
-std::string TrimBlanks(std::string_view text);
 // Single-precision numbers as the log writes them: 150, 135.5, -12.25.
 std::string SingleText(float value);
 

@@ -7,22 +7,18 @@
 #include <unordered_set>
 
 #include "app/paths.h"
-#include "convert/parties/appraisers.h"
+#include "common/text.h"
 #include "convert/parties/clients.h"
 #include "convert/parties/form_types.h"
-#include "data/fields.h"
 #include "data/file_numbers.h"
-#include "data/lookups.h"
-#include "data/party_helpers.h"
 #include "data/record_loop.h"
+#include "data/source_table.h"
+#include "data/target_table.h"
 
 namespace qorvane::convert {
 namespace {
 
 using app::SourceControl;
-using app::TargetControl;
-using data::AdoControl;
-using data::DataControl;
 
 struct FieldPair {
   const char* source;
@@ -59,121 +55,113 @@ constexpr LegalItem kLegalItems[] = {
     {"Pg:", "Pr_DeedPg"},   {"PlatBk:", "Pr_PlatBk"}, {"Pg:", "Pr_PlatPg"},
 };
 
+struct Copy {
+  data::SourceField field;
+  data::TargetColumn column;
+};
+
+// What the step reads from property.dbf and writes to Property, resolved once.
+struct PropertyStep {
+  explicit PropertyStep(data::Context& context)
+      : source(context.SourceOf(SourceControl::datproperty)),
+        property(context.Table("Property")),
+        File_num(source.Field("File_num")),
+        Ass_Type(source.Field("Ass_Type")),
+        Pr_Street(source.Field("PR_Street")),
+        Pr_Cont1(source.Field("Pr_Cont1")),
+        Pr_C1_Phon(source.Field("Pr_C1_Phon")),
+        Pr_C1_Ext(source.Field("pr_C1_Ext")),
+        FileNumber(property.Column("FileNumber")),
+        InvoicePrinted(property.Column("InvoicePrinted")),
+        FormType(property.Column("FormType")),
+        form(property.Column("form")),
+        Contact(property.Column("Contact")),
+        ClientPhone(property.Column("ClientPhone")),
+        Legal(property.Column("Legal")),
+        form_types(context),
+        order_client(context) {
+    auto copies = [&](const auto& pairs, std::vector<Copy>& into) {
+      for (const FieldPair& pair : pairs) into.push_back({source.Field(pair.source), property.Column(pair.target)});
+    };
+    copies(kTextFields, texts);
+    copies(kNumberFields, numbers);
+    copies(kDateFields, dates);
+    copies(kMemoFields, memos);
+    for (const LegalItem& item : kLegalItems) legal.push_back(source.Field(item.field));
+    data::ReportMissingColumns(context, property);
+  }
+
+  data::SourceTable source;
+  data::TargetTable& property;
+  data::SourceField File_num, Ass_Type, Pr_Street, Pr_Cont1, Pr_C1_Phon, Pr_C1_Ext;
+  data::TargetColumn FileNumber, InvoicePrinted, FormType, form, Contact, ClientPhone, Legal;
+  std::vector<Copy> texts, numbers, dates, memos;
+  std::vector<data::SourceField> legal;
+  FormTypeTable form_types;
+  OrderClient order_client;
+};
+
 // The order's key as row 1 writes it: File_Num right-justified to its own width, "-A",
 // corrected, trimmed; empty leaves FileNumber unwritten.
-void SetFileNumber(DataControl& source, AdoControl& property) {
-  std::string number = data::RightJustify(data::DATgetfield(source, "File_Num"), data::DaoGetSize(source, "File_Num"));
-  number = TrimBlanks(data::FixIllegalFileChars(number + "-A"));
+void SetFileNumber(PropertyStep& step, data::TargetRow& row) {
+  std::string number = text::RightJustify(step.source.Text(step.File_num), step.File_num.length);
+  number = std::string(text::Trim(data::FixIllegalFileChars(number + "-A")));
   if (number.empty()) return;
-  data::AdoSetFieldRJ(property, data::MakeFileNumber(TrimUpper(number)), "FileNumber");
+  row.SetRJ(step.FileNumber, data::MakeFileNumber(text::UCaseTrim(number)));
 }
 
-void SetFormType(data::Context& context, DataControl& source, AdoControl& property) {
-  std::string ass_type = data::DATgetfield(source, "Ass_Type");
+void SetFormType(data::Context& context, PropertyStep& step, data::TargetRow& row) {
+  std::string ass_type = step.source.Text(step.Ass_Type);
   std::string code = MapFormCode(ass_type);
   if (code.empty()) {
-    AddCustomFormType(context, ass_type);
+    AddCustomFormType(context, step.form_types, ass_type, row, step.FormType, step.form);
     return;
   }
-  data::AdoSetField(property, code, "FormType");
-  AdoControl& formtypes = context.Target(TargetControl::adoformtypes);
-  if (data::AdoFindRec(formtypes, data::FilterFormtype(code))) {
-    data::AdoSetField(property, data::adogetfield(formtypes, "form"), "form");
-  } else {
-    data::AdoSetField(property, "NONE", "form");
-  }
+  row.Set(step.FormType, code);
+  FormTypeTable& types = step.form_types;
+  std::optional<jet::RowId> found = types.table.Find(types.FormType, code);
+  row.Set(step.form, found ? types.table.Text(*found, types.FORM) : std::string("NONE"));
 }
 
-void ShowPropertyProgress(data::Context& context, ShownCounter& counter) {
-  context.form().lblCaption = "Property.DBF Address";
-  context.form().lblAddress = data::DATgetfield(context.Source(SourceControl::datproperty), "PR_Street");
-  counter.Show(context);
+// Fills ROW (a new order, or the changes to one) from the current record, every mapped column
+// in order: rows 1-24, the legal description, the dates, the memos.
+void SetPropertyFields(data::Context& context, PropertyStep& step, const data::RecordPlace& place,
+                       data::TargetRow& row) {
+  const data::SourceTable& source = step.source;
+  SetFileNumber(step, row);
+  for (const Copy& copy : step.texts) data::convertField(source, copy.field, row, copy.column, &place);
+  for (const Copy& copy : step.numbers) data::ConvertNumericField(source, copy.field, row, copy.column, &place);
+  row.SetFlag(step.InvoicePrinted, true);
+  SetFormType(context, step, row);
+  data::convertField(source, step.Pr_Cont1, row, step.Contact, &place);
+  // The blank goes in even when the extension is empty; the width rule trims it off.
+  row.Set(step.ClientPhone, source.Text(step.Pr_C1_Phon) + " " + source.Text(step.Pr_C1_Ext));
+  // SetLegalDescription
+  std::string legal;
+  for (std::size_t i = 0; i < step.legal.size(); ++i) {
+    legal = AppendLegalItem(legal, kLegalItems[i].label, source.Text(step.legal[i]));
+  }
+  row.Set(step.Legal, legal);
+  // SetDates
+  for (const Copy& copy : step.dates) data::VerifyAndSet(source, copy.field, row, copy.column, &place);
+  // SetMemos: only a value that is there is written; an empty one leaves the memo as it was.
+  for (const Copy& copy : step.memos) {
+    std::string memo = source.Text(copy.field);
+    if (!memo.empty()) row.SetMemo(copy.column, memo);
+  }
 }
 
 }  // namespace
 
 std::string AppendLegalItem(std::string_view text, std::string_view label, std::string_view value) {
-  std::string item = TrimBlanks(value);
+  std::string_view item = text::Trim(value);
   if (item.empty()) return std::string(text);
-  if (TrimBlanks(text).empty()) return TrimBlanks(label) + " " + item;
-  return std::string(text) + "," + TrimBlanks(label) + " " + item;
-}
-
-void SetLegalDescription(data::Context& context) {
-  context.Guard("SetLegalDescription", [&] {
-    DataControl& source = context.Source(SourceControl::datproperty);
-    std::string legal;
-    for (const LegalItem& item : kLegalItems) legal = AppendLegalItem(legal, item.label, data::DATgetfield(source, item.field));
-    data::AdoSetField(context.Target(TargetControl::adoproperty), legal, "Legal");
-  });
-}
-
-void SetDates(data::Context& context, const RecordPlace& place) {
-  context.Guard("SetDates", [&] {
-    DataControl& source = context.Source(SourceControl::datproperty);
-    AdoControl& property = context.Target(TargetControl::adoproperty);
-    for (const FieldPair& date : kDateFields) VerifyAndSet(source, date.source, property, date.target, &place);
-  });
-}
-
-void SetMemos(data::Context& context) {
-  context.Guard("SetMemos", [&] {
-    DataControl& source = context.Source(SourceControl::datproperty);
-    AdoControl& property = context.Target(TargetControl::adoproperty);
-    for (const FieldPair& memo : kMemoFields) {
-      std::string text = data::DATgetfield(source, memo.source);
-      if (!text.empty()) data::AdoSetFieldMemo(property, text, memo.target);
-    }
-  });
-}
-
-void SetPropertyFields(data::Context& context, const RecordPlace& place) {
-  context.Guard("SetPropertyFields", [&] {
-    DataControl& source = context.Source(SourceControl::datproperty);
-    AdoControl& property = context.Target(TargetControl::adoproperty);
-    SetFileNumber(source, property);
-    for (const FieldPair& text : kTextFields) CopyText(place, source, text.source, property, text.target);
-    for (const FieldPair& number : kNumberFields) {
-      ConvertNumericField(source, number.source, property, number.target, &place);
-    }
-    data::AdoSetFieldTF(property, true, "InvoicePrinted");
-    SetFormType(context, source, property);
-    CopyText(place, source, "Pr_Cont1", property, "Contact");
-    // The blank goes in even when the extension is empty; AdoSetField trims it off.
-    data::AdoSetField(property, data::DATgetfield(source, "Pr_C1_Phon") + " " + data::DATgetfield(source, "pr_C1_Ext"),
-                      "ClientPhone");
-    SetLegalDescription(context);
-    SetDates(context, place);
-    SetMemos(context);
-  });
-}
-
-void AddCustomFormType(data::Context& context, std::string_view ass_type) {
-  context.Guard("AddCustomFormType", [&] {
-    AdoControl& formtypes = context.Target(TargetControl::adoformtypes);
-    AdoControl& property = context.Target(TargetControl::adoproperty);
-    std::string code = data::AdoTrim(formtypes, TrimUpper(ass_type), "FormType");
-    if (!data::AdoFindRec(formtypes, data::FilterFormtype(code))) {
-      context.Log("FormTypes: custom form type " + code + " added for a form code the mapping does not know; its "
-                  "AppraiserFee and ClientFee rows are added by the next run of the appraiser and client form-type "
-                  "steps, which ran before this one");
-      data::AddNewRow(formtypes, [&] {
-        data::AdoSetField(formtypes, code, "FormType");
-        data::AdoSetField(formtypes, "Custom Type " + code, "FormDesc");
-        data::AdoSetField(formtypes, code, "FORM");
-        data::AdoSetField(formtypes, "USER", "CATEGORY");
-        data::AdoSetFieldTF(formtypes, false, "STANDARD");
-        data::AdoSetFieldSingle(formtypes, 100, "DISPLAYORDER");
-      });
-    }
-    data::AdoSetField(property, code, "FormType");
-    data::AdoSetField(property, data::adogetfield(formtypes, "FORM"), "form");
-  });
+  if (text::Trim(text).empty()) return std::string(text::Trim(label)) + " " + std::string(item);
+  return std::string(text) + "," + std::string(text::Trim(label)) + " " + std::string(item);
 }
 
 void OpenPropertySource(data::Context& context) {
-  OpenOrderSource(context, {"OpenPropertySource", SourceControl::datproperty, "Property", "file_num",
-                            TargetControl::adoproperty, data::SelectProperty, false});
+  OpenOrderSource(context, {"OpenPropertySource", SourceControl::datproperty, "Property", "file_num", "Property", false});
 }
 
 app::StepResult ConvertPropertyDBF(data::Context& context) {
@@ -184,27 +172,17 @@ app::StepResult ConvertPropertyDBF(data::Context& context) {
       context.Log("Unable to find " + path);
       return {};
     }
-    DataControl& source = context.Source(SourceControl::datproperty);
-    AdoControl& property = context.Target(TargetControl::adoproperty);
-    auto empty = [&] { return !source.bound() || source.Recordset().RecordCount() == 0; };
+    data::DataControl& control = context.Source(SourceControl::datproperty);
+    auto empty = [&] { return !control.bound() || control.Recordset().RecordCount() == 0; };
     auto no_records = [&] { context.Log("No records found in property.dbf"); };
-
-    ShownCounter counter;
-    std::unordered_set<std::string> converted;  // keys this run wrote, to name repeats
-    data::RecordLoop loop;
-    loop.routine = "ConvertPropertyDBF";
-    loop.source = &source;
-    loop.counter_in_label = false;
-    loop.show = [&](std::int64_t at) { counter.Set(at); };
-    loop.key = [&] { return "File_num " + data::DATgetfield(source, "File_num"); };
     // A listed number property.dbf does not hold gets its own line, and the passes of the
     // numbers after it still run: each listed number is converted.
-    loop.select_file_number = [&](const std::string& number) {
+    auto select_file_number = [&](const std::string& number) {
       ShowListedFileNumber(context, number);
       OpenPropertySource(context);
       if (empty()) {
         no_records();
-        context.Log("(file number " + TrimUpper(number) +
+        context.Log("(file number " + text::UCaseTrim(number) +
                     " is not in property.dbf: its order in office.mdb was deleted and nothing converted it again)");
       }
     };
@@ -216,31 +194,45 @@ app::StepResult ConvertPropertyDBF(data::Context& context) {
       }
     }
 
+    PropertyStep step(context);
+    InvoiceNumbers invoices(context);
+    data::TargetRow row = step.property.NewRow();
+    ShownCounter counter;
+    std::unordered_set<std::string> converted;  // keys this run wrote, to name repeats
+    data::RecordLoop loop;
+    loop.routine = "ConvertPropertyDBF";
+    loop.source = &control;
+    loop.counter_in_label = false;
+    loop.show = [&](std::int64_t at) { counter.Set(at); };
+    loop.key = [&] { return "File_num " + step.source.Text(step.File_num); };
+    loop.select_file_number = select_file_number;
+
     return counter.Finish(data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
-      std::string read = data::DATgetfield(source, "File_num");
-      std::string candidate = data::RightJustify(read + "-A", 10);
-      for (char& c : candidate) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-      std::optional<std::string> checked = CheckIllegalNumber(context, kPropertyNumberTexts, candidate);
+      std::string candidate = text::UCase(text::RightJustify(step.source.Text(step.File_num) + "-A", 10));
+      std::optional<std::string> checked = CheckIllegalNumber(context, invoices, kPropertyNumberTexts, candidate);
       if (!checked) return app::RecordResult::Skipped("illegal file number whose correction is already in office.mdb");
       candidate = *checked;
       if (candidate == "-A") return app::RecordResult::Skipped("no file number");
 
       std::string key = data::MakeFileNumber(candidate);
-      ShowPropertyProgress(context, counter);
-      RecordPlace place{context, "property.dbf", "file number " + TrimBlanks(key)};
+      // ShowPropertyProgress
+      context.form().lblCaption = "Property.DBF Address";
+      context.form().lblAddress = step.source.Text(step.Pr_Street);
+      counter.Show(context);
+      data::RecordPlace place{context, "property.dbf", "file number " + std::string(text::Trim(key))};
       if (!converted.insert(key).second) {
         place.NoteRecord("appears again in property.dbf; this record's values overwrite the order converted before");
       }
-      data::SelectProperty(property, key);
-      if (!data::AdoFindRec(property, data::FilterFileNumber(key))) {
-        data::AddNewRow(property, [&] {
-          SetPropertyFields(context, place);
-          CheckClient(context);
-          data::AdoSetFieldTF(property, true, "invoiceprinted");
-        });
+      std::optional<jet::RowId> found = step.property.Find(step.FileNumber, key);
+      if (!found) {
+        SetPropertyFields(context, step, place, row);
+        CheckClient(context, step.order_client, row);
+        row.SetFlag(step.InvoicePrinted, true);
+        step.property.Add(row);
         return app::RecordResult::Added();
       }
-      data::UpdateRow(property, [&] { SetPropertyFields(context, place); });
+      SetPropertyFields(context, step, place, row);
+      step.property.Update(*found, row);
       return app::RecordResult::Updated();
     }));
   });

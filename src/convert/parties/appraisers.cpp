@@ -3,38 +3,19 @@
 // left as it is (the first source record of a key wins).
 #include "convert/parties/appraisers.h"
 
+#include "common/text.h"
 #include "convert/parties/clients.h"
-#include "convert/parties/form_types.h"
-#include "data/fields.h"
-#include "data/lookups.h"
 #include "data/party_helpers.h"
 #include "data/record_loop.h"
+#include "data/transfer.h"
 
 namespace qorvane::convert {
 namespace {
 
 using app::RecordResult;
 using app::SourceControl;
-using app::TargetControl;
-using data::AdoControl;
-using data::DataControl;
 
-// The label shows the field Appr_Num, which is not the field the loop keys on (App_num);
-// a table without it shows nothing there rather than an error for every record.
-void UpdateAppraiserLabels(data::Context& context, DataControl& appraisers) {
-  context.form().lblCaption = "Appraisr.DBF Appraiser";
-  context.form().lblAddress =
-      data::DATHasField(appraisers, "Appr_Num") ? data::DATgetfield(appraisers, "Appr_Num") : std::string();
-}
-
-void UpdateUserLabels(data::Context& context, DataControl& rooms) {
-  context.form().lblCaption = "ROOMS.DBF User";
-  context.form().lblAddress = data::DATgetfield(rooms, "Initials");
-}
-
-constexpr const char* kCompanySource = "Select * from Company";
-
-data::RecordLoop SourceLoop(const char* routine, DataControl& source, std::function<void(std::int64_t)> show,
+data::RecordLoop SourceLoop(const char* routine, data::DataControl& source, std::function<void(std::int64_t)> show,
                             std::function<std::string()> key) {
   data::RecordLoop loop;
   loop.routine = routine;
@@ -46,61 +27,66 @@ data::RecordLoop SourceLoop(const char* routine, DataControl& source, std::funct
 
 }  // namespace
 
+AppraiserTable::AppraiserTable(data::Context& context)
+    : table(context.Table("Appraiser")),
+      Appraiser(table.Column("Appraiser")),
+      ApprInfo(table.Column("ApprInfo")),
+      Active(table.Column("Active")) {
+  data::ReportMissingColumns(context, table);
+}
+
 app::StepResult ConvertAppraisrDBF(data::Context& context) {
   return context.Guard("ConvertAppraisrDBF", [&] {
-    DataControl& appraisers = context.Source(SourceControl::datappraisr);
-    AdoControl& appraiser = context.Target(TargetControl::adoappraiser);
+    data::SourceTable appraisers = context.SourceOf(SourceControl::datappraisr);
+    const data::SourceField number_field = appraisers.Field("App_num");
+    const data::SourceField name_field = appraisers.Field("app_LName");
+    // The label shows the field Appr_Num, which is not the field the loop keys on (App_num); a
+    // table without it shows nothing there rather than an error for every record.
+    const data::SourceField label_field = appraisers.Field("Appr_Num");
+    AppraiserTable appraiser(context);
+    data::TargetRow row = appraiser.table.NewRow();
     data::RecordLoop loop = SourceLoop(
-        "ConvertAppraisrDBF", appraisers, [&](std::int64_t) { UpdateAppraiserLabels(context, appraisers); },
-        [&] { return "App_num " + data::DATgetfield(appraisers, "App_num"); });
+        "ConvertAppraisrDBF", appraisers.control(),
+        [&](std::int64_t) {
+          context.form().lblCaption = "Appraisr.DBF Appraiser";
+          context.form().lblAddress = label_field.present() ? appraisers.Text(label_field) : std::string();
+        },
+        [&] { return "App_num " + appraisers.Text(number_field); });
     return data::RunSourceTableLoop(context, "appraisr.dbf", loop, [&]() -> RecordResult {
-      std::string number = data::DATgetfield(appraisers, "App_num");
-      std::string name = data::UCaseTrim(data::DATgetfield(appraisers, "app_LName"));
+      std::string number = appraisers.Text(number_field);
+      std::string name = text::UCaseTrim(appraisers.Text(name_field));
       if (number.empty()) return RecordResult::Skipped("no appraiser number");
       if (name.empty()) return RecordResult::Skipped("no appraiser name");
-      std::string stored = data::KeyAsStored(context, appraisers, appraiser, name, "Appraiser");
-      if (data::AdoFindRec(appraiser, data::FilterAppraiser(stored))) {
-        appraiser.Refresh();
-        return RecordResult::Skipped("appraiser already in Appraiser");
-      }
-      data::AddNewRow(appraiser, [&] {
-        data::AdoSetField(appraiser, name, "Appraiser");
-        SetAppraiserFields(context);
-      });
-      appraiser.Refresh();
+      std::string stored = data::KeyAsStored(context, appraisers, appraiser.Appraiser, name);
+      if (appraiser.table.Find(appraiser.Appraiser, stored)) return RecordResult::Skipped("appraiser already in Appraiser");
+      // SetAppraiserFields: the name upper-cased, ApprInfo, Active.
+      row.Set(appraiser.Appraiser, text::UCase(appraisers.Text(name_field)));
+      row.SetMemo(appraiser.ApprInfo, AppraiserInfo(appraisers));
+      row.SetFlag(appraiser.Active, true);
+      appraiser.table.Add(row);
       return RecordResult::Added();
     });
   });
 }
 
-void SetAppraiserFields(data::Context& context) {
-  DataControl& appraisers = context.Source(SourceControl::datappraisr);
-  AdoControl& appraiser = context.Target(TargetControl::adoappraiser);
-  data::AdoSetField(appraiser, data::UCase(data::DATgetfield(appraisers, "App_Lname")), "Appraiser");
-  SetAppraiserInfo(context);
-  data::AdoSetFieldTF(appraiser, true, "Active");
-}
-
-void SetAppraiserInfo(data::Context& context) {
-  DataControl& appraisers = context.Source(SourceControl::datappraisr);
+std::string AppraiserInfo(const data::SourceTable& appraisers) {
   std::string info;
-  for (const char* field : {"app_street", "app_addr2", "app_addr3"})
-    info += AddressLine(data::DATgetfield(appraisers, field));
-  info += AddressLine(data::DATgetfield(appraisers, "app_phone") + " " + data::DATgetfield(appraisers, "app_ext"));
-  info += AddressLine(data::DATgetfield(appraisers, "app_beep"));
-  data::AdoSetFieldMemo(context.Target(TargetControl::adoappraiser), info, "ApprInfo");
+  for (const char* field : {"app_street", "app_addr2", "app_addr3"}) info += AddressLine(appraisers.Text(appraisers.Field(field)));
+  info += AddressLine(appraisers.Text(appraisers.Field("app_phone")) + " " + appraisers.Text(appraisers.Field("app_ext")));
+  info += AddressLine(appraisers.Text(appraisers.Field("app_beep")));
+  return info;
 }
 
-void AddAppraiserIfMissing(data::Context& context, std::string_view name, std::string_view info) {
+void AddAppraiserIfMissing(data::Context& context, AppraiserTable& appraisers, std::string_view name,
+                           std::string_view info) {
   context.Guard("AddAppraiserIfMissing", [&] {
-    if (name.find_first_not_of(' ') == std::string_view::npos) return;
-    AdoControl& appraiser = context.Target(TargetControl::adoappraiser);
-    if (data::AdoFindRec(appraiser, data::FilterAppraiser(data::AdoTrim(appraiser, name, "Appraiser")))) return;
-    data::AddNewRow(appraiser, [&] {
-      data::AdoSetField(appraiser, name, "Appraiser");
-      data::AdoSetFieldMemo(appraiser, info, "ApprInfo");
-      data::AdoSetFieldTF(appraiser, true, "Active");
-    });
+    if (text::Trim(name).empty()) return;
+    if (appraisers.table.Find(appraisers.Appraiser, text::TrimToWidth(name, appraisers.Appraiser.width))) return;
+    data::TargetRow row = appraisers.table.NewRow();
+    row.Set(appraisers.Appraiser, name);
+    row.SetMemo(appraisers.ApprInfo, info);
+    row.SetFlag(appraisers.Active, true);
+    appraisers.table.Add(row);
   });
 }
 
@@ -113,30 +99,37 @@ std::string UserRights(std::string_view code) {
 
 app::StepResult ConvertUsers(data::Context& context) {
   return context.Guard("ConvertUsers", [&] {
-    DataControl& rooms = context.Source(SourceControl::datrooms);
-    AdoControl& users = context.Target(TargetControl::adousers);
+    data::SourceTable rooms = context.SourceOf(SourceControl::datrooms);
+    const data::SourceField initials_field = rooms.Field("initialS");
+    const data::SourceField password_field = rooms.Field("password");
+    const data::SourceField super_field = rooms.Field("super");
+    data::TargetTable& users = context.Table("users");
+    const data::TargetColumn user = users.Column("user");
+    const data::TargetColumn rights = users.Column("rights");
+    const data::TargetColumn password_column = users.Column("password");
+    data::ReportMissingColumns(context, users);
+    data::TargetRow row = users.NewRow();
     data::RecordLoop loop = SourceLoop(
-        "ConvertUsers", rooms, [&](std::int64_t) { UpdateUserLabels(context, rooms); },
-        [&] { return "initials " + data::DATgetfield(rooms, "initialS"); });
+        "ConvertUsers", rooms.control(),
+        [&](std::int64_t) {
+          context.form().lblCaption = "ROOMS.DBF User";
+          context.form().lblAddress = rooms.Text(initials_field);
+        },
+        [&] { return "initials " + rooms.Text(initials_field); });
     return data::RunSourceTableLoop(context, "rooms.dbf", loop, [&]() -> RecordResult {
-      std::string initials = data::UCase(data::DATgetfield(rooms, "initialS"));
-      std::string password = data::UCaseTrim(data::DATgetfield(rooms, "password"));
-      std::string code = data::UCase(data::DATgetfield(rooms, "super"));
+      std::string initials = text::UCase(rooms.Text(initials_field));
+      std::string password = text::UCaseTrim(rooms.Text(password_field));
+      std::string code = text::UCase(rooms.Text(super_field));
       if (initials.empty()) return RecordResult::Skipped("no initials");
       if (password.empty()) return RecordResult::Skipped("no password");
       if (code.empty()) return RecordResult::Skipped("no rights code");
-      std::string stored = data::KeyAsStored(context, rooms, users, initials, "user");
-      if (data::AdoFindRec(users, data::FilterUser(stored))) {
-        users.Refresh();
-        return RecordResult::Skipped("user already in users");
-      }
-      data::AddNewRow(users, [&] {
-        data::AdoSetField(users, initials, "user");
-        // A code outside the table leaves rights unset: the column's default applies.
-        if (std::string rights = UserRights(code); !rights.empty()) data::AdoSetField(users, rights, "rights");
-        data::AdoSetField(users, password, "password");
-      });
-      users.Refresh();
+      std::string stored = data::KeyAsStored(context, rooms, user, initials);
+      if (users.Find(user, stored)) return RecordResult::Skipped("user already in users");
+      row.Set(user, initials);
+      // A code outside the table leaves rights unset: the column's default applies.
+      if (std::string granted = UserRights(code); !granted.empty()) row.Set(rights, granted);
+      row.Set(password_column, password);
+      users.Add(row);
       return RecordResult::Added();
     });
   });
@@ -144,38 +137,44 @@ app::StepResult ConvertUsers(data::Context& context) {
 
 app::StepResult ConvertCompanyName(data::Context& context) {
   return context.Guard("ConvertCompanyName", [&] {
-    DataControl& user = context.Source(SourceControl::datuser);
-    AdoControl& company = context.Target(TargetControl::adocompany);
+    data::SourceTable user = context.SourceOf(SourceControl::datuser);
+    data::TargetTable& company = context.Table("Company");
+    struct Copy {
+      data::SourceField field;
+      data::TargetColumn column;
+    };
+    const Copy copies[] = {{user.Field("Name"), company.Column("Company")},
+                           {user.Field("Address1"), company.Column("Address1")},
+                           {user.Field("Address2"), company.Column("Address2")},
+                           {user.Field("User_Phone"), company.Column("phone")},
+                           {user.Field("Tax_Id"), company.Column("Taxid")}};
+    data::ReportMissingColumns(context, company);
     std::int64_t last = 0;
     std::int64_t current = 0;
     if (user.bound()) {
-      user.Recordset().MoveLast();
-      last = user.Recordset().RecordCount();
+      user.records().MoveLast();
+      last = user.records().RecordCount();
     }
     // Only the last record is used; the target keeps exactly one company row. The step shows no
     // record counter.
     data::RecordLoop loop = SourceLoop(
-        "ConvertCompanyName", user, [&](std::int64_t counter) { current = counter; },
-        [&] { return "Name " + data::DATgetfield(user, "Name"); });
+        "ConvertCompanyName", user.control(), [&](std::int64_t counter) { current = counter; },
+        [&] { return "Name " + user.Text(copies[0].field); });
     loop.counter_in_label = false;
+    data::TargetRow row = company.NewRow();
     return data::RunSourceTableLoop(context, "user.dbf", loop, [&]() -> RecordResult {
       if (current != last) return RecordResult::Skipped("the company is taken from the last record");
-      company.RecordSource = kCompanySource;
-      company.Refresh();
-      bool added = !data::FoundRow(company);
+      const std::vector<jet::RowId>& rows = company.Rows();
+      bool added = rows.empty();
+      std::optional<jet::RowId> first;
       if (added) {
-        data::AddNewRow(company, [&] { convertField(user, "Name", company, "Company"); });
-        company.RecordSource = kCompanySource;
-        company.Refresh();
+        data::convertField(user, copies[0].field, row, copies[0].column);
+        first = company.Add(row);
+      } else {
+        first = rows.front();
       }
-      data::MoveFirstIfAny(company);
-      data::UpdateRow(company, [&] {
-        convertField(user, "Name", company, "Company");
-        convertField(user, "Address1", company, "Address1");
-        convertField(user, "Address2", company, "Address2");
-        convertField(user, "User_Phone", company, "phone");
-        convertField(user, "Tax_Id", company, "Taxid");
-      });
+      for (const Copy& copy : copies) data::convertField(user, copy.field, row, copy.column);
+      company.Update(*first, row);
       return added ? RecordResult::Added() : RecordResult::Updated();
     });
   });

@@ -9,17 +9,25 @@
 
 #include "app/ledger.h"
 #include "data/context.h"
+#include "data/source_table.h"
+#include "data/target_table.h"
 
 namespace qorvane::convert {
 
+// The Appraiser columns the steps write and look up, resolved once per step.
+struct AppraiserTable {
+  explicit AppraiserTable(data::Context& context);
+  data::TargetTable& table;
+  data::TargetColumn Appraiser, ApprInfo, Active;
+};
+
 app::StepResult ConvertAppraisrDBF(data::Context& context);
-// On the current record of datappraisr and the new row of adoappraiser: name, ApprInfo, Active.
-void SetAppraiserFields(data::Context& context);
-// ApprInfo: street, second and third line, phone and extension, pager; one line each, empty
-// lines left out.
-void SetAppraiserInfo(data::Context& context);
+// ApprInfo of the current appraiser record: street, second and third line, phone and
+// extension, pager; one line each, empty lines left out.
+std::string AppraiserInfo(const data::SourceTable& appraisers);
 // Adds an active appraiser NAME with INFO unless Appraiser has that name already.
-void AddAppraiserIfMissing(data::Context& context, std::string_view name, std::string_view info);
+void AddAppraiserIfMissing(data::Context& context, AppraiserTable& appraisers, std::string_view name,
+                           std::string_view info);
 
 app::StepResult ConvertUsers(data::Context& context);
 // The target rights of a source rights code ("SUPER", "MIDI", "PLAIN"); "" for any other.

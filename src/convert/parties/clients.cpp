@@ -5,20 +5,17 @@
 #include "convert/parties/clients.h"
 
 #include "common/error.h"
-#include "convert/parties/form_types.h"
-#include "data/fields.h"
+#include "common/text.h"
 #include "data/lookups.h"
 #include "data/party_helpers.h"
 #include "data/record_loop.h"
+#include "data/transfer.h"
 
 namespace qorvane::convert {
 namespace {
 
 using app::RecordResult;
 using app::SourceControl;
-using app::TargetControl;
-using data::AdoControl;
-using data::DataControl;
 
 constexpr const char* kUnknownClient = "UNKNOWN CLIENT";
 constexpr const char* kUnknownAddress = "UNKNOWN ADDRESS";
@@ -28,68 +25,72 @@ constexpr std::size_t kNameWithNumberLimit = 38;
 
 enum class ClientPass { ByName, ByNumber };
 
-void UpdateClientLabels(data::Context& context, DataControl& clients) {
-  context.form().lblCaption = "Client.DBF";
-  context.form().lblAddress = data::DATgetfield(clients, "Cli_num");
-}
-
 // The four address lines of a new Client row: each followed by CR LF, empty ones included.
-std::string FourLineAddress(DataControl& record, std::string_view printed_name) {
+std::string FourLineAddress(const data::SourceTable& record, const ClientFields& fields, std::string_view printed_name) {
   std::string address(printed_name);
   address += "\r\n";
-  for (const char* field : {"Cli_Street", "Cli_Addr2", "Cli_Addr3"})
-    address += data::DATgetfield(record, field) + "\r\n";
+  for (const data::SourceField* field : {&fields.Cli_Street, &fields.Cli_Addr2, &fields.Cli_Addr3}) {
+    address += record.Text(*field) + "\r\n";
+  }
   return address;
 }
 
-// The name of the client billed, from the bill-to record datclienttable stands on: a private
-// person is billed as "INDIVIDUAL".
-std::string BillToName(DataControl& bill_to) {
-  std::string name = data::UCaseTrim(data::DATgetfield(bill_to, "Cli_LName"));
+// The name of the client billed, from the bill-to record BILL_TO stands on: a private person
+// is billed as "INDIVIDUAL".
+std::string BillToName(const data::SourceTable& bill_to, const ClientFields& fields) {
+  std::string name = text::UCaseTrim(bill_to.Text(fields.Cli_LName));
   return IsTildeMarked(name) ? kIndividual : name;
 }
 
-void AddClientRow(data::Context& context, std::string_view row_name) {
-  AdoControl& client = context.Target(TargetControl::adoclient);
-  data::AddNewRow(client, [&] {
-    data::AdoSetField(client, data::UCase(row_name), "Client");
-    SetClientFields(context, row_name);
-  });
-  client.Refresh();
-}
-
-// Adds the contact row of the current record under NAME unless that name has one; true when added.
-bool EnsureContactRow(data::Context& context, const std::string& name) {
-  AdoControl& contact = context.Target(TargetControl::adoclientcontact);
-  if (data::AdoFindRec(contact, data::FilterClient(name))) {
-    contact.Refresh();
-    return false;
+// The placeholder client, added unless an active client of that name is there; WRITE fills the
+// new row.
+template <typename Write>
+void EnsureUnknownClient(ClientTable& clients, Write write) {
+  for (jet::RowId row : clients.table.FindAll(clients.Client, kUnknownClient)) {
+    if (clients.table.Flag(row, clients.Active)) return;
   }
-  data::AddNewRow(contact, [&] { SetClientContactFields(context, name); });
-  contact.Refresh();
-  return true;
+  data::TargetRow row = clients.table.NewRow();
+  write(row);
+  clients.table.Add(row);
 }
 
 app::StepResult RunClientPass(data::Context& context, ClientPass pass) {
   const char* routine = pass == ClientPass::ByName ? "ConvertClientDBF" : "ConvertClientDBFByCliNum";
   return context.Guard(routine, [&]() -> app::StepResult {
-    DataControl& clients = context.Source(SourceControl::datClient);
-    AdoControl& client = context.Target(TargetControl::adoclient);
+    data::SourceTable clients = context.SourceOf(SourceControl::datClient);
+    data::SourceTable bill_to = context.SourceOf(SourceControl::datclienttable);
     // The first pass leaves the table at its end; each pass starts from the first record.
-    if (clients.bound()) clients.Recordset().MoveFirst();
+    if (clients.bound()) clients.records().MoveFirst();
+    ClientFields fields(clients);
+    ClientTable client(context);
+    ClientContactTable contact(context);
+    data::TargetRow client_row = client.table.NewRow();
+    data::TargetRow contact_row = contact.table.NewRow();
+
+    // Adds the contact row of the current record under NAME unless that name has one.
+    auto ensure_contact = [&](const std::string& name) {
+      if (contact.table.Find(contact.Client, name)) return false;
+      SetClientContactFields(clients, fields, contact, name, contact_row);
+      contact.table.Add(contact_row);
+      return true;
+    };
+    auto add_client = [&](std::string_view row_name) {
+      client_row.Set(client.Client, text::UCase(row_name));
+      SetClientFields(clients, bill_to, fields, client, row_name, client_row);
+      client.table.Add(client_row);
+    };
 
     data::RecordLoop loop;
     loop.routine = routine;
-    loop.source = &clients;
+    loop.source = &clients.control();
     loop.show = [&](std::int64_t) {
-      UpdateClientLabels(context, clients);
+      context.form().lblCaption = "Client.DBF";
+      context.form().lblAddress = clients.Text(fields.Cli_num);
     };
-    loop.key = [&] {
-      return "Cli_num " + data::DATgetfield(clients, "Cli_num");
-    };
+    loop.key = [&] { return "Cli_num " + clients.Text(fields.Cli_num); };
     return data::RunSourceTableLoop(context, "client.dbf", loop, [&]() -> RecordResult {
-      std::string number = data::DATgetfield(clients, "Cli_num");
-      std::string name = data::UCaseTrim(data::DATgetfield(clients, "Cli_LName"));
+      std::string number = clients.Text(fields.Cli_num);
+      std::string name = text::UCaseTrim(clients.Text(fields.Cli_LName));
       if (number.empty()) return RecordResult::Skipped("no client number");
       if (name.empty()) return RecordResult::Skipped("no client name");
       if (IsTildeMarked(name)) return RecordResult::Skipped("a private person (name marked with ~)");
@@ -98,64 +99,99 @@ app::StepResult RunClientPass(data::Context& context, ClientPass pass) {
       std::string filed_under;  // the Client the record's row has, and its contact's
       RecordResult found;
       if (pass == ClientPass::ByName) {
-        filed_under = data::KeyAsStored(context, clients, client, name, "Client");
-        if (data::AdoFindRec(client, data::FilterClient(filed_under))) {
+        filed_under = data::KeyAsStored(context, clients, client.Client, name);
+        if (client.table.Find(client.Client, filed_under)) {
           // The first record of a name wins; later ones are taken by the pass by number.
           found = RecordResult::Skipped("client already in Client");
         } else {
-          AddClientRow(context, name);
+          add_client(name);
           added = true;
         }
       } else {
-        std::string stored_number = data::KeyAsStored(context, clients, client, number, "OldCliNum");
-        if (data::AdoFindRec(client, data::FilterOldCliNum(stored_number))) {
-          filed_under = data::AdoTrim(client, name, "Client");
+        std::string stored_number = data::KeyAsStored(context, clients, client.OldCliNum, number);
+        if (client.table.Find(client.OldCliNum, stored_number)) {
+          filed_under = text::TrimToWidth(name, client.Client.width);
           found = RecordResult::Unchanged();
         } else {
-          filed_under = data::UCase(NameWithNumber(name, number));
-          AddClientRow(context, filed_under);
+          filed_under = text::UCase(NameWithNumber(name, number));
+          add_client(filed_under);
           added = true;
         }
       }
-      if (EnsureContactRow(context, filed_under)) added = true;
+      if (ensure_contact(filed_under)) added = true;
       return added ? RecordResult::Added() : found;
     });
   });
 }
 
-// Writes the "UNKNOWN CLIENT" texts into the current adoproperty row and makes sure the one
-// placeholder client exists.
-void WriteUnknownClient(data::Context& context) {
-  AdoControl& property = context.Target(TargetControl::adoproperty);
-  data::AdoSetField(property, kUnknownClient, "Client");
-  data::AdoSetFieldMemo(property, kUnknownAddress, "ReferenceAddress");
-  data::AdoSetField(property, kUnknownClient, "BILLTO");
-  data::AdoSetFieldMemo(property, kUnknownAddress, "InvoiceAddr");
-  AdoControl& client = context.Target(TargetControl::adoclient);
-  data::SelectClient(client, kUnknownClient, true);
-  if (data::FoundRow(client)) return;
-  data::AddNewRow(client, [&] {
-    data::AdoSetField(client, kUnknownClient, "Client");
-    data::AdoSetFieldMemo(client, kUnknownAddress, "ClientAddr");
-    data::AdoSetField(client, kUnknownClient, "BILLTO");
-    data::AdoSetFieldMemo(client, kUnknownAddress, "BillToAddr");
-    data::AdoSetFieldTF(client, true, "active");
-  });
-}
-
 }  // namespace
 
+ClientFields::ClientFields(const data::SourceTable& clients)
+    : Cli_num(clients.Field("Cli_num")),
+      Cli_LName(clients.Field("Cli_LName")),
+      Plain_Name(clients.Field("Plain_Name")),
+      Cli_Bill(clients.Field("Cli_Bill")),
+      Cli_Street(clients.Field("Cli_Street")),
+      Cli_Addr2(clients.Field("Cli_Addr2")),
+      Cli_Addr3(clients.Field("Cli_Addr3")),
+      Cli_Phone(clients.Field("Cli_Phone")),
+      Cli_ext(clients.Field("Cli_ext")),
+      Cli_Cont(clients.Field("Cli_Cont")),
+      Cli_Fax(clients.Field("Cli_Fax")),
+      Duns(clients.Field("Duns")),
+      Pref_Bill(clients.Field("Pref_Bill")) {}
+
+ClientTable::ClientTable(data::Context& context)
+    : table(context.Table("Client")),
+      Client(table.Column("Client")),
+      OldCliNum(table.Column("OldCliNum")),
+      Duns(table.Column("Duns")),
+      ClientPhone(table.Column("ClientPhone")),
+      BillTo(table.Column("BillTo")),
+      ClientAddr(table.Column("ClientAddr")),
+      BilltoAddr(table.Column("BilltoAddr")),
+      MultipleInvoice(table.Column("MultipleInvoice")),
+      Active(table.Column("Active")),
+      ApplyFinanceCharge(table.Column("ApplyFinanceCharge")) {
+  data::ReportMissingColumns(context, table);
+}
+
+ClientContactTable::ClientContactTable(data::Context& context)
+    : table(context.Table("ClientContact")),
+      OldCliNum(table.Column("OldCliNum")),
+      Client(table.Column("Client")),
+      ClientContact(table.Column("ClientContact")),
+      Contact(table.Column("Contact")),
+      Phone(table.Column("Phone")),
+      Fax(table.Column("Fax")) {
+  data::ReportMissingColumns(context, table);
+}
+
+OrderClient::OrderClient(data::Context& context)
+    : orders(context.SourceOf(SourceControl::datproperty)),
+      clients(context.SourceOf(SourceControl::datclienttable)),
+      order_client(orders.Field("CLI_NUM")),
+      fields(clients),
+      property(context.Table("Property")),
+      Client(property.Column("Client")),
+      BillTo(property.Column("BillTo")),
+      ReferenceAddress(property.Column("ReferenceAddress")),
+      InvoiceAddr(property.Column("InvoiceAddr")),
+      client_table(context) {
+  data::ReportMissingColumns(context, property);
+}
+
 std::string AddressLine(std::string_view line) {
-  std::size_t first = line.find_first_not_of(' ');
-  if (first == std::string_view::npos) return "";
-  return std::string(line.substr(first, line.find_last_not_of(' ') - first + 1)) + "\r\n";
+  std::string_view trimmed = text::Trim(line);
+  if (trimmed.empty()) return "";
+  return std::string(trimmed) + "\r\n";
 }
 
 bool IsTildeMarked(std::string_view value) { return !value.empty() && value.front() == '~'; }
 
 std::string NameWithNumber(std::string_view name, std::string_view number) {
-  std::size_t number_length = data::CharLength(number);
-  if (data::CharLength(name) + 1 + number_length < kNameWithNumberLimit) {
+  std::size_t number_length = text::CharLength(number);
+  if (text::CharLength(name) + 1 + number_length < kNameWithNumberLimit) {
     return std::string(name) + " " + std::string(number);
   }
   if (number_length > kNameWithNumberLimit - 1) {
@@ -163,7 +199,7 @@ std::string NameWithNumber(std::string_view name, std::string_view number) {
                                                 std::to_string(kNameWithNumberLimit - 1) +
                                                 " characters and leaves no room for the name");
   }
-  return data::LeftChars(name, kNameWithNumberLimit - 1 - number_length) + " " + std::string(number);
+  return std::string(text::LeftChars(name, kNameWithNumberLimit - 1 - number_length)) + " " + std::string(number);
 }
 
 app::StepResult ConvertClientDBF(data::Context& context) { return RunClientPass(context, ClientPass::ByName); }
@@ -172,116 +208,113 @@ app::StepResult ConvertClientDBFByCliNum(data::Context& context) {
   return RunClientPass(context, ClientPass::ByNumber);
 }
 
-void SetClientFields(data::Context& context, std::string_view name) {
-  DataControl& clients = context.Source(SourceControl::datClient);
-  AdoControl& client = context.Target(TargetControl::adoclient);
-  convertField(clients, "Cli_num", client, "OldCliNum");
-  convertField(clients, "Duns", client, "Duns");
-  data::AdoSetField(client, data::DATgetfield(clients, "Cli_Phone") + " " + data::DATgetfield(clients, "Cli_ext"),
-                    "ClientPhone");
-  SetClientAddresses(context, name);
+void SetClientFields(const data::SourceTable& clients, const data::SourceTable& bill_to, const ClientFields& fields,
+                     const ClientTable& columns, std::string_view name, data::TargetRow& row) {
+  data::convertField(clients, fields.Cli_num, row, columns.OldCliNum);
+  data::convertField(clients, fields.Duns, row, columns.Duns);
+  row.Set(columns.ClientPhone, clients.Text(fields.Cli_Phone) + " " + clients.Text(fields.Cli_ext));
+  SetClientAddresses(clients, bill_to, fields, columns, name, row);
   // Preferred billing in the source means one invoice per order: the flag is inverted.
-  data::AdoSetFieldTF(client, !data::DATgetfieldtf(clients, "Pref_Bill"), "MultipleInvoice");
-  data::AdoSetFieldTF(client, true, "Active");
-  data::AdoSetFieldTF(client, true, "ApplyFinanceCharge");
+  row.SetFlag(columns.MultipleInvoice, !clients.Flag(fields.Pref_Bill));
+  row.SetFlag(columns.Active, true);
+  row.SetFlag(columns.ApplyFinanceCharge, true);
 }
 
-void SetClientAddresses(data::Context& context, std::string_view name) {
-  DataControl& clients = context.Source(SourceControl::datClient);
-  DataControl& bill_to = context.Source(SourceControl::datclienttable);
-  AdoControl& client = context.Target(TargetControl::adoclient);
-  std::string bill_number = data::DATgetfield(clients, "Cli_Bill");
-  std::string client_address = FourLineAddress(clients, data::UCaseTrim(data::DATgetfield(clients, "Plain_Name")));
+void SetClientAddresses(const data::SourceTable& clients, const data::SourceTable& bill_to,
+                        const ClientFields& fields, const ClientTable& columns, std::string_view name,
+                        data::TargetRow& row) {
+  std::string bill_number = clients.Text(fields.Cli_Bill);
+  std::string client_address = FourLineAddress(clients, fields, text::UCaseTrim(clients.Text(fields.Plain_Name)));
   // A client billed for itself, or whose bill-to number names no client, is its own bill-to.
   std::string bill_name(name);
   std::string bill_address = client_address;
-  if (!bill_number.empty() && data::FindRecord(bill_to, bill_number, "Cli_Num")) {
-    bill_name = BillToName(bill_to);
-    bill_address = FourLineAddress(bill_to, data::UCaseTrim(data::DATgetfield(bill_to, "Plain_Name")));
+  if (!bill_number.empty() && data::FindRecord(bill_to.control(), bill_number, "Cli_Num")) {
+    bill_name = BillToName(bill_to, fields);
+    bill_address = FourLineAddress(bill_to, fields, text::UCaseTrim(bill_to.Text(fields.Plain_Name)));
   }
-  data::AdoSetField(client, data::UCase(name), "Client");
-  data::AdoSetField(client, data::UCase(bill_name), "BillTo");
-  data::AdoSetFieldMemo(client, client_address, "ClientAddr");
-  data::AdoSetFieldMemo(client, bill_address, "BilltoAddr");
+  row.Set(columns.Client, text::UCase(name));
+  row.Set(columns.BillTo, text::UCase(bill_name));
+  row.SetMemo(columns.ClientAddr, client_address);
+  row.SetMemo(columns.BilltoAddr, bill_address);
 }
 
-void SetClientContactFields(data::Context& context, std::string_view name) {
-  DataControl& clients = context.Source(SourceControl::datClient);
-  AdoControl& contact = context.Target(TargetControl::adoclientcontact);
-  convertField(clients, "Cli_Num", contact, "OldCliNum");
-  data::AdoSetField(contact, data::UCase(name), "Client");
-  data::AdoSetField(contact, data::UCaseTrim(data::DATgetfield(clients, "Cli_Cont")), "ClientContact");
-  convertField(clients, "Cli_Cont", contact, "Contact");
-  data::AdoSetField(contact, data::DATgetfield(clients, "Cli_Phone") + " " + data::DATgetfield(clients, "Cli_Ext"),
-                    "Phone");
-  convertField(clients, "Cli_Fax", contact, "Fax");
+void SetClientContactFields(const data::SourceTable& clients, const ClientFields& fields,
+                            const ClientContactTable& columns, std::string_view name, data::TargetRow& row) {
+  data::convertField(clients, fields.Cli_num, row, columns.OldCliNum);
+  row.Set(columns.Client, text::UCase(name));
+  row.Set(columns.ClientContact, text::UCaseTrim(clients.Text(fields.Cli_Cont)));
+  data::convertField(clients, fields.Cli_Cont, row, columns.Contact);
+  row.Set(columns.Phone, clients.Text(fields.Cli_Phone) + " " + clients.Text(fields.Cli_ext));
+  data::convertField(clients, fields.Cli_Fax, row, columns.Fax);
 }
 
-std::string ComposeClientAddress(data::Context& context) {
-  DataControl& record = context.Source(SourceControl::datclienttable);
+std::string ComposeClientAddress(const data::SourceTable& clients, const ClientFields& fields) {
   std::string address;
-  for (const char* field : {"Plain_Name", "Cli_Street", "Cli_Addr2", "Cli_Addr3"}) {
-    address += AddressLine(data::DATgetfield(record, field));
+  for (const data::SourceField* field : {&fields.Plain_Name, &fields.Cli_Street, &fields.Cli_Addr2, &fields.Cli_Addr3}) {
+    address += AddressLine(clients.Text(*field));
   }
   return address;
 }
 
-void CheckClient(data::Context& context) {
+void CheckClient(data::Context& context, OrderClient& order_client, data::TargetRow& row) {
   context.Guard("CheckClient", [&] {
-    DataControl& order = context.Source(SourceControl::datproperty);
-    DataControl& clients = context.Source(SourceControl::datclienttable);
-    AdoControl& property = context.Target(TargetControl::adoproperty);
-    std::string number = data::DATgetfield(order, "CLI_NUM");
+    const data::SourceTable& clients = order_client.clients;
+    const ClientFields& fields = order_client.fields;
+    std::string number = order_client.orders.Text(order_client.order_client);
     // An order whose client number names no source client is filed as the unknown client too.
-    if (number.empty() || !data::FindRecord(clients, number, "CLI_NUM")) {
-      WriteUnknownClient(context);
+    if (number.empty() || !clients.bound() || !data::FindRecord(clients.control(), number, "CLI_NUM")) {
+      row.Set(order_client.Client, kUnknownClient);
+      row.SetMemo(order_client.ReferenceAddress, kUnknownAddress);
+      row.Set(order_client.BillTo, kUnknownClient);
+      row.SetMemo(order_client.InvoiceAddr, kUnknownAddress);
+      ClientTable& placeholder = order_client.client_table;
+      EnsureUnknownClient(placeholder, [&](data::TargetRow& client) {
+        client.Set(placeholder.Client, kUnknownClient);
+        client.SetMemo(placeholder.ClientAddr, kUnknownAddress);
+        client.Set(placeholder.BillTo, kUnknownClient);
+        client.SetMemo(placeholder.BilltoAddr, kUnknownAddress);
+        client.SetFlag(placeholder.Active, true);
+      });
       return;
     }
-    std::string bill_number = data::DATgetfield(clients, "CLI_Bill");
-    std::string client_name = data::DATgetfield(clients, "cli_lNAME");
-    std::string client_address = ComposeClientAddress(context);
+    std::string bill_number = clients.Text(fields.Cli_Bill);
+    std::string client_name = clients.Text(fields.Cli_LName);
+    std::string client_address = ComposeClientAddress(clients, fields);
     std::string bill_name = client_name;
     std::string bill_address = client_address;
     if (IsTildeMarked(client_name)) {
       client_name = bill_name = kIndividual;
-    } else if (!bill_number.empty() && data::FindRecord(clients, bill_number, "CLI_NUM")) {
-      bill_name = BillToName(clients);
-      bill_address = ComposeClientAddress(context);
+    } else if (!bill_number.empty() && data::FindRecord(clients.control(), bill_number, "CLI_NUM")) {
+      bill_name = BillToName(clients, fields);
+      bill_address = ComposeClientAddress(clients, fields);
     }
-    data::AdoSetField(property, data::UCaseTrim(client_name), "Client");
-    data::AdoSetField(property, data::UCaseTrim(bill_name), "BillTo");
-    data::AdoSetFieldMemo(property, client_address, "ReferenceAddress");
-    data::AdoSetFieldMemo(property, bill_address, "InvoiceAddr");
+    row.Set(order_client.Client, text::UCaseTrim(client_name));
+    row.Set(order_client.BillTo, text::UCaseTrim(bill_name));
+    row.SetMemo(order_client.ReferenceAddress, client_address);
+    row.SetMemo(order_client.InvoiceAddr, bill_address);
   });
 }
 
-void FillIndividualClient(data::Context& context) {
-  context.Guard("FillIndividualClient", [&] {
-    AdoControl& property = context.Target(TargetControl::adoproperty);
-    if (data::adogetfield(property, "CLIENT").empty()) data::AdoSetField(property, kIndividual, "client");
-    if (data::adogetfield(property, "BILLTO").empty()) data::AdoSetField(property, kIndividual, "billto");
-  });
+void FillIndividualClient(data::TargetTable& property, jet::RowId row, const data::TargetColumn& client,
+                          const data::TargetColumn& bill_to, data::TargetRow& changes) {
+  if (property.Text(row, client).empty()) changes.Set(client, kIndividual);
+  if (property.Text(row, bill_to).empty()) changes.Set(bill_to, kIndividual);
 }
 
-void EnsurePropertyClient(data::Context& context) {
-  context.Guard("EnsurePropertyClient", [&] {
-    std::string number = data::DATgetfield(context.Source(SourceControl::datproperty), "Cli_Num");
-    if (!data::FindRecord(context.Source(SourceControl::datclienttable), number, "CLI_NUM")) AddUnknownClient(context);
-  });
+void EnsurePropertyClient(OrderClient& order_client) {
+  std::string number = order_client.orders.Text(order_client.order_client);
+  if (!order_client.clients.bound() || !data::FindRecord(order_client.clients.control(), number, "CLI_NUM")) {
+    AddUnknownClient(order_client.client_table);
+  }
 }
 
-void AddUnknownClient(data::Context& context) {
-  context.Guard("AddUnknownClient", [&] {
-    AdoControl& client = context.Target(TargetControl::adoclient);
-    data::SelectClient(client, kUnknownClient, true);
-    if (data::FoundRow(client)) return;
-    data::AddNewRow(client, [&] {
-      data::AdoSetField(client, kUnknownClient, "client");
-      data::AdoSetFieldMemo(client, "UNKNOWN CLIENT NAME\r\nUNKNOWN ADDRESS", "clientADDR");
-      data::AdoSetField(client, kUnknownClient, "BILLTO");
-      // The invoice text goes to the client address too, replacing it: the office's routine did so.
-      data::AdoSetFieldMemo(client, "UNKNOWN CLIENT NAME\r\nUNKNOWN INVOICE ADDRESS", "clientADDR");
-    });
+void AddUnknownClient(ClientTable& clients) {
+  EnsureUnknownClient(clients, [&](data::TargetRow& row) {
+    row.Set(clients.Client, kUnknownClient);
+    row.SetMemo(clients.ClientAddr, "UNKNOWN CLIENT NAME\r\nUNKNOWN ADDRESS");
+    row.Set(clients.BillTo, kUnknownClient);
+    // The invoice text goes to the client address too, replacing it: the office's routine did so.
+    row.SetMemo(clients.ClientAddr, "UNKNOWN CLIENT NAME\r\nUNKNOWN INVOICE ADDRESS");
   });
 }
 

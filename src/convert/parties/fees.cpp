@@ -1,41 +1,26 @@
 // The fee schedules (see fees.h). The fee tables are walked in the order of their party number
 // (the source's index order), so the first record of a form and party is the one kept. Every
-// look-up is by key: a fee row by its FormAppraiser / FormClient key, a party by its number on
-// the source table's index.
+// look-up is by key: a fee row by its FormAppraiser / FormClient key (prepared once per step),
+// a party by its number on the source table's index.
 #include "convert/parties/fees.h"
 
 #include <fmt/format.h>
 
-#include <functional>
-#include <map>
-
 #include "app/paths.h"
-#include "data/fields.h"
+#include "common/text.h"
 #include "data/lookups.h"
-#include "data/party_helpers.h"
 #include "data/record_loop.h"
+#include "data/source_table.h"
+#include "data/transfer.h"
 
 namespace qorvane::convert {
 namespace {
 
 using app::RecordResult;
 using app::SourceControl;
-using app::TargetControl;
-using data::AdoControl;
-using data::DataControl;
-
-// The fee tables are looked up by key only; without an ORDER BY the record source is the table
-// itself and a look-up does not sort it again.
-constexpr const char* kAppraiserFeeTable = "Select * from AppraiserFee";
-constexpr const char* kClientFeeTable = "Select * from ClientFee";
-
-void PointAt(AdoControl& control, const char* record_source) {
-  control.RecordSource = record_source;
-  control.Refresh();
-}
 
 // Opens a source fee table in the order of its party number; false when the file is missing.
-bool OpenByParty(data::Context& context, DataControl& fees, const char* file, const char* table,
+bool OpenByParty(data::Context& context, data::DataControl& fees, const char* file, const char* table,
                  const char* number_field) {
   if (!app::FileExists(context.Paths().source_folder + file)) return false;
   fees.RecordSource = std::string("SELECT * FROM ") + table + " ORDER BY " + number_field;
@@ -44,44 +29,41 @@ bool OpenByParty(data::Context& context, DataControl& fees, const char* file, co
 }
 
 // The form types of the target, read once for a whole per-party step.
-std::vector<FormTypeEntry> ReadFormTypes(data::Context& context, const char* routine) {
-  AdoControl& form_types = context.Target(TargetControl::adoformtypes);
-  PointAt(form_types, data::kFormTypesSource);
+std::vector<FormTypeEntry> ReadFormTypes(data::Context& context) {
+  data::TargetTable& form_types = context.Table("FormTypes");
+  const data::TargetColumn form_type = form_types.Column("FORMTYPE");
+  const data::TargetColumn form = form_types.Column("FORM");
+  const data::TargetColumn display_order = form_types.Column("DisplayOrder");
+  const data::TargetColumn standard = form_types.Column("STANDARD");
+  const data::TargetColumn category = form_types.Column("CATEGORY");
+  data::ReportMissingColumns(context, form_types);
   std::vector<FormTypeEntry> entries;
-  data::RecordLoop loop;
-  loop.routine = routine;
-  loop.target = &form_types;
-  loop.counter_in_label = false;
-  data::RunRecordLoop(context, loop, [&] {
-    entries.push_back({data::UCaseTrim(data::adogetfield(form_types, "FORMTYPE")),
-                       data::UCaseTrim(data::adogetfield(form_types, "FORM")),
-                       data::adogetfieldSingle(form_types, "DisplayOrder"),
-                       !data::adogetfieldtf(form_types, "STANDARD") &&
-                           data::UCaseTrim(data::adogetfield(form_types, "CATEGORY")) == "USER"});
-    return RecordResult::Unchanged();
-  });
+  for (jet::RowId row : form_types.Rows()) {
+    entries.push_back({text::UCaseTrim(form_types.Text(row, form_type)), text::UCaseTrim(form_types.Text(row, form)),
+                       form_types.Single(row, display_order),
+                       !form_types.Flag(row, standard) && text::UCaseTrim(form_types.Text(row, category)) == "USER"});
+  }
   return entries;
 }
 
 // One party's row per form type in FEES: added through ADD_ROW when FIND finds no row for the
 // key (form type code followed by the name), else given the form type's display order.
-// ADDED_CUSTOM, when given, counts the rows added per custom form type.
-RecordResult AddFormRows(data::Context& context, AdoControl& fees, const std::string& name,
-                         const std::vector<FormTypeEntry>& form_types,
-                         const std::function<bool(const std::string&)>& find,
-                         const std::function<void(const FormTypeEntry&)>& add_row,
-                         std::map<std::string, std::int64_t>* added_custom = nullptr) {
+template <typename Fees, typename Find, typename AddRow>
+RecordResult AddFormRows(Fees& fees, const std::string& name, const std::vector<FormTypeEntry>& form_types, Find find,
+                         AddRow add_row, std::map<std::string, std::int64_t>* added_custom) {
   int added = 0;
   int updated = 0;
+  data::TargetRow row = fees.table.NewRow();
   for (const FormTypeEntry& form_type : form_types) {
-    if (context.AbortRequested()) break;
-    if (!find(form_type.code + name)) {
-      data::AddNewRow(fees, [&] { add_row(form_type); });
+    if (auto found = find(form_type.code + name)) {
+      row.SetSingle(fees.DisplayOrder, form_type.display_order);
+      fees.table.Update(*found, row);
+      ++updated;
+    } else {
+      add_row(row, form_type);
+      fees.table.Add(row);
       ++added;
       if (added_custom && form_type.custom) ++(*added_custom)[form_type.code];
-    } else {
-      data::UpdateRow(fees, [&] { data::AdoSetFieldSingle(fees, form_type.display_order, "DisplayOrder"); });
-      ++updated;
     }
   }
   if (added) return RecordResult::Added();
@@ -105,26 +87,29 @@ void NoteCustomFormTypeRows(data::Context& context, const char* table,
                           table, rows, codes));
 }
 
-// Walks the parties of PARTY_CONTROL (its column PARTY_COLUMN) and gives each its form rows.
-app::StepResult AddFormTypesToParties(
-    data::Context& context, const char* routine, AdoControl& parties, const char* party_source,
-    const char* party_column, const char* caption,
-    const std::function<RecordResult(const std::string&, const std::vector<FormTypeEntry>&)>& add_all) {
-  std::vector<FormTypeEntry> form_types = ReadFormTypes(context, routine);
+// Walks the parties of PARTIES (its column PARTY_COLUMN) and gives each its form rows.
+template <typename AddAll>
+app::StepResult AddFormTypesToParties(data::Context& context, const char* routine, data::TargetTable& parties,
+                                      const char* party_column, const char* caption, AddAll add_all) {
+  std::vector<FormTypeEntry> form_types = ReadFormTypes(context);
   if (context.AbortRequested()) return {};
-  PointAt(parties, party_source);
+  const data::TargetColumn column = parties.Column(party_column);
+  data::ReportMissingColumns(context, parties);
+  // The parties as they are when the step starts (the rows it adds are fee rows, not parties).
+  const std::vector<jet::RowId> rows = parties.Rows();
+  std::size_t next = 0;
   data::RecordLoop loop;
   loop.routine = routine;
-  loop.target = &parties;
+  loop.rows = &rows;
+  loop.row_table = &parties.table();
+  loop.row_position = &next;
   loop.show = [&](std::int64_t) {
     context.form().lblCaption = caption;
-    context.form().lblAddress = data::adogetfield(parties, party_column);
+    context.form().lblAddress = parties.Text(rows[next], column);
   };
-  loop.key = [&] {
-    return std::string(party_column) + " " + data::adogetfield(parties, party_column);
-  };
+  loop.key = [&] { return std::string(party_column) + " " + parties.Text(rows[next], column); };
   return data::RunRecordLoop(context, loop, [&]() -> RecordResult {
-    std::string name = data::UCaseTrim(data::adogetfield(parties, party_column));
+    std::string name = text::UCaseTrim(parties.Text(rows[next], column));
     if (name.empty()) return RecordResult::Skipped(std::string("no ") + party_column + " name");
     return add_all(name, form_types);
   });
@@ -132,48 +117,74 @@ app::StepResult AddFormTypesToParties(
 
 }  // namespace
 
+AppraiserFeeTable::AppraiserFeeTable(data::Context& context)
+    : table(context.Table("AppraiserFee")),
+      FormAppraiser(table.Column("FormAppraiser")),
+      Form(table.Column("Form")),
+      Appraiser(table.Column("Appraiser")),
+      Amount(table.Column("Amount")),
+      Percent(table.Column("Percent")),
+      Qualified(table.Column("Qualified")),
+      DisplayOrder(table.Column("DisplayOrder")) {
+  data::ReportMissingColumns(context, table);
+}
+
+ClientFeeTable::ClientFeeTable(data::Context& context)
+    : table(context.Table("ClientFee")),
+      FormClient(table.Column("FormClient")),
+      Form(table.Column("Form")),
+      FormType(table.Column("FormType")),
+      Client(table.Column("Client")),
+      Amount(table.Column("Amount")),
+      Qualified(table.Column("Qualified")),
+      DisplayOrder(table.Column("DisplayOrder")) {
+  data::ReportMissingColumns(context, table);
+}
+
 app::StepResult ConvertApprFeeDBF(data::Context& context) {
   return context.Guard("ConvertApprFeeDBF", [&]() -> app::StepResult {
-    DataControl& source = context.Source(SourceControl::datapprfee);
-    DataControl& appraisers = context.Source(SourceControl::datappraisrtable);
-    AdoControl& fees = context.Target(TargetControl::adoappraiserfee);
-    if (!OpenByParty(context, source, "apprfee.dbf", "APPRFEE", "App_Num")) return {};
-    PointAt(fees, kAppraiserFeeTable);
+    data::DataControl& control = context.Source(SourceControl::datapprfee);
+    if (!OpenByParty(context, control, "apprfee.dbf", "APPRFEE", "App_Num")) return {};
+    data::SourceTable source(control);
+    data::SourceTable appraisers = context.SourceOf(SourceControl::datappraisrtable);
+    const data::SourceField app_num = source.Field("App_num");
+    const data::SourceField ass_type = source.Field("Ass_Type");
+    const data::SourceField appr_fee = source.Field("Appr_Fee");
+    const data::SourceField appr_perc = source.Field("Appr_PERC");
+    const data::SourceField pay_mode_field = source.Field("Pay_Mode");
+    const data::SourceField last_name = appraisers.Field("App_LName");
+    AppraiserFeeTable fees(context);
+    data::TargetRow row = fees.table.NewRow();
 
     data::RecordLoop loop;
     loop.routine = "ConvertApprFeeDBF";
-    loop.source = &source;
+    loop.source = &control;
     loop.show = [&](std::int64_t) {
       context.form().lblCaption = "Apprfee.DBF Apprfee";
-      context.form().lblAddress = data::DATgetfield(source, "App_Num");
+      context.form().lblAddress = source.Text(app_num);
     };
-    loop.key = [&] {
-      return "App_num " + data::DATgetfield(source, "App_num");
-    };
+    loop.key = [&] { return "App_num " + source.Text(app_num); };
     return data::RunRecordLoop(context, loop, [&]() -> RecordResult {
-      std::string number = data::DATgetfield(source, "App_num");
+      std::string number = source.Text(app_num);
       if (number.empty()) return RecordResult::Skipped("no appraiser number");
-      if (!appraisers.bound() || !data::FindRecord(appraisers, number, "App_Num")) {
+      if (!appraisers.bound() || !data::FindRecord(appraisers.control(), number, "App_Num")) {
         return RecordResult::Skipped("appraiser number not in the appraiser table");
       }
-      std::string name = data::UCaseTrim(data::DATgetfield(appraisers, "App_LName"));
-      std::string form = data::UCaseTrim(data::DATgetfield(source, "Ass_Type"));
-      float fee = data::DATgetfieldSingle(source, "Appr_Fee");
-      float percentage = data::DATgetfieldSingle(source, "Appr_PERC");
-      bool pay_mode = data::DATgetfieldtf(source, "Pay_Mode");
-      std::string key = data::KeyAsStored(context, source, fees, form + name, "FormAppraiser");
-      if (FindFormAppraiser(context, key)) {
-        return RecordResult::Skipped("fee already in AppraiserFee");
-      }
-      data::AddNewRow(fees, [&] {
-        data::AdoSetField(fees, name, "Appraiser");
-        data::AdoSetField(fees, key, "FormAppraiser");
-        data::AdoSetField(fees, form, "Form");
-        // Pay mode set: the fee is a percentage of the order's fee.
-        data::AdoSetFieldSingle(fees, pay_mode ? percentage : fee, "Amount");
-        data::AdoSetFieldTF(fees, pay_mode, "Percent");
-        data::AdoSetFieldTF(fees, true, "Qualified");
-      });
+      std::string name = text::UCaseTrim(appraisers.Text(last_name));
+      std::string form = text::UCaseTrim(source.Text(ass_type));
+      float fee = source.Single(appr_fee);
+      float percentage = source.Single(appr_perc);
+      bool pay_mode = source.Flag(pay_mode_field);
+      std::string key = data::KeyAsStored(context, source, fees.FormAppraiser, form + name);
+      if (FindFormAppraiser(fees, key)) return RecordResult::Skipped("fee already in AppraiserFee");
+      row.Set(fees.Appraiser, name);
+      row.Set(fees.FormAppraiser, key);
+      row.Set(fees.Form, form);
+      // Pay mode set: the fee is a percentage of the order's fee.
+      row.SetSingle(fees.Amount, pay_mode ? percentage : fee);
+      row.SetFlag(fees.Percent, pay_mode);
+      row.SetFlag(fees.Qualified, true);
+      fees.table.Add(row);
       return RecordResult::Added();
     });
   });
@@ -181,139 +192,126 @@ app::StepResult ConvertApprFeeDBF(data::Context& context) {
 
 app::StepResult ConvertClientFeeDBF(data::Context& context) {
   return context.Guard("ConvertClientFeeDBF", [&]() -> app::StepResult {
-    DataControl& source = context.Source(SourceControl::datclifee);
-    DataControl& clients = context.Source(SourceControl::datclienttable);
-    AdoControl& fees = context.Target(TargetControl::adoclientfee);
-    if (!OpenByParty(context, source, "clifee.dbf", "CLIFEE", "Cli_Num")) return {};
+    data::DataControl& control = context.Source(SourceControl::datclifee);
+    if (!OpenByParty(context, control, "clifee.dbf", "CLIFEE", "Cli_Num")) return {};
+    data::SourceTable source(control);
+    data::SourceTable clients = context.SourceOf(SourceControl::datclienttable);
+    const data::SourceField cli_num = source.Field("Cli_num");
+    const data::SourceField ass_type = source.Field("Ass_Type");
+    const data::SourceField cli_fee = source.Field("Cli_Fee");
+    const data::SourceField plain_name = clients.Field("Plain_Name");
+    ClientFeeTable fees(context);
+    data::TargetRow row = fees.table.NewRow();
 
     data::RecordLoop loop;
     loop.routine = "ConvertClientFeeDBF";
-    loop.source = &source;
+    loop.source = &control;
     loop.show = [&](std::int64_t) {
       context.form().lblCaption = "CliFee.DBF Client";
-      context.form().lblAddress = data::DATgetfield(source, "Cli_Num");
+      context.form().lblAddress = source.Text(cli_num);
     };
-    loop.key = [&] {
-      return "Cli_num " + data::DATgetfield(source, "Cli_num");
-    };
+    loop.key = [&] { return "Cli_num " + source.Text(cli_num); };
     return data::RunRecordLoop(context, loop, [&]() -> RecordResult {
-      std::string number = data::DATgetfield(source, "Cli_num");
+      std::string number = source.Text(cli_num);
       if (number.empty()) return RecordResult::Skipped("no client number");
-      if (!clients.bound() || !data::FindRecord(clients, number, "Cli_Num")) {
+      if (!clients.bound() || !data::FindRecord(clients.control(), number, "Cli_Num")) {
         return RecordResult::Skipped("client number not in the client table");
       }
       // The printed name, not the client's name: the fee rows carry it.
-      std::string name = data::UCaseTrim(data::DATgetfield(clients, "Plain_Name"));
-      std::string form = data::UCaseTrim(data::DATgetfield(source, "Ass_Type"));
-      float fee = data::DATgetfieldSingle(source, "Cli_Fee");
-      data::SelectClientFee(fees, data::AdoTrim(fees, name, "client"), "");
-      std::string key = data::KeyAsStored(context, source, fees, form + name, "Formclient");
-      if (FindFormClient(context, key)) return RecordResult::Skipped("fee already in ClientFee");
-      data::AddNewRow(fees, [&] {
-        data::AdoSetField(fees, key, "Formclient");
-        data::AdoSetField(fees, form, "Form");
-        data::AdoSetField(fees, name, "client");
-        data::AdoSetFieldSingle(fees, fee, "Amount");
-        data::AdoSetFieldTF(fees, true, "Qualified");
-      });
+      std::string name = text::UCaseTrim(clients.Text(plain_name));
+      std::string form = text::UCaseTrim(source.Text(ass_type));
+      float fee = source.Single(cli_fee);
+      std::string key = data::KeyAsStored(context, source, fees.FormClient, form + name);
+      // The client's fee rows only (the look-up the office's converter made on the client's
+      // record set): a row of the key filed under another client does not count.
+      std::string client = text::UCase(text::TrimToWidth(name, fees.Client.width));
+      for (jet::RowId found : fees.table.FindAll(fees.FormClient, key)) {
+        if (text::UCaseTrim(fees.table.Text(found, fees.Client)) == client) {
+          return RecordResult::Skipped("fee already in ClientFee");
+        }
+      }
+      row.Set(fees.FormClient, key);
+      row.Set(fees.Form, form);
+      row.Set(fees.Client, name);
+      row.SetSingle(fees.Amount, fee);
+      row.SetFlag(fees.Qualified, true);
+      fees.table.Add(row);
       return RecordResult::Added();
     });
   });
 }
 
-bool FindFormAppraiser(data::Context& context, const std::string& key) {
-  return context.Guard("FindFormAppraiser", [&] {
-    return data::AdoFindRec(context.Target(TargetControl::adoappraiserfee), data::FilterFormAppraiser(key));
-  });
+std::optional<jet::RowId> FindFormAppraiser(AppraiserFeeTable& fees, std::string_view key) {
+  return fees.table.Find(fees.FormAppraiser, key);
 }
 
-bool FindFormClient(data::Context& context, const std::string& key) {
-  return context.Guard("FindFormClient", [&] {
-    return data::AdoFindRec(context.Target(TargetControl::adoclientfee), data::FilterFormClient(key));
-  });
+std::optional<jet::RowId> FindFormClient(ClientFeeTable& fees, std::string_view key) {
+  return fees.table.Find(fees.FormClient, key);
 }
 
-void EditAppraiserForm(data::Context& context, std::string_view form, std::string_view appraiser, bool qualified) {
-  AdoControl& fees = context.Target(TargetControl::adoappraiserfee);
-  data::AdoSetField(fees, std::string(form) + std::string(appraiser), "FORMAPPRAISER");
-  data::AdoSetField(fees, form, "Form");
-  data::AdoSetField(fees, appraiser, "Appraiser");
-  data::AdoSetFieldTF(fees, qualified, "Qualified");
+void EditAppraiserForm(const AppraiserFeeTable& fees, data::TargetRow& row, std::string_view form,
+                       std::string_view appraiser, bool qualified) {
+  row.Set(fees.FormAppraiser, std::string(form) + std::string(appraiser));
+  row.Set(fees.Form, form);
+  row.Set(fees.Appraiser, appraiser);
+  row.SetFlag(fees.Qualified, qualified);
 }
 
-void EditAppraiserFormFee(data::Context& context, std::string_view form, std::string_view appraiser, float amount,
-                          bool percent, bool qualified) {
-  AdoControl& fees = context.Target(TargetControl::adoappraiserfee);
-  EditAppraiserForm(context, form, appraiser, qualified);
-  data::AdoSetFieldSingle(fees, amount, "Amount");
-  data::AdoSetFieldTF(fees, percent, "Percent");
+void EditAppraiserFormFee(const AppraiserFeeTable& fees, data::TargetRow& row, std::string_view form,
+                          std::string_view appraiser, float amount, bool percent, bool qualified) {
+  EditAppraiserForm(fees, row, form, appraiser, qualified);
+  row.SetSingle(fees.Amount, amount);
+  row.SetFlag(fees.Percent, percent);
 }
 
-void EditClientForm(data::Context& context, std::string_view form, std::string_view client, bool qualified,
-                    float display_order) {
-  AdoControl& fees = context.Target(TargetControl::adoclientfee);
-  data::AdoSetField(fees, std::string(form) + std::string(client), "FORMClient");
-  data::AdoSetField(fees, form, "Form");
-  data::AdoSetField(fees, client, "Client");
-  data::AdoSetFieldTF(fees, qualified, "Qualified");
-  data::AdoSetFieldSingle(fees, display_order, "DisplayOrder");
+void EditClientForm(const ClientFeeTable& fees, data::TargetRow& row, std::string_view form, std::string_view client,
+                    bool qualified, float display_order) {
+  row.Set(fees.FormClient, std::string(form) + std::string(client));
+  row.Set(fees.Form, form);
+  row.Set(fees.Client, client);
+  row.SetFlag(fees.Qualified, qualified);
+  row.SetSingle(fees.DisplayOrder, display_order);
 }
 
-void EditClientFormFee(data::Context& context, std::string_view form_type, std::string_view client, float amount) {
-  AdoControl& fees = context.Target(TargetControl::adoclientfee);
-  data::AdoSetField(fees, std::string(form_type) + std::string(client), "FORMClient");
-  data::AdoSetField(fees, form_type, "FormType");
-  data::AdoSetField(fees, client, "Client");
-  data::AdoSetFieldSingle(fees, amount, "Amount");
+void EditClientFormFee(const ClientFeeTable& fees, data::TargetRow& row, std::string_view form_type,
+                       std::string_view client, float amount) {
+  row.Set(fees.FormClient, std::string(form_type) + std::string(client));
+  row.Set(fees.FormType, form_type);
+  row.Set(fees.Client, client);
+  row.SetSingle(fees.Amount, amount);
 }
 
-namespace {
-
-RecordResult AddAppraiserFormRows(data::Context& context, const std::string& appraiser,
-                                  const std::vector<FormTypeEntry>& form_types,
-                                  std::map<std::string, std::int64_t>* added_custom) {
-  AdoControl& fees = context.Target(TargetControl::adoappraiserfee);
+RecordResult AddAllFormTypes(AppraiserFeeTable& fees, const std::string& appraiser,
+                             const std::vector<FormTypeEntry>& form_types,
+                             std::map<std::string, std::int64_t>* added_custom) {
   return AddFormRows(
-      context, fees, appraiser, form_types, [&](const std::string& key) { return FindFormAppraiser(context, key); },
-      [&](const FormTypeEntry& form_type) {
-        EditAppraiserForm(context, form_type.code, appraiser, true);
-        data::AdoSetFieldSingle(fees, form_type.display_order, "DisplayOrder");
+      fees, appraiser, form_types, [&](const std::string& key) { return FindFormAppraiser(fees, key); },
+      [&](data::TargetRow& row, const FormTypeEntry& form_type) {
+        EditAppraiserForm(fees, row, form_type.code, appraiser, true);
+        row.SetSingle(fees.DisplayOrder, form_type.display_order);
       },
       added_custom);
 }
 
-RecordResult AddClientFormRows(data::Context& context, const std::string& client,
+RecordResult AddAllFormsClient(ClientFeeTable& fees, const std::string& client,
                                const std::vector<FormTypeEntry>& form_types,
                                std::map<std::string, std::int64_t>* added_custom) {
-  AdoControl& fees = context.Target(TargetControl::adoclientfee);
   return AddFormRows(
-      context, fees, client, form_types, [&](const std::string& key) { return FindFormClient(context, key); },
-      [&](const FormTypeEntry& form_type) {
-        EditClientForm(context, form_type.code, client, true, form_type.display_order);
+      fees, client, form_types, [&](const std::string& key) { return FindFormClient(fees, key); },
+      [&](data::TargetRow& row, const FormTypeEntry& form_type) {
+        EditClientForm(fees, row, form_type.code, client, true, form_type.display_order);
       },
       added_custom);
-}
-
-}  // namespace
-
-RecordResult AddAllFormTypes(data::Context& context, const std::string& appraiser,
-                             const std::vector<FormTypeEntry>& form_types) {
-  return AddAppraiserFormRows(context, appraiser, form_types, nullptr);
-}
-
-RecordResult AddAllFormsClient(data::Context& context, const std::string& client,
-                               const std::vector<FormTypeEntry>& form_types) {
-  return AddClientFormRows(context, client, form_types, nullptr);
 }
 
 app::StepResult AddFormTypesAppraiser(data::Context& context) {
   return context.Guard("AddFormTypesAppraiser", [&]() -> app::StepResult {
-    PointAt(context.Target(TargetControl::adoappraiserfee), kAppraiserFeeTable);
+    AppraiserFeeTable fees(context);
     std::map<std::string, std::int64_t> added_custom;
     app::StepResult result = AddFormTypesToParties(
-        context, "AddFormTypesAppraiser", context.Target(TargetControl::adoappraiser), "Select * from Appraiser",
-        "Appraiser", "Appraiser", [&](const std::string& name, const std::vector<FormTypeEntry>& form_types) {
-          return AddAppraiserFormRows(context, name, form_types, &added_custom);
+        context, "AddFormTypesAppraiser", context.Table("Appraiser"), "Appraiser", "Appraiser",
+        [&](const std::string& name, const std::vector<FormTypeEntry>& form_types) {
+          return AddAllFormTypes(fees, name, form_types, &added_custom);
         });
     NoteCustomFormTypeRows(context, "AppraiserFee", added_custom);
     return result;
@@ -322,12 +320,12 @@ app::StepResult AddFormTypesAppraiser(data::Context& context) {
 
 app::StepResult AddFormTypesClient(data::Context& context) {
   return context.Guard("AddFormTypesClient", [&]() -> app::StepResult {
-    PointAt(context.Target(TargetControl::adoclientfee), kClientFeeTable);
+    ClientFeeTable fees(context);
     std::map<std::string, std::int64_t> added_custom;
     app::StepResult result = AddFormTypesToParties(
-        context, "AddFormTypesClient", context.Target(TargetControl::adoclient), "Select * from Client", "Client",
-        "Client.DBF", [&](const std::string& name, const std::vector<FormTypeEntry>& form_types) {
-          return AddClientFormRows(context, name, form_types, &added_custom);
+        context, "AddFormTypesClient", context.Table("Client"), "Client", "Client.DBF",
+        [&](const std::string& name, const std::vector<FormTypeEntry>& form_types) {
+          return AddAllFormsClient(fees, name, form_types, &added_custom);
         });
     NoteCustomFormTypeRows(context, "ClientFee", added_custom);
     return result;

@@ -8,10 +8,9 @@
 #include <initializer_list>
 
 #include "app/paths.h"
-#include "data/fields.h"
-#include "data/lookups.h"
-#include "data/party_helpers.h"
+#include "common/text.h"
 #include "data/record_loop.h"
+#include "data/transfer.h"
 
 namespace qorvane::convert {
 namespace {
@@ -114,16 +113,21 @@ const FormCodeCase kFormCodeCases[] = {
     {{"DAWI"}, "DAWI"},
 };
 
-// lblCaption and lblAddress for the form record being worked on; the counter is not shown.
-void UpdateFormLabels(data::Context& context, data::DataControl& forms) {
-  context.form().lblCaption = "Forms.DBF Form";
-  context.form().lblAddress = data::DATgetfield(forms, "Form_type");
-}
-
 }  // namespace
 
+FormTypeTable::FormTypeTable(data::Context& context)
+    : table(context.Table("FormTypes")),
+      FormType(table.Column("FormType")),
+      FormDesc(table.Column("FormDesc")),
+      FORM(table.Column("FORM")),
+      CATEGORY(table.Column("CATEGORY")),
+      STANDARD(table.Column("STANDARD")),
+      DISPLAYORDER(table.Column("DISPLAYORDER")) {
+  data::ReportMissingColumns(context, table);
+}
+
 std::string MapFormCode(std::string_view code) {
-  std::string key = data::UCaseTrim(code);
+  std::string key = text::UCaseTrim(code);
   for (const FormCodeCase& entry : kFormCodeCases) {
     for (const char* candidate : entry.codes) {
       if (key == candidate) return entry.result;
@@ -132,70 +136,90 @@ std::string MapFormCode(std::string_view code) {
   return "";
 }
 
-void convertField(data::DataControl& source, std::string_view source_field, data::AdoControl& target,
-                  std::string_view target_column) {
-  source.form().Guard("convertField",
-                      [&] { data::AdoSetField(target, data::DATgetfield(source, source_field), target_column); });
-}
-
-void AddStandardFormTypes(data::Context& context) {
+void AddStandardFormTypes(data::Context& context, FormTypeTable& form_types) {
   context.Guard("ConvertFormTypesDBF", [&] {
-    data::AdoControl& formtypes = context.Target(TargetControl::adoformtypes);
-    for (const StandardFormType& row : kStandardFormTypes) {
-      if (!data::AdoFindRec(formtypes, data::FilterFormtype(row.code))) formtypes.Recordset().AddNew();
-      data::UpdateRow(formtypes, [&] {
-        data::AdoSetField(formtypes, row.code, "FormType");
-        data::AdoSetField(formtypes, row.description, "FormDesc");
-        data::AdoSetField(formtypes, row.form, "FORM");
-        data::AdoSetField(formtypes, row.category, "CATEGORY");
-        data::AdoSetFieldTF(formtypes, true, "STANDARD");
-        data::AdoSetFieldSingle(formtypes, row.display_order, "DISPLAYORDER");
-      });
+    data::TargetRow row = form_types.table.NewRow();
+    for (const StandardFormType& standard : kStandardFormTypes) {
+      row.Set(form_types.FormType, standard.code);
+      row.Set(form_types.FormDesc, standard.description);
+      row.Set(form_types.FORM, standard.form);
+      row.Set(form_types.CATEGORY, standard.category);
+      row.SetFlag(form_types.STANDARD, true);
+      row.SetSingle(form_types.DISPLAYORDER, standard.display_order);
+      // A row of the code is overwritten, so a second run resets it; else one is added.
+      if (auto found = form_types.table.Find(form_types.FormType, standard.code)) {
+        form_types.table.Update(*found, row);
+      } else {
+        form_types.table.Add(row);
+      }
     }
   });
 }
 
+void AddCustomFormType(data::Context& context, FormTypeTable& form_types, std::string_view ass_type,
+                       data::TargetRow& order, const data::TargetColumn& order_form_type,
+                       const data::TargetColumn& order_form) {
+  std::string code = text::TrimToWidth(text::UCaseTrim(ass_type), form_types.FormType.width);
+  std::optional<jet::RowId> found = form_types.table.Find(form_types.FormType, code);
+  if (!found) {
+    context.Log("FormTypes: custom form type " + code + " added for a form code the mapping does not know; its "
+                "AppraiserFee and ClientFee rows are added by the next run of the appraiser and client form-type "
+                "steps, which ran before this one");
+    data::TargetRow row = form_types.table.NewRow();
+    row.Set(form_types.FormType, code);
+    row.Set(form_types.FormDesc, "Custom Type " + code);
+    row.Set(form_types.FORM, code);
+    row.Set(form_types.CATEGORY, "USER");
+    row.SetFlag(form_types.STANDARD, false);
+    row.SetSingle(form_types.DISPLAYORDER, 100);
+    found = form_types.table.Add(row);
+  }
+  order.Set(order_form_type, code);
+  order.Set(order_form, form_types.table.Text(*found, form_types.FORM));
+}
+
 app::StepResult ConvertFormTypesDBF(data::Context& context) {
   return context.Guard("ConvertFormTypesDBF", [&]() -> app::StepResult {
-    AddStandardFormTypes(context);
+    FormTypeTable form_types(context);
+    AddStandardFormTypes(context, form_types);
     if (!app::FileExists(context.Paths().source_folder + "assign.dbf")) return {};
-    data::DataControl& forms = context.Source(SourceControl::datAssign);
-    forms.RecordSource = "SELECT * FROM FORMS";
-    forms.Refresh();
-    data::AdoControl& formtypes = context.Target(TargetControl::adoformtypes);
+    data::DataControl& control = context.Source(SourceControl::datAssign);
+    control.RecordSource = "SELECT * FROM FORMS";
+    control.Refresh();
+    data::SourceTable forms(control);
+    const data::SourceField form_type = forms.Field("Form_type");
+    const data::SourceField form_desc = forms.Field("Form_Desc");
+    data::TargetRow row = form_types.table.NewRow();
 
     data::RecordLoop loop;
     loop.routine = "ConvertFormTypesDBF";
-    loop.source = &forms;
+    loop.source = &control;
     loop.show = [&](std::int64_t) {
-      UpdateFormLabels(context, forms);
+      context.form().lblCaption = "Forms.DBF Form";
+      context.form().lblAddress = forms.Text(form_type);
     };
-    loop.key = [&] {
-      return "Form_type " + data::DATgetfield(forms, "Form_type");
-    };
+    loop.key = [&] { return "Form_type " + forms.Text(form_type); };
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
-      std::string code = data::UCaseTrim(data::DATgetfield(forms, "Form_type"));
-      std::string description = data::DATgetfield(forms, "Form_Desc");
+      std::string code = text::UCaseTrim(forms.Text(form_type));
+      std::string description = forms.Text(form_desc);
       if (code.empty()) return app::RecordResult::Skipped("no form code");
-      if (data::AdoFindRec(formtypes, data::FilterFormtype(code))) {
-        formtypes.Refresh();
+      if (form_types.table.Find(form_types.FormType, code)) {
         return app::RecordResult::Skipped("form type already in FormTypes");
       }
       std::string mapped = MapFormCode(code);
       if (mapped.empty()) return app::RecordResult::Skipped("form code stands for no known form type");
-      if (data::AdoFindRec(formtypes, data::FilterFormtype(mapped))) {
+      if (form_types.table.Find(form_types.FormType, mapped)) {
         return app::RecordResult::Skipped("the form type it stands for is already in FormTypes");
       }
       // The office's converter saved the property control here instead, so the new row was
       // saved by the next look-up on the form types; it ends up in the table all the same, and
       // is saved whole here or not at all.
-      data::AddNewRow(formtypes, [&] {
-        data::AdoSetField(formtypes, mapped, "FormType");
-        data::AdoSetField(formtypes, description, "FormDesc");
-        data::AdoSetField(formtypes, "OTHER", "CATEGORY");
-        data::AdoSetField(formtypes, mapped, "FORM");
-        data::AdoSetFieldTF(formtypes, false, "Standard");
-      });
+      row.Set(form_types.FormType, mapped);
+      row.Set(form_types.FormDesc, description);
+      row.Set(form_types.CATEGORY, "OTHER");
+      row.Set(form_types.FORM, mapped);
+      row.SetFlag(form_types.STANDARD, false);
+      form_types.table.Add(row);
       return app::RecordResult::Added();
     });
   });
