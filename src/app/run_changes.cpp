@@ -57,13 +57,23 @@ std::string RunChangesText(const FormModel& form, const DataPaths& paths, const 
             (massage.empty() ? std::string(".\n") : ": " + Joined(massage) + ".\n");
   }
 
-  std::vector<std::string> cleared;
+  // With listed file numbers, the order tables lose only those numbers' rows.
+  std::vector<std::string> cleared, cleared_listed;
   for (const ClearChoice& choice : ClearChoices()) {
-    if (form.Checked(choice.check_box)) cleared.push_back(choice.caption);
+    if (!form.Checked(choice.check_box)) continue;
+    bool by_number = choice.check_box == CheckBox::ckbClearProperty || choice.check_box == CheckBox::ckbclearinvoice ||
+                     choice.check_box == CheckBox::ckbclearapplied;
+    (by_number && !form.lstfilenum.empty() ? cleared_listed : cleared).push_back(choice.caption);
   }
-  text += cleared.empty() ? "- Empties no table of office.mdb first.\n"
-                          : "- EMPTIES these tables of office.mdb first (Clear Data First): " + Joined(cleared) +
-                                ". Their rows are deleted before anything is converted.\n";
+  if (cleared.empty() && cleared_listed.empty()) text += "- Empties no table of office.mdb first.\n";
+  if (!cleared.empty()) {
+    text += "- EMPTIES these tables of office.mdb first (Clear Data First): " + Joined(cleared) +
+            ". Their rows are deleted before anything is converted.\n";
+  }
+  if (!cleared_listed.empty()) {
+    text += "- Deletes first the rows of the listed file numbers from " + Joined(cleared_listed) +
+            " (Clear Data First); their other rows stay.\n";
+  }
 
   if (form.Checked(CheckBox::ckbPrelim)) {
     text += "- REPAIRS the source tables in " + paths.source_folder +
