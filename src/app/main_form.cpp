@@ -300,6 +300,7 @@ void MainForm::AbortConversion() {
 void MainForm::ShowCompletionNotice() {
   form_.gauprogress = 100;  // the run is over: the gauge ends full
   form_.lblCaption.clear();
+  form_.lblRecord.clear();  // the last step's counter is no longer running
   form_.lblAddress = "Conversion Complete";
   form_.lblmsg = "Conversion Complete... Select Quit";
   view_.Show(form_);
