@@ -125,7 +125,10 @@ TEST_F(CommandLineTest, AMissingTargetFolderIsNamedAndInitTargetMakesIt) {
   Result made = RunQorvane("init-target " + missing, true);
   EXPECT_EQ(made.status, 0);
   EXPECT_EQ(made.out, "init-target: wrote " + missing + "/office.mdb (12 tables)\n");
-  EXPECT_EQ(RunQorvane("init-target " + missing).status, 1);
+  Result again = RunQorvane("init-target " + missing, true);
+  EXPECT_EQ(again.status, 1);
+  EXPECT_EQ(again.out, "init-target: " + missing + "/office.mdb: already exists; it is left as it is (remove it first to "
+                       "start afresh)\n");
   std::ofstream(dir.path() + "/a-file") << "x";
   Result blocked = RunQorvane("init-target " + dir.path() + "/a-file/t", true);
   EXPECT_EQ(blocked.status, 3);
@@ -182,9 +185,23 @@ TEST_F(CommandLineTest, AStoppedRunSaysWhereAndTheSameRunAgainFinishesTheJob) {
                      "Stopped by you during "),
             std::string::npos) << log;
 
-  ASSERT_EQ(RunQorvane("convert " + common + choices).status, 0);
+  Result second = RunQorvane("convert " + common + choices);
+  ASSERT_EQ(second.status, 0);
   ASSERT_EQ(RunQorvane("convert --source " + source + " --target " + whole + " --settings " + dir.path() +
                        "/settings" + choices).status, 0);
+  // The records the report counts as skipped or refused are the rows of the rejects file, as
+  // Python's csv reader sees them.
+  std::size_t at = second.out.find(" skipped or refused, each with its table, record number, key and reason, are listed in ");
+  ASSERT_NE(at, std::string::npos) << second.out;
+  std::size_t start = second.out.rfind("The ", at) + 4;
+  std::string count = second.out.substr(start, second.out.find(' ', start) - start);
+  std::erase(count, ',');
+  std::size_t path_at = at + std::string(" skipped or refused, each with its table, record number, key and reason, are listed in ").size();
+  std::string rejects = second.out.substr(path_at, second.out.find(".\n", path_at) - path_at);
+  EXPECT_EQ(test::Command("python3 -c \"import csv,sys; print(sum(1 for row in csv.DictReader(open(sys.argv[1], "
+                          "encoding='utf-8-sig')) if row['outcome'] in ('skipped', 'refused') and row['reason']))\" " +
+                          test::ShellQuote(rejects)),
+            count + "\n");
   for (const char* table : {"Property", "Invoice", "Assigned", "Client", "ClientContact", "Appraiser", "FormTypes",
                             "Company", "users"}) {
     auto count = [&](const std::string& folder) {
@@ -192,6 +209,18 @@ TEST_F(CommandLineTest, AStoppedRunSaysWhereAndTheSameRunAgainFinishesTheJob) {
     };
     EXPECT_EQ(count(target), count(whole)) << table;
   }
+}
+
+// --view-log with nothing to open the log with says so and names the log, instead of nothing.
+TEST_F(CommandLineTest, ViewLogWithNothingToOpenItNamesTheLog) {
+  ASSERT_EQ(RunQorvane("sample " + source + " --orders 1").status, 0);
+  ASSERT_EQ(RunQorvane("init-target " + target).status, 0);
+  std::string command = "env -u VISUAL -u EDITOR -u DISPLAY -u WAYLAND_DISPLAY " + std::string(QORVANE_CLI_PATH) +
+                        " convert " + common + " --yes --quiet --steps none --view-log </dev/null 2>&1";
+  std::string out = test::Command(command);
+  EXPECT_NE(out.find("qorvane: nothing to open the log with: set $VISUAL or $EDITOR (or install xdg-utils on a "
+                     "desktop); the log is " + target + "/ConvLog-"),
+            std::string::npos) << out;
 }
 
 TEST_F(CommandLineTest, WithoutYesAndWithoutATerminalTheConfirmationIsDeclined) {
