@@ -103,8 +103,17 @@ void MainForm::FinishRun() {
 }
 
 void MainForm::ClearRunningDisplay() {
-  // What the old form did when a converter stopped on the flag (AbortConversion), for every
-  // run that ended before its end: no running mark, gauge or record text stays behind.
+  // Nothing runs any more: no step, record or running mark is shown (a face that draws a
+  // progress line ends it here rather than drawing it once more).
+  NowRunning("");
+  form_.StepNumber = form_.StepCount = 0;
+  form_.RecordNumber = form_.RecordTotal = 0;
+  for (auto& [image, visible] : form_.Images) visible = false;
+  for (auto& [image, mark] : form_.Marks) {
+    if (mark == StepMark::Running) mark = StepMark::Stopped;
+  }
+  // Then what the old form did when a converter stopped on the flag (AbortConversion), for
+  // every run that ended before its end: no gauge or record text stays behind.
   if (outcome_ == RunOutcome::Stopped && stopped_at_ && stopped_at_->by_user) {
     AbortConversion();
   } else {
@@ -113,13 +122,6 @@ void MainForm::ClearRunningDisplay() {
     form_.lblAddress.clear();
     form_.lblRecord.clear();
   }
-  for (auto& [image, visible] : form_.Images) visible = false;
-  for (auto& [image, mark] : form_.Marks) {
-    if (mark == StepMark::Running) mark = StepMark::Stopped;
-  }
-  NowRunning("");
-  form_.StepNumber = form_.StepCount = 0;
-  form_.RecordNumber = form_.RecordTotal = 0;
 }
 
 void MainForm::KeepReport() {
