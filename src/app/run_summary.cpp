@@ -63,15 +63,25 @@ bool Shown(const MainForm::StepReport& report) {
 
 }  // namespace
 
+// The first words of a report whose run could not put office.mdb in place.
+static std::string CommitFailedHeadline(const MainForm& form) {
+  std::string headline = "office.mdb was NOT changed: the end of the run could not save it";
+  if (!form.CommitError().empty()) headline += " (" + form.CommitError() + ")";
+  return headline + ". It holds what it held before the run (\"on disk\" below); none of the rows this run wrote are in it.";
+}
+
 std::vector<std::string> RunSummaryProblems(const MainForm& form) {
   std::vector<std::string> problems;
+  if (form.CommitFailed()) problems.push_back(CommitFailedHeadline(form));
   for (const MainForm::StepReport& report : form.RunReport()) {
     const Ledger& ledger = report.result.ledger;
     if (ledger.Complete()) continue;
     std::int64_t missing = ledger.expected() - ledger.read();
     problems.push_back(fmt::format("{} read {} of the {} records it found: {} were not reached{}.", report.name,
                                    ledger.read(), ledger.expected(), missing,
-                                   form.outcome() == RunOutcome::Stopped ? " (the run was stopped)" : ""));
+                                   form.outcome() == RunOutcome::Stopped || !form.StoppingError().empty()
+                                       ? " (the run was stopped)"
+                                       : ""));
   }
   if (!form.RowsCommitted().empty()) {
     for (const auto& [table, written] : form.RowsWritten()) {
@@ -85,7 +95,8 @@ std::vector<std::string> RunSummaryProblems(const MainForm& form) {
 }
 
 std::string RunSummaryText(const MainForm& form) {
-  std::string text = fmt::format("{:<28}{:>10}{:>10}{:>10}{:>10}{:>10}{:>10}\n", "What ran", "read", "added", "updated",
+  std::string text = form.CommitFailed() ? CommitFailedHeadline(form) + "\n\n" : std::string();
+  text += fmt::format("{:<28}{:>10}{:>10}{:>10}{:>10}{:>10}{:>10}\n", "What ran", "read", "added", "updated",
                                  "skipped", "refused", "seconds");
   for (const MainForm::StepReport& report : form.RunReport()) {
     if (!Shown(report)) continue;

@@ -2,7 +2,8 @@
 // them (added, updated, skipped, refused, with each reason counted), and office.mdb's rows per
 // table before the run, as the run left them, and as the file on disk holds them afterwards.
 // Where the counts do not agree (a step that did not account for every record it found, a
-// table on disk that differs from what the run wrote) the report says so in words.
+// table on disk that differs from what the run wrote) the report says so in words. A run whose
+// end could not save office.mdb says so first and last: its changes are not on disk.
 #pragma once
 
 #include <string>

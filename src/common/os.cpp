@@ -3,6 +3,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <grp.h>
 #include <signal.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -234,14 +235,21 @@ FileStatus File::Status() const {
   return StatusFrom(st);
 }
 
-void File::TakeOwnerAndMode(const FileStatus& another) {
+OwnershipKept File::TakeOwnerAndMode(const FileStatus& another) {
+  OwnershipKept kept;
   // Owner first: a change of owner may clear set-id bits that chmod then restores.
   if (::fchown(fd_, another.owner, another.group) != 0) {
-    (void)::fchown(fd_, static_cast<uid_t>(-1), another.group);
+    kept.owner = false;
+    kept.group = ::fchown(fd_, static_cast<uid_t>(-1), another.group) == 0;
   }
   if (::fchmod(fd_, static_cast<mode_t>(another.mode)) != 0) {
     throw ErrorFromErrno(errno, "cannot set the permissions of", path_);
   }
+  // A file created here may already have that owner and group.
+  FileStatus now = Status();
+  kept.owner = kept.owner || now.owner == another.owner;
+  kept.group = kept.group || now.group == another.group;
+  return kept;
 }
 
 File CreateUniqueFile(const std::string& prefix) {
@@ -288,6 +296,33 @@ void WriteWholeFile(const std::string& path, std::span<const std::byte> data) {
 
 bool ProcessExists(long pid) {
   return pid > 0 && (::kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH);
+}
+
+std::string ResolvedPath(const std::string& path) {
+  char* resolved = ::realpath(path.c_str(), nullptr);
+  if (resolved == nullptr) return path;
+  std::string result(resolved);
+  std::free(resolved);
+  return result;
+}
+
+std::string GroupName(std::uint32_t group) {
+  std::vector<char> buffer(4096);
+  struct group entry {};
+  struct group* found = nullptr;
+  if (::getgrgid_r(static_cast<gid_t>(group), &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr) {
+    return found->gr_name;
+  }
+  return std::to_string(group);
+}
+
+std::optional<std::uint64_t> TestSizeLimit() {
+  static const std::optional<std::uint64_t> limit = []() -> std::optional<std::uint64_t> {
+    const char* value = std::getenv("QORVANE_TEST_SIZE_LIMIT");
+    if (value == nullptr || *value == '\0') return std::nullopt;
+    return std::strtoull(value, nullptr, 10);
+  }();
+  return limit;
 }
 
 std::optional<FileStatus> StatusOf(const std::string& path) {
