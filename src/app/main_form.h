@@ -210,6 +210,9 @@ auto MainForm::GuardOr(const std::string& name, const std::string& where, Body&&
     } catch (...) {
       ErrorInfo info = DescribeException(std::current_exception());
       session_.SetRoutine(name);
+      // The run stops at the first such error; the same refusal met again on the way out (the
+      // end of the run saving office.mdb) is not reported a second time.
+      if (info.ends_run && !stopping_error_.empty()) return on_failure(info);
       int action = ReportError(info.number, where.empty() ? info.description : info.description + " (" + where + ")");
       if (action == kReportRetry && !info.ends_run) continue;
       if (action == kReportAbort || info.ends_run) {

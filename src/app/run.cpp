@@ -67,7 +67,7 @@ void MainForm::FinishRun() {
     // A run that connected to office.mdb always has tables to count: none means EndRun failed.
     if (rows_written_.empty()) {
       commit_failed_ = true;
-      commit_error_ = errors_reported_ > errors_before ? last_error_ : std::string();
+      commit_error_ = errors_reported_ > errors_before ? last_error_ : stopping_error_;
       rows_written_ = std::move(written);
       outcome_ = RunOutcome::Failed;
     }

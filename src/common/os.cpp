@@ -24,6 +24,7 @@ std::atomic<int> write_countdown{0};
 std::atomic<int> write_errno{0};
 std::atomic<int> sync_countdown{0};
 std::atomic<int> sync_errno{0};
+std::atomic<long> writes_since_reset{0};
 std::mutex before_lock_mutex;
 std::function<void()> before_lock;
 
@@ -102,7 +103,9 @@ void FaultInjection::BeforeNextLock(std::function<void()> action) {
   std::lock_guard<std::mutex> guard(before_lock_mutex);
   before_lock = std::move(action);
 }
+long FaultInjection::WritesSinceReset() { return writes_since_reset.load(); }
 void FaultInjection::Reset() {
+  writes_since_reset = 0;
   write_countdown = 0;
   sync_countdown = 0;
   BeforeNextLock(nullptr);
@@ -167,6 +170,7 @@ std::size_t File::ReadAt(std::uint64_t offset, std::span<std::byte> buffer) cons
 
 void File::WriteAt(std::uint64_t offset, std::span<const std::byte> data) {
   CountChange("write", path_);
+  ++writes_since_reset;
   if (int injected = TakeFault(write_countdown, write_errno)) {
     throw ErrorFromErrno(injected, "cannot write", path_);
   }

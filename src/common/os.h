@@ -136,6 +136,9 @@ std::optional<std::uint64_t> TestSizeLimit();
 struct FaultInjection {
   static void FailNthWrite(int n, int error_number);
   static void FailNthSync(int n, int error_number);
+  // How many writes this process has made since the last Reset (failed ones included), so that
+  // a test can fail each write of a run in turn.
+  static long WritesSinceReset();
   // Runs ACTION once, just before the next lock is taken (between opening a lock file and
   // locking it), so that a test can make another writer act in that moment.
   static void BeforeNextLock(std::function<void()> action);
