@@ -79,6 +79,14 @@ bool UsageMap::InRange(std::uint32_t page) const {
 
 void UsageMap::Set(std::uint32_t page, bool on) {
   if (Contains(page) == on) return;
+  if (on && type_ == kUsageMapInline && where_.page != kGlobalUsageMapPage && !InRange(page) &&
+      std::all_of(bits_.begin(), bits_.end(), [](std::uint8_t byte) { return byte == 0; })) {
+    // A map that holds no page yet puts its window where its first page is, as Access does
+    // (a table first filled at page 677 gets a 69-byte map starting at 672): the row keeps its
+    // size instead of growing by a bit for every page below.
+    start_ = page & ~7u;
+    std::fill(bits_.begin(), bits_.end(), std::uint8_t{0});
+  }
   if (page < start_) {
     // Shift the bitmap so it starts at a lower multiple of 8.
     std::uint32_t new_start = page & ~7u;

@@ -2,7 +2,10 @@
 // (and, on page 1, which pages of the file are free). A map is a row on a holder page, either
 // inline (type 0: start page + bitmap) or a reference (type 1: up to 17 bitmap pages of 32736
 // pages each). Loaded into memory, changed, and written back in place, grown on its holder
-// page, or converted to the reference form when it no longer fits. Internal header.
+// page, or converted to the reference form when it no longer fits. The inline form is what
+// Access writes (its own files hold 89- to 101-byte rows): a map grows in place in 4-byte steps
+// from its start page, and a map that holds no page yet starts at its first page, rounded down
+// to a multiple of 8. Internal header.
 #pragma once
 
 #include <cstdint>

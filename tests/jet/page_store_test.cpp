@@ -156,5 +156,41 @@ INSTANTIATE_TEST_SUITE_P(Sizes, FreePageMap,
                                            FileSize{"BitmapPagesInTwoRanges", 40000, 1}),
                          [](const auto& info) { return std::string(info.param.name); });
 
+// Tables filled for the first time past the 512 pages a fresh map covers: their maps start near
+// their first page and keep their 69 bytes, as Access writes them (a map of northwind's first
+// filled at page 677 starts at 672), instead of growing a bit for every page below.
+TEST(TableMaps, AMapFirstFilledPastPage512StartsNearItsFirstPage) {
+  TempDir dir;
+  const std::string path = NewOffice(dir);
+  {
+    auto database = OpenForWriting(path, DatabaseOptions{}.cache_pages);
+    Table& property = database->GetTable("Property");
+    for (int i = 0; i < 6000; ++i) {
+      std::vector<Value> row(property.columns().size());
+      row[*property.FindColumn("Legal")] = Value::String(std::to_string(i) + std::string(200, 'x'));
+      property.Insert(row);
+    }
+    database->Commit();
+  }
+  const std::uint64_t pages = std::filesystem::file_size(path) / kPage;
+  ASSERT_GT(pages, 520u);
+  {
+    auto database = OpenForWriting(path, DatabaseOptions{}.cache_pages);
+    Table& company = database->GetTable("Company");
+    std::vector<Value> row(company.columns().size());
+    row[*company.FindColumn("Company")] = Value::String("Acme Appraisals");
+    company.Insert(row);
+    database->Commit();
+  }
+  std::string report;
+  EXPECT_TRUE(test::Jetcheck(path, &report)) << report;
+  std::size_t line = report.find("usage[Company]");
+  ASSERT_NE(line, std::string::npos) << report;
+  std::string usage = report.substr(line, report.find('\n', line) - line);
+  EXPECT_NE(usage.find("owned map inline@"), std::string::npos) << usage;
+  EXPECT_NE(usage.find(" start " + std::to_string(pages & ~std::uint64_t{7}) + ", 1 pages"), std::string::npos) << usage;
+  EXPECT_EQ(test::MdbCount(path, "Company"), 1);
+}
+
 }  // namespace
 }  // namespace qorvane::jet
