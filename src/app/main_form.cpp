@@ -417,6 +417,7 @@ int MainForm::ReportError(int number, const std::string& description) {
     if (number == file_error && session_.InConversion()) ++file_errors_;
   }
   std::string notice = "Error #" + Str(number) + " in module " + where + ": " + description;
+  last_error_ = notice;
   AddtoLogFile(notice);
   view_.Notify(notice);
   if (number == error_number::kCouldNotUpdateLocked) {

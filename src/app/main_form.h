@@ -134,6 +134,13 @@ class MainForm {
   const TableCounts& RowsBefore() const { return rows_before_; }
   const TableCounts& RowsWritten() const { return rows_written_; }
   const TableCounts& RowsCommitted() const { return rows_committed_; }
+  // Whether the run's end could not put office.mdb in place (its changes are not on disk), and
+  // the error it met; RowsWritten then holds the rows the run had written before.
+  bool CommitFailed() const { return commit_failed_; }
+  const std::string& CommitError() const { return commit_error_; }
+  // The error that stopped the run (answered Abort, or one every later record would meet too);
+  // empty when the run was not stopped by an error.
+  const std::string& StoppingError() const { return stopping_error_; }
   // The errors of the last run that said a file could not be found, read or written (errors
   // 53, 57, 61, 68, 70, 71, 75, 76, 3343): a run that went to its end with such an error did
   // not convert everything, and the command line says so in its exit status.
@@ -218,6 +225,10 @@ class MainForm {
   int errors_reported_ = 0;               // every error of the current run, for the steps' marks
   std::vector<std::string> hints_given_;  // each hint is given once
   TableCounts rows_before_, rows_written_, rows_committed_;
+  bool commit_failed_ = false;
+  std::string commit_error_;
+  std::string last_error_;      // the notice of the last error reported
+  std::string stopping_error_;  // see StoppingError
   std::chrono::steady_clock::time_point preparation_start_;  // since the last report entry
   os::File log_;
   std::uint64_t log_offset_ = 0;
@@ -246,9 +257,15 @@ auto MainForm::GuardOr(const std::string& name, const std::string& where, Body&&
     } catch (...) {
       ErrorInfo info = DescribeException(std::current_exception());
       session_.SetRoutine(name);
+      // The run stops at the first such error; the same refusal met again on the way out (the
+      // end of the run saving office.mdb) is not reported a second time.
+      if (info.ends_run && !stopping_error_.empty()) return on_failure(info);
       int action = ReportError(info.number, where.empty() ? info.description : info.description + " (" + where + ")");
-      if (action == kReportRetry) continue;
-      if (action == kReportAbort) session_.AbortRequested = true;
+      if (action == kReportRetry && !info.ends_run) continue;
+      if (action == kReportAbort || info.ends_run) {
+        session_.AbortRequested = true;
+        if (stopping_error_.empty() && session_.InConversion()) stopping_error_ = last_error_;
+      }
       return on_failure(info);
     }
   }

@@ -69,6 +69,10 @@ void MainForm::cmdNEWConvert() {
   NowRunning("");
   form_.RunNotice.clear();
   form_.StepNumber = form_.StepCount = 0;
+  commit_failed_ = false;
+  commit_error_.clear();
+  last_error_.clear();
+  stopping_error_.clear();
   outcome_ = RunOutcome::Failed;
   try {
     RunConversion();
@@ -90,8 +94,21 @@ void MainForm::FinishRun() {
   if (session_.State == RunState::Running) CloseLog();
   // The target is put in place only now, when no converter is on the stack any more: a Stop
   // answered inside a converter closes the log at once, but the converter still returns first.
+  // What the run wrote is counted first: a commit that fails leaves nothing else to count.
+  TableCounts written = rows_before_.empty() ? TableCounts{} : routines_->TargetRowCounts();
+  int errors_before = errors_reported_;
   rows_written_ = routines_->EndRun();
-  if (!rows_before_.empty()) rows_committed_ = routines_->CommittedRowCounts();
+  if (!rows_before_.empty()) {
+    // A run that connected to office.mdb always has tables to count: none means EndRun failed.
+    if (rows_written_.empty()) {
+      commit_failed_ = true;
+      commit_error_ = errors_reported_ > errors_before ? last_error_ : stopping_error_;
+      rows_written_ = std::move(written);
+      outcome_ = RunOutcome::Failed;
+    }
+    // The report ends with what office.mdb holds on disk now, read afresh.
+    rows_committed_ = routines_->CommittedRowCounts();
+  }
   if (outcome_ != RunOutcome::Completed) ClearRunningDisplay();
   KeepReport();
   MoveRefusedLog();
@@ -170,9 +187,15 @@ void MainForm::NowRunning(std::string caption) {
 
 bool MainForm::AbortTest() {
   if (!session_.AbortRequested) return false;
+  if (!stopping_error_.empty()) {
+    // Not the ESC key: say what stopped the run before the line the log has always had.
+    std::string why = "The run stops here because of this error: " + stopping_error_;
+    AddtoLogFile(why);
+    view_.Notify(why);
+  }
   AddtoLogFile("Conversion aborted (ESC key): " + DateText(clock_.Now()));
   CloseLog();
-  outcome_ = RunOutcome::Stopped;
+  outcome_ = stopping_error_.empty() ? RunOutcome::Stopped : RunOutcome::Failed;
   // Not the user's Stop (that one is noted when it is answered): Abort in an error box.
   if (!stopped_at_) stopped_at_ = StopPlace{false, running_, form_.RecordNumber, form_.RecordTotal};
   return true;

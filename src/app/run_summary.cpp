@@ -239,12 +239,21 @@ std::string RejectsPathFor(const std::string& log_path) {
   return stem + "-rejects.csv";
 }
 
+// The first words of a report whose run could not put office.mdb in place.
+static std::string CommitFailedHeadline(const MainForm& form) {
+  std::string headline = "office.mdb was NOT changed: the end of the run could not save it";
+  if (!form.CommitError().empty()) headline += " (" + form.CommitError() + ")";
+  return headline + ". It holds what it held before the run (\"on disk\" below); none of the rows this run wrote are in it.";
+}
+
 std::vector<std::string> RunSummaryProblems(const MainForm& form) {
   std::vector<std::string> problems;
+  if (form.CommitFailed()) problems.push_back(CommitFailedHeadline(form));
   for (const MainForm::StepReport& report : form.RunReport()) {
     const Ledger& ledger = report.result.ledger;
     if (ledger.Complete()) continue;
-    const char* stopped = form.outcome() == RunOutcome::Stopped ? " (the run was stopped)" : "";
+    const char* stopped =
+        form.outcome() == RunOutcome::Stopped || !form.StoppingError().empty() ? " (the run was stopped)" : "";
     if (ledger.read() < ledger.expected()) {
       problems.push_back(fmt::format("{} read {} of the {} records it found: {} were not reached{}.", report.caption,
                                      Grouped(ledger.read()), Grouped(ledger.expected()),
@@ -267,6 +276,7 @@ std::vector<std::string> RunSummaryProblems(const MainForm& form) {
 }
 
 std::string RunHeadline(const MainForm& form) {
+  if (form.CommitFailed()) return CommitFailedHeadline(form);
   switch (form.outcome()) {
     case RunOutcome::Completed: return form.CompletionText();
     case RunOutcome::Stopped: {

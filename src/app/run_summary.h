@@ -6,7 +6,8 @@
 // holds them afterwards, how the log's old wording maps to these rows, and the file that lists
 // every skipped and refused record. Where the counts do not agree (a step that did not account
 // for every record it found, a table on disk that differs from what the run wrote) the report
-// says so in words.
+// says so in words. A run whose end could not save office.mdb says so first and last: its
+// changes are not on disk.
 #pragma once
 
 #include <string>

@@ -237,6 +237,10 @@ app::MessageResult TerminalView::MessageBox(const std::string& text, app::Messag
     }
     case app::MessageButtons::AbortRetryIgnore:
       if (!AskLine(heading + text + " [a]bort, [r]etry, [i]gnore? ", &answer)) {
+        if (!interactive_) {
+          err_ << "qorvane: no answer can be read here (standard input is not a terminal), so the run "
+                  "stops as if Abort was answered\n" << std::flush;
+        }
         return app::MessageResult::Abort;
       }
       if (!answer.empty() && (answer[0] == 'r' || answer[0] == 'R')) return app::MessageResult::Retry;
