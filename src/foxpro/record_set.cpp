@@ -346,19 +346,32 @@ void RecordSet::SetIndex(const std::string& name) {
     try {
       seek->key.emplace(Expression::Parse(tag->key_expression, table));
       if (!tag->for_expression.empty()) seek->filter.emplace(Expression::Parse(tag->for_expression, table));
+      seek->key_length = tag->key_length;
     } catch (const Error& error) {
-      throw Error(ErrorKind::NotSupported, table.name() + ": index " + tag->name + " cannot be used: " + error.what());
+      // A damaged tag does not make the table unreadable: it is said once, and look-ups by the
+      // field of the same name read the table's own records instead.
+      seek->key.reset();
+      seek->filter.reset();
+      std::string what = "index " + tag->name + " cannot be used: " + error.what();
+      if (!table.FindField(name)) throw Error(ErrorKind::NotSupported, table.name() + ": " + what);
+      if (s.options.reporter) {
+        s.options.reporter->Report({.kind = DamageKind::Index,
+                                    .file = s.index->name(),
+                                    .what = what + "; look-ups by " + tag->name + " read " + table.name() +
+                                            " without it (the table itself is whole)"});
+      }
+      tag = nullptr;
     }
-    seek->key_length = tag->key_length;
-  } else if (auto field = table.FindField(name)) {
+  }
+  if (!tag) {
+    auto field = table.FindField(name);
+    if (!field) throw Error(ErrorKind::InvalidArgument, table.name() + ": there is no index or field named " + name);
     const Field& info = table.fields()[*field];
     if (std::string_view("CNFDL").find(info.type) == std::string_view::npos) {
       throw Error(ErrorKind::NotSupported, table.name() + ": field " + info.name + " of type " + std::string(1, info.type) + " cannot be an index");
     }
     seek->key.emplace(Expression::Parse(info.name, table));
     seek->key_length = info.type == 'C' ? info.length : info.type == 'L' ? 1 : 8;
-  } else {
-    throw Error(ErrorKind::InvalidArgument, table.name() + ": there is no index or field named " + name);
   }
   seek->keys.resize(std::size_t(table.record_count()) * seek->key_length);
   seek->listed.resize(table.record_count());
