@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <span>
 #include <optional>
+#include <set>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -177,7 +178,8 @@ class MainForm {
   std::vector<StepReport> run_report_;
   int file_errors_ = 0;
   int errors_reported_ = 0;
-  std::vector<std::string> hints_given_;  // every error of the current run, for the steps' marks
+  std::vector<std::string> hints_given_;
+  std::set<std::string> startup_errors_;  // errors shown outside a run (start-up)  // every error of the current run, for the steps' marks
   TableCounts rows_before_, rows_written_, rows_committed_;
   std::chrono::steady_clock::time_point preparation_start_;  // since the last report entry
   os::File log_;

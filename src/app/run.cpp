@@ -138,6 +138,7 @@ void MainForm::RunConversion() {
   // Below the question: what this run is about to change, so that the answer is an informed one.
   std::string question = kConfirmation + session_.Paths.source_folder + "'. Do you wish to continue?\n\n" +
                          RunChangesText(form_, session_.Paths, start);
+  for (const std::string& line : session_.SourceHistory) question += "\n" + line;
   if (MsgBox(question, MessageButtons::YesNo) != MessageResult::Yes) {
     CloseLog();
     outcome_ = RunOutcome::Declined;
@@ -148,7 +149,16 @@ void MainForm::RunConversion() {
   form_.lstIllegalFilenumbers.clear();
   form_.lstWasNotConverted.clear();
   cmdOk_Click();
-  routines_->AdoConnect();
+  // A run that cannot write office.mdb, or may not write the source, stops here: before it
+  // clears, repairs or converts anything (the error said what and what to do).
+  bool may_write = routines_->AdoConnect() &&
+                   routines_->PrepareSourceRepairs(form_.Checked(CheckBox::ckbPrelim));
+  if (!may_write) {
+    AddtoLogFile("Conversion stopped before anything was changed (see the error above)");
+    CloseLog();
+    outcome_ = RunOutcome::Failed;
+    return;
+  }
   rows_before_ = routines_->TargetRowCounts();
   AddtoLogFile("");
   if (AbortTest()) return;

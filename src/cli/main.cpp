@@ -240,7 +240,14 @@ int main(int argc, char** argv) {
       std::cerr << "qorvane: " << check_source << ": no such folder (give the folder of the old program's .dbf tables)\n";
       return kExitUsage;
     }
-    return data::SourceCheckExitStatus(data::CheckSource(check_source, check_codepage, std::cout));
+    try {
+      return data::SourceCheckExitStatus(data::CheckSource(check_source, check_codepage, std::cout));
+    } catch (const std::exception& error) {
+      // What the check finds in the tables is reported line by line; this is what stopped it.
+      std::cout.flush();
+      std::cerr << "qorvane: check: " << error.what() << "\n";
+      return kExitFileError;
+    }
   }
   if (sample_command->parsed()) return RunSample(sample_dir, sample_options);
   if (export_command->parsed()) {
