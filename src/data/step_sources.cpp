@@ -209,7 +209,9 @@ app::StepResult RunCheckedRoutine(Context& context, std::string_view routine,
   const RoutineNeeds* needs = NeedsOf(routine);
   if (!needs) return body();
   const std::string step = needs->step;
-  const std::string Step = std::string(1, static_cast<char>(std::toupper(static_cast<unsigned char>(step[0])))) + step.substr(1);
+  // The step as the first words of a sentence ("The clients step ...").
+  const std::string sentence_step =
+      std::string(1, static_cast<char>(std::toupper(static_cast<unsigned char>(step[0])))) + step.substr(1);
 
   // Each table the routine reads, opened for its header: what keeps it from being read as the
   // routine needs.
@@ -246,7 +248,7 @@ app::StepResult RunCheckedRoutine(Context& context, std::string_view routine,
   // The walked table cannot be opened: nothing of it can be converted, nor counted.
   if (walked && !walked->trouble.empty()) {
     SayOnce(context, routine, walked->trouble);
-    std::string skipped = Step + " is skipped: " + walked->need->file +
+    std::string skipped = sentence_step + " is skipped: " + walked->need->file +
                           " cannot be read (see the error above), so nothing of it is converted.";
     if (context.connections().FirstTimeSaid(skipped)) {
       context.Log(skipped);
@@ -274,7 +276,7 @@ app::StepResult RunCheckedRoutine(Context& context, std::string_view routine,
     if (!blocking->trouble.empty()) {
       // A table that cannot be opened is said once; the steps that need it say they are skipped.
       SayOnce(context, routine, blocking->trouble);
-      std::string skipped = Step + " is skipped: " + blocking->need->file + " cannot be read (see the error above), "
+      std::string skipped = sentence_step + " is skipped: " + blocking->need->file + " cannot be read (see the error above), "
                             "and none of the " + std::to_string(records) + " records of " + walked->need->file +
                             " can be converted without it.";
       context.Log(skipped);
@@ -297,7 +299,7 @@ app::StepResult RunCheckedRoutine(Context& context, std::string_view routine,
   for (const Finding& finding : findings) {
     if (finding.ok() || finding.need->role == TableRole::Walked) continue;
     SayOnce(context, routine, finding.Reason());
-    std::string note = Step + " goes on without " + finding.need->file +
+    std::string note = sentence_step + " goes on without " + finding.need->file +
                        ", which cannot be read as it needs (see the error above): what it would look up there is "
                        "left out.";
     if (context.connections().FirstTimeSaid(note)) {
