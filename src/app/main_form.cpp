@@ -223,9 +223,14 @@ bool MainForm::DiscoverDataDirectories() {
              "Property.dbf not found. Please verify data path and file name in VL.ini in Windows "
              "directory. If VL.ini does not exist, install/reinstall " + source_name +
              ", set correct data directory, and run Qorvane again.\"");
-      Hint("No property.dbf (in any letter case, and not empty) in " + paths.source_folder +
-           ": choose the folder that holds the old program's .dbf tables (the data folder named in " +
-           settings_folder + (window ? std::string("VL.ini).") : "VL.ini, or --source DIR)."));
+      if (auto there = os::FindCaseInsensitive(paths.source_folder, "Property.dbf"); there && os::FileSize(*there) == 0u) {
+        Hint(*there + " is there but empty (0 bytes): it holds no table, so no order can be converted from this "
+             "folder. Put back property.dbf from a backup of the old program's data, then run again.");
+      } else {
+        Hint("No property.dbf (in any letter case, and not empty) in " + paths.source_folder +
+             ": choose the folder that holds the old program's .dbf tables (the data folder named in " +
+             settings_folder + (window ? std::string("VL.ini).") : "VL.ini, or --source DIR)."));
+      }
     } else {
       AddtoLogFile(paths.source_folder + " set as initial PYX data path");
       source_ok = true;
@@ -419,7 +424,14 @@ int MainForm::ReportError(int number, const std::string& description) {
   std::string notice = "Error #" + Str(number) + " in module " + where + ": " + description;
   last_error_ = notice;
   AddtoLogFile(notice);
-  view_.Notify(notice);
+  // Start-up and the run open the same tables: what start-up showed, the run's log records
+  // without showing it a second time.
+  if (!session_.InConversion()) {
+    startup_errors_.insert(notice);
+    view_.Notify(notice);
+  } else if (!startup_errors_.count(notice)) {
+    view_.Notify(notice);
+  }
   if (number == error_number::kCouldNotUpdateLocked) {
     // The program ends after this box: it is shown at once, also during a run.
     view_.MessageBox("The databases may be corrupt (Error #" + Str(number) + " in module " + where + ": " +

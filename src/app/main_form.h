@@ -10,6 +10,7 @@
 #include <functional>
 #include <span>
 #include <optional>
+#include <set>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -224,6 +225,7 @@ class MainForm {
   int file_errors_ = 0;
   int errors_reported_ = 0;               // every error of the current run, for the steps' marks
   std::vector<std::string> hints_given_;  // each hint is given once
+  std::set<std::string> startup_errors_;  // errors shown outside a run (start-up)
   TableCounts rows_before_, rows_written_, rows_committed_;
   bool commit_failed_ = false;
   std::string commit_error_;

@@ -268,8 +268,9 @@ void MainForm::RunConversion() {
   if (PlanClientKeyChanges && form_.Checked(CheckBox::ckbPrelim) && form_.Checked(CheckBox::ckbClient)) {
     planned_client_keys_ = PlanClientKeyChanges();
   }
-  std::string question = RunChangesText(form_, session_.Paths, start, planned_client_keys_, view_.face()) + "\n\n" +
-                         kConfirmation + session_.Paths.source_folder + "'. Do you wish to continue?\n\n" +
+  std::string question = RunChangesText(form_, session_.Paths, start, planned_client_keys_, view_.face());
+  for (const std::string& line : session_.SourceHistory) question += "\n" + line;
+  question += "\n\n" + std::string(kConfirmation) + session_.Paths.source_folder + "'. Do you wish to continue?\n\n" +
                          kConvertNow;
   if (MsgBox(question, MessageButtons::YesNo) != MessageResult::Yes) {
     CloseLog();
@@ -282,7 +283,16 @@ void MainForm::RunConversion() {
   form_.lstIllegalFilenumbers.clear();
   form_.lstWasNotConverted.clear();
   cmdOk_Click();
-  routines_->AdoConnect();
+  // A run that cannot write office.mdb, or may not write the source, stops here: before it
+  // clears, repairs or converts anything (the error said what and what to do).
+  bool may_write = routines_->AdoConnect() &&
+                   routines_->PrepareSourceRepairs(form_.Checked(CheckBox::ckbPrelim));
+  if (!may_write) {
+    AddtoLogFile("Conversion stopped before anything was changed (see the error above)");
+    CloseLog();
+    outcome_ = RunOutcome::Failed;
+    return;
+  }
   rows_before_ = routines_->TargetRowCounts();
   AddtoLogFile("");
   if (AbortTest()) return;

@@ -376,7 +376,14 @@ int main(int argc, char** argv) {
       std::cerr << "qorvane: " << check_source << ": no such folder (give the folder of the old program's .dbf tables)\n";
       return kExitUsage;
     }
-    return RunCheck(check_source, check_codepage);
+    try {
+      return RunCheck(check_source, check_codepage);
+    } catch (const std::exception& error) {
+      // What the check finds in the tables is reported line by line; this is what stopped it.
+      std::cout.flush();
+      std::cerr << "qorvane: check: " << error.what() << "\n";
+      return kExitFileError;
+    }
   }
   if (sample_command->parsed()) return RunSample(sample_dir, sample_options);
   if (export_command->parsed()) {

@@ -10,6 +10,7 @@
 
 #include "test_support/sample_office.h"
 #include "test_support/temp_dir.h"
+#include "test_support/whole_tables.h"
 
 namespace qorvane {
 namespace {
@@ -49,11 +50,14 @@ class SourceCheck : public ::testing::Test {
   void SetUp() override {
     source = dir.path() + "/pyx";
     std::filesystem::create_directories(source);
-    test::WriteFoxTable(source + "/PROPERTY.DBF", {{"FILE_NUM", 'C', 10}, {"INV_NUM", 'C', 10}, {"CLI_NUM", 'C', 10}},
-                        {{FoxText("1001"), FoxText("I1"), FoxText("C1")}, {FoxText("1002"), FoxText(""), FoxText("")}},
-                        {{"FILE_NUM", "FILE_NUM", "", false}});
-    test::WriteFoxTable(source + "/CLIENT.DBF", {{"CLI_NUM", 'C', 5}, {"CLI_LNAME", 'C', 20}, {"CLI_BILL", 'C', 5}},
-                        {{FoxText("1"), FoxText("ADAMS"), FoxText("")}, {FoxText("2"), FoxText("BAKER"), FoxText("")}});
+    WriteProperty({{{"FILE_NUM", "1001"}, {"INV_NUM", "I1"}, {"CLI_NUM", "C1"}}, {{"FILE_NUM", "1002"}}});
+    WriteClients({{{"CLI_NUM", "1"}, {"CLI_LNAME", "ADAMS"}}, {{"CLI_NUM", "2"}, {"CLI_LNAME", "BAKER"}}});
+  }
+  void WriteProperty(const std::vector<test::FieldValues>& rows) {
+    test::WriteWholeTable(source + "/PROPERTY.DBF", "property.dbf", rows, {{"FILE_NUM", "FILE_NUM", "", false}});
+  }
+  void WriteClients(const std::vector<test::FieldValues>& rows) {
+    test::WriteWholeTable(source + "/CLIENT.DBF", "client.dbf", rows, {{"CLI_NUM", "CLI_NUM", "", false}});
   }
   test::TempDir dir;
   std::string source;
@@ -73,11 +77,8 @@ TEST_F(SourceCheck, ACleanOfficeNeedsNothingAndSaysSo) {
 }
 
 TEST_F(SourceCheck, IllegalNumbersAndBadClientKeysAreListedAndNothingIsWritten) {
-  test::WriteFoxTable(source + "/PROPERTY.DBF", {{"FILE_NUM", 'C', 10}, {"INV_NUM", 'C', 10}, {"CLI_NUM", 'C', 10}},
-                      {{FoxText("1#2#3&4"), FoxText("1#2#3&4"), FoxText("C&1")}, {FoxText("ab 12"), FoxText(""), FoxText("")}},
-                      {{"FILE_NUM", "FILE_NUM", "", false}});
-  test::WriteFoxTable(source + "/CLIENT.DBF", {{"CLI_NUM", 'C', 5}, {"CLI_LNAME", 'C', 20}, {"CLI_BILL", 'C', 5}},
-                      {{FoxText("7"), FoxText("SMITH"), FoxText("")}, {FoxText("9"), FoxText("SMITH"), FoxText("X*")}});
+  WriteProperty({{{"FILE_NUM", "1#2#3&4"}, {"INV_NUM", "1#2#3&4"}, {"CLI_NUM", "C&1"}}, {{"FILE_NUM", "ab 12"}}});
+  WriteClients({{{"CLI_NUM", "7"}, {"CLI_LNAME", "SMITH"}}, {{"CLI_NUM", "9"}, {"CLI_LNAME", "SMITH"}, {"CLI_BILL", "X*"}}});
   auto before = Snapshot(source);
   CheckRun run = Check(source);
   EXPECT_EQ(run.status, 1) << run.out;

@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <sstream>
 
@@ -354,6 +355,67 @@ TEST_F(Faults, OfficeMdbOpenInAnotherProgramIsRefusedForEitherKindOfLock) {
   // Once the other program has let go, the run goes through.
   CliRun run = Qorvane(ConvertArgs(dir.path(), source, target));
   EXPECT_EQ(run.status, 0) << run.out;
+}
+
+// A run with the Preliminary Corrections that may not write where it must stops before it
+// changes anything: office.mdb read-only or held by a second conversion (which stops right after
+// connecting, instead of walking every step with follow-on errors and repairing the source
+// anyway), or the source folder held by another run's repairs. One message names what, which
+// file and what to do; the exit status is 3; the source folder is as it was, and a second try
+// once the other has let go goes through.
+TEST_F(Faults, ARunThatMayNotWriteStopsBeforeItRepairsTheSource) {
+  OpenToEveryone();
+  convert::test_orders::PatchBytes(source + "/PROPERTY.DBF", "1003      ", "10#3      ");
+  struct Holder {
+    const char* name;
+    std::function<std::function<void()>()> hold;  // holds; returns what lets go
+    std::vector<std::string> message;
+  };
+  const Holder holders[] = {
+      {"office.mdb read-only",
+       [&] {
+         ::chmod(Office().c_str(), 0444);
+         return std::function<void()>([&] { ::chmod(Office().c_str(), 0666); });
+       },
+       {"Error # 70 in module AdoConnect: ", Office()}},
+      {"office.mdb held by a second conversion",
+       [&] {
+         auto lock = std::make_shared<HeldLock>(target + "/office.ldb", false);
+         ::chmod((target + "/office.ldb").c_str(), 0666);  // the run is another user's
+         return std::function<void()>([lock]() mutable { lock.reset(); });
+       },
+       {"Error # 70 in module AdoConnect: ", "open in another program"}},
+      {"the source folder held by another run's repairs",
+       [&] {
+         auto lock = std::make_shared<HeldLock>(source + "/qorvane-repairs.lock", false);
+         ::chmod((source + "/qorvane-repairs.lock").c_str(), 0666);
+         return std::function<void()>([lock]() mutable { lock.reset(); });
+       },
+       {"Error # 70 in module PrepareSourceRepairs: " + source + "/: another conversion is repairing these source tables",
+        "Run it again once the other one has ended"}},
+  };
+  for (const Holder& holder : holders) {
+    SCOPED_TRACE(holder.name);
+    FolderSnapshot before = Snapshot(source);
+    std::function<void()> let_go = holder.hold();
+    CliRun run = Qorvane(ConvertArgs(dir.path(), source, target, "--prelim"), true);
+    let_go();
+    EXPECT_EQ(run.status, 3) << run.out;
+    for (const std::string& part : holder.message) EXPECT_TRUE(Contains(run.out, part)) << part << "\n" << run.out;
+    std::size_t errors = 0;
+    for (std::size_t at = run.out.find("Error #"); at != std::string::npos; at = run.out.find("Error #", at + 1)) ++errors;
+    EXPECT_EQ(errors, 1u) << run.out;
+    std::filesystem::remove(source + "/qorvane-repairs.lock");
+    std::filesystem::remove(target + "/office.ldb");
+    EXPECT_EQ(Snapshot(source), before);
+    EXPECT_EQ(FileBytes(Office()), blank);
+    for (const auto& entry : std::filesystem::directory_iterator(source)) {
+      EXPECT_FALSE(entry.is_directory()) << entry.path() << ": a backup was made";
+    }
+  }
+  CliRun run = Qorvane(ConvertArgs(dir.path(), source, target, "--prelim"), true);
+  EXPECT_EQ(run.status, 0) << run.out;
+  EXPECT_TRUE(Contains(ExportAll(Office()), "10-3")) << run.out;
 }
 
 }  // namespace
