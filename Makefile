@@ -8,16 +8,22 @@
 BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
+CONFIGURE = cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_FLAGS) >/dev/null
 
-.PHONY: all deps configure build test demo bench fuzz package clean
+.PHONY: all deps deps-program configure build test demo bench fuzz package clean
 
 all: build
 
+# Everything the build and the tests need, the tests' independent .mdb reader included.
 deps:
 	@scripts/install-deps
 
+# What building and running the program needs: no test tools.
+deps-program:
+	@scripts/install-deps --program-only
+
 configure: deps
-	@cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_FLAGS) >/dev/null
+	@$(CONFIGURE)
 
 build: configure
 	@cmake --build $(BUILD) -j $(JOBS) -- --no-print-directory
@@ -25,14 +31,21 @@ build: configure
 test: build
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS) --timeout 300
 
-# The demo needs only the command line, built quietly.
-demo: configure
-	@cmake --build $(BUILD) --target qorvane -j $(JOBS) >/dev/null
+# The demo needs only the command line (and none of the test tools).
+demo: deps-program
+	@$(CONFIGURE)
+	@scripts/build-progress $(BUILD) $(JOBS) "the command line" \
+	  "about 10 minutes on 2 free cores the first time, seconds once built; more on a busy machine"  qorvane
 	@scripts/demo $(BUILD)
 
-# The Debian package of the command line, the window, its desktop entry and the man pages.
-package: configure
-	@cmake --build $(BUILD) --target qorvane qorvane-gui qorvane_man_pages -j $(JOBS) -- --no-print-directory >/dev/null
+# The Debian package of the command line, the window, its desktop entry and the man pages:
+# those are built, in parallel, and nothing else (no tests).
+package: deps-program
+	@$(CONFIGURE)
+	@scripts/build-progress $(BUILD) $(JOBS) "the command line, the window and the man pages for the package" \
+	  "about 15 minutes on 2 free cores the first time, seconds once built; more on a busy machine" \
+	  qorvane qorvane-gui qorvane_man_pages
+	@echo "Packing (cpack) ..."
 	@cd $(BUILD) && cpack --config CPackConfig.cmake -B package >/dev/null
 	@ls $(BUILD)/package/qorvane_*.deb
 

@@ -51,6 +51,8 @@ ErrorInfo DescribeException(const std::exception_ptr& failure) {
     std::rethrow_exception(failure);
   } catch (const RunTimeError& error) {
     return {error.number(), error.what()};
+  } catch (const LimitReached& error) {
+    return {NumberForKind(error.kind()), error.what(), true};
   } catch (const Error& error) {
     return {NumberForKind(error.kind()), error.what()};
   } catch (const std::bad_alloc&) {

@@ -51,6 +51,8 @@ class ProgramEnd : public std::exception {
 struct ErrorInfo {
   int number = 0;
   std::string description;
+  // Every later record would fail the same way (office.mdb at its largest size): the run stops.
+  bool ends_run = false;
 };
 
 // The error number and description of a caught exception (RunTimeError, qorvane::Error,

@@ -18,7 +18,7 @@ namespace qorvane::app {
 
 // What a step's mark on the form says: beyond the two images of each step, which tell only
 // running and done, the faces show what a done step came to.
-enum class StepMark { NotTicked, Running, Converted, NothingFound, Missing, Failed };
+enum class StepMark { NotTicked, Running, Converted, NothingFound, Missing, Failed, Stopped };
 
 struct FormModel {
   // Window and captions.
@@ -46,6 +46,13 @@ struct FormModel {
   // and the records of the table it walks; 0 when no loop is running.
   std::int64_t RecordNumber = 0;
   std::int64_t RecordTotal = 0;
+  // The run as a whole: what runs now in the window's words ("Client fees"), and which of the
+  // run's ticked steps it is (StepNumber of StepCount; 0 outside the steps).
+  std::string RunningCaption;
+  int StepNumber = 0;
+  int StepCount = 0;
+  // The last notice of the run shown without halting it (no control of the old form).
+  std::string RunNotice;
 
   // Text boxes.
   std::string txtPyxPath;       // source data path

@@ -16,6 +16,8 @@ namespace {
 constexpr const char* kQuitHint = "Hit ESC key or 'Quit Conversion' button to halt conversion process.";
 constexpr const char* kPausedLine = "Conversion paused by User (Quit button) ~ continued";
 constexpr const char* kStoppedLine = "Conversion aborted by User and program ended (Quit button)";
+// The duplicate-client correction's notice, which a run shows with its count.
+constexpr const char* kClientsCorrectedNotice = "Invalid Client records were found and corrected automatically.";
 
 // The settings tag of a check box whose choice FOXCON.INI keeps.
 std::string OptionTag(const CheckBoxInfo& box) {
@@ -80,7 +82,15 @@ void MainForm::TagRead() {
     for (const CheckBoxInfo& box : CheckBoxes()) {
       form_.SetCheck(box.box, Trim(settings_.Read(OptionTag(box))) == "1");
     }
+    TickMassage(form_, CheckBox::ckbMassage, form_.Checked(CheckBox::ckbMassage));
   });
+}
+
+bool MainForm::FirstLaunch() const {
+  auto known = [&](const char* last_run, const char* program_setting) {
+    return !Trim(settings_.Read(last_run)).empty() || !Trim(settings_.Read(program_setting)).empty();
+  };
+  return !known(tags::kLastSourcePath, tags::kSourceDataDir) && !known(tags::kLastTargetPath, tags::kTargetDataDir);
 }
 
 void MainForm::SaveSettings() {
@@ -198,6 +208,7 @@ bool MainForm::DiscoverDataDirectories() {
     paths.source_folder = Trim(form_.txtPyxPath);
     std::string settings_folder = settings_.directory();
     CkRSlash(settings_folder);
+    bool window = view_.face() == Face::Window;
     if (paths.source_folder.empty()) {
       MsgBox("Unable to automatically find " + source_name +
              " data directory: check VL.ini in Windows directory for proper settings. If VL.ini "
@@ -205,15 +216,21 @@ bool MainForm::DiscoverDataDirectories() {
              ", set correct data directory, and run Qorvane again.");
       Hint("On this computer the old program's data folder is read from " + settings_folder +
            "VL.ini ([DIRECTORIES] DATADIR) or from the last run in " + settings_folder +
-           "FOXCON.INI; choose the folder of its .dbf tables with the source button, or give --source DIR.");
+           "FOXCON.INI; choose the folder of its .dbf tables " +
+           (window ? std::string("with \"Choose folder...\" beside the source path.") : "with --source DIR."));
     } else if (!FileExists(paths.source_folder + "Property.dbf")) {
       MsgBox(paths.source_folder +
              "Property.dbf not found. Please verify data path and file name in VL.ini in Windows "
              "directory. If VL.ini does not exist, install/reinstall " + source_name +
              ", set correct data directory, and run Qorvane again.\"");
-      Hint("No property.dbf (in any letter case, and not empty) in " + paths.source_folder +
-           ": choose the folder that holds the old program's .dbf tables (the data folder named in " +
-           settings_folder + "VL.ini, or --source DIR).");
+      if (auto there = os::FindCaseInsensitive(paths.source_folder, "Property.dbf"); there && os::FileSize(*there) == 0u) {
+        Hint(*there + " is there but empty (0 bytes): it holds no table, so no order can be converted from this "
+             "folder. Put back property.dbf from a backup of the old program's data, then run again.");
+      } else {
+        Hint("No property.dbf (in any letter case, and not empty) in " + paths.source_folder +
+             ": choose the folder that holds the old program's .dbf tables (the data folder named in " +
+             settings_folder + (window ? std::string("VL.ini).") : "VL.ini, or --source DIR)."));
+      }
     } else {
       AddtoLogFile(paths.source_folder + " set as initial PYX data path");
       source_ok = true;
@@ -225,14 +242,17 @@ bool MainForm::DiscoverDataDirectories() {
     if (paths.target_folder.empty()) {
       MsgBox("Unable to automatically find " + target_name + " data directory: Please choose proper directory");
       Hint("The new program's data folder is read from " + settings_folder + "zul.ini ([DIRECTORIES] DATADIR) or from "
-           "the last run in " + settings_folder + "FOXCON.INI; choose it with the target button, or give --target DIR.");
+           "the last run in " + settings_folder + "FOXCON.INI; choose it " +
+           (window ? std::string("with \"Choose folder...\" beside the target path.") : "with --target DIR."));
     } else if (!FileExists(paths.target_folder + "Office.mdb")) {
       MsgBox(paths.target_folder + "Office.mdb not found. Please verify path and file name");
-      if (os::IsDirectory(paths.target_folder))
+      if (!os::IsDirectory(paths.target_folder))
+        TargetFolderMissingHint(paths.target_folder);
+      else if (window)
+        Hint("No office.mdb in " + paths.target_folder + ": \"Create a blank office.mdb here\" writes one there.");
+      else
         Hint("No office.mdb in " + paths.target_folder + ": `qorvane init-target " + paths.target_folder +
              "` writes a blank one there.");
-      else
-        TargetFolderMissingHint(paths.target_folder);
     } else {
       paths.target_file = ResolveInDirectory(paths.target_folder, "Office.mdb");
       AddtoLogFile(paths.target_folder + " set as initial ZUL data path");
@@ -307,6 +327,7 @@ void MainForm::AbortConversion() {
 void MainForm::ShowCompletionNotice() {
   form_.gauprogress = 100;  // the run is over: the gauge ends full
   form_.lblCaption.clear();
+  form_.lblRecord.clear();  // the last step's counter is no longer running
   form_.lblAddress = "Conversion Complete";
   form_.lblmsg = "Conversion Complete... Select Quit";
   view_.Show(form_);
@@ -323,6 +344,7 @@ bool MainForm::HandleQuitRequest() {
     AddtoLogFile(kPausedLine);
     return false;
   }
+  stopped_at_ = StopPlace{true, running_, form_.RecordNumber, form_.RecordTotal};
   AddtoLogFile(kStoppedLine);
   CloseLog();
   session_.EndRequested = true;
@@ -356,8 +378,13 @@ void MainForm::DoEvents() {
 }
 
 void MainForm::TargetFolderMissingHint(const std::string& folder) {
-  Hint("The target folder " + folder + " does not exist: `qorvane init-target " + folder +
-       "` makes it with a blank office.mdb in it, or choose another folder (the target button, or --target DIR).");
+  if (view_.face() == Face::Window) {
+    Hint("The target folder " + folder + " does not exist: choose another with \"Choose folder...\", or make it "
+         "with \"Create a blank office.mdb here\".");
+  } else {
+    Hint("The target folder " + folder + " does not exist: `qorvane init-target " + folder +
+         "` makes it with a blank office.mdb in it, or give another folder with --target DIR.");
+  }
 }
 
 void MainForm::Hint(const std::string& text) {
@@ -369,6 +396,20 @@ void MainForm::Hint(const std::string& text) {
 
 MessageResult MainForm::MsgBox(const std::string& text, MessageButtons buttons,
                                const std::string& title) {
+  if (collect_notices_ && buttons == MessageButtons::Ok) {
+    // A notice during the run does not halt it: the face shows it as it goes, and the report
+    // at the end gathers it. The duplicate-client notice gets its count.
+    std::string notice = text;
+    if (text == kClientsCorrectedNotice && !form_.lstafterdup.empty()) {
+      notice += " (" + std::to_string(form_.lstafterdup.size()) + " client keys in client.dbf; each is listed, "
+                "with its correction, in the duplicate-client form)";
+    }
+    if (notice != completion_text_) run_notices_.push_back(notice);
+    form_.RunNotice = notice;
+    view_.Notify(notice);
+    view_.Show(form_);
+    return MessageResult::Ok;
+  }
   return view_.MessageBox(text, buttons, title);
 }
 
@@ -381,11 +422,21 @@ int MainForm::ReportError(int number, const std::string& description) {
     if (number == file_error && session_.InConversion()) ++file_errors_;
   }
   std::string notice = "Error #" + Str(number) + " in module " + where + ": " + description;
+  last_error_ = notice;
   AddtoLogFile(notice);
-  view_.Notify(notice);
+  // Start-up and the run open the same tables: what start-up showed, the run's log records
+  // without showing it a second time.
+  if (!session_.InConversion()) {
+    startup_errors_.insert(notice);
+    view_.Notify(notice);
+  } else if (!startup_errors_.count(notice)) {
+    view_.Notify(notice);
+  }
   if (number == error_number::kCouldNotUpdateLocked) {
-    MsgBox("The databases may be corrupt (Error #" + Str(number) + " in module " + where +
-           ": " + description + "). Please run the rebuild programs, then restart Qorvane.");
+    // The program ends after this box: it is shown at once, also during a run.
+    view_.MessageBox("The databases may be corrupt (Error #" + Str(number) + " in module " + where + ": " +
+                         description + "). Please run the rebuild programs, then restart Qorvane.",
+                     MessageButtons::Ok, "");
     CloseLog();
     throw ProgramEnd(3);
   }

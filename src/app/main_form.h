@@ -7,8 +7,10 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <optional>
+#include <set>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -16,6 +18,7 @@
 #include "app/errors.h"
 #include "app/form_model.h"
 #include "app/routines.h"
+#include "app/run_changes.h"
 #include "app/session.h"
 #include "app/settings.h"
 #include "app/steps.h"
@@ -56,6 +59,7 @@ class MainForm {
 
   ConvertSession& session() { return session_; }
   FormModel& form() { return form_; }
+  const FormModel& form() const { return form_; }
   View& view() { return view_; }
   // The routines the run calls; until SetRoutines they do nothing. ROUTINES must outlive the
   // form or the next SetRoutines.
@@ -68,6 +72,9 @@ class MainForm {
   // Connect2Data, the gauge reset and the company labels.
   void FormLoad(const StartupPaths& paths = {});
   void TagRead();
+  // No folder is known yet: neither the settings files nor a last run name the source or the
+  // target data folder (a first launch on this account).
+  bool FirstLaunch() const;
   // Decides the two data paths from the text boxes and sets DirectoriesSet.
   bool DiscoverDataDirectories();
   void OpenConfig();
@@ -86,25 +93,55 @@ class MainForm {
 
   // The conversion run (the Convert button).
   void cmdNEWConvert();
+  // Finds, before the confirmation, the client keys the duplicate-client correction will change
+  // (set by a face that can read the source; unset: the confirmation lists none).
+  std::function<std::vector<ClientKeyChange>()> PlanClientKeyChanges;
+  // What it found for the current (or last) run.
+  const std::vector<ClientKeyChange>& PlannedClientKeys() const { return planned_client_keys_; }
   RunOutcome outcome() const { return outcome_; }
   // When the current (or last) run started.
   const Timestamp& RunStart() const { return run_start_; }
   const std::string& LogPath() const { return log_path_; }
   // What each step of the current (or last) run returned, in the order the steps ran.
-  enum class ReportKind { Step, Massage, Preparation };
+  // Preparation: a correction of the source; ClientKeys: the duplicate-client check and its
+  // correction; Clearing: target rows deleted (Clear Data First, rows without a key).
+  enum class ReportKind { Step, Massage, Preparation, ClientKeys, Clearing };
   struct StepReport {
     std::string name;  // the step's command-line word ("property"), or what was prepared
     ReportKind kind;
     StepResult result;
     TableCounts rows_changed;  // per target table, the rows it has more (or fewer) after it
     double seconds = 0;        // how long it took
+    std::string caption;       // in the window's words ("Client fees", "Clear Data First")
   };
   const std::vector<StepReport>& RunReport() const { return run_report_; }
+  // Where a stopped run stopped: what was running (in the window's words) and on which record.
+  struct StopPlace {
+    bool by_user = false;  // Stop in the prompt; else Abort in an error box
+    std::string during;
+    std::int64_t record = 0;
+    std::int64_t records = 0;
+  };
+  const std::optional<StopPlace>& StoppedAt() const { return stopped_at_; }
+  // The OK-only messages of the run after its confirmation, which a face shows without halting
+  // the run, in order (the duplicate-client correction's notice, with its count).
+  const std::vector<std::string>& RunNotices() const { return run_notices_; }
+  // The "Conversion complete: ..." summary of a completed run; empty otherwise.
+  const std::string& CompletionText() const { return completion_text_; }
+  // The CSV of the records the run skipped or refused, beside the log; empty when there was none.
+  const std::string& RejectsPath() const { return rejects_path_; }
   // Rows per target table when the run connected, as the run's connection held them at its
   // end, and as office.mdb holds them on disk once the run has put it in place.
   const TableCounts& RowsBefore() const { return rows_before_; }
   const TableCounts& RowsWritten() const { return rows_written_; }
   const TableCounts& RowsCommitted() const { return rows_committed_; }
+  // Whether the run's end could not put office.mdb in place (its changes are not on disk), and
+  // the error it met; RowsWritten then holds the rows the run had written before.
+  bool CommitFailed() const { return commit_failed_; }
+  const std::string& CommitError() const { return commit_error_; }
+  // The error that stopped the run (answered Abort, or one every later record would meet too);
+  // empty when the run was not stopped by an error.
+  const std::string& StoppingError() const { return stopping_error_; }
   // The errors of the last run that said a file could not be found, read or written (errors
   // 53, 57, 61, 68, 70, 71, 75, 76, 3343): a run that went to its end with such an error did
   // not convert everything, and the command line says so in its exit status.
@@ -148,6 +185,11 @@ class MainForm {
   template <typename Body, typename OnFailure>
   auto GuardOr(const std::string& name, const std::string& where, Body&& body, OnFailure&& on_failure)
       -> std::invoke_result_t<Body>;
+  // As GuardOr, with the place named by WHERE_OF() only when a failure is reported (the record
+  // loop names a record for its report, never for every record).
+  template <typename Where, typename Body, typename OnFailure>
+  auto GuardNamed(const std::string& name, Where&& where_of, Body&& body, OnFailure&& on_failure)
+      -> std::invoke_result_t<Body>;
 
  private:
   bool HandleQuitRequest();  // the prompt; true when the user chose Stop
@@ -158,13 +200,23 @@ class MainForm {
   void FinishRun();
   void RunSteps();
   void RunMassage();
+  // The run's report and its rejects, written beside and into the log once the run returned.
+  void KeepReport();
+  // A run refused before it changed anything keeps its log in the settings folder, not among
+  // the office's files.
+  void MoveRefusedLog();
+  // Clears what a stopped or failed run left on the form as if it were still running.
+  void ClearRunningDisplay();
+  // Says what runs now, for the report of a Stop and the progress display.
+  void NowRunning(std::string caption);
   // Runs ROUTINES of one step in order, each followed by the abort test; returns whether the
   // run goes on, and the count the step's completion line shows.
   bool RunStepRoutines(StepReport report, std::span<const StepRoutine> routines,
                        std::optional<std::int64_t>& shown_count);
   void SetStepImages(const ImagePair& images, bool running);
   // Keeps what a preparation (clearing, a correction, a check) returned in the run report.
-  void Record(std::string name, StepResult result, const TableCounts& rows_before);  bool AbortTest();  // true when the run must end here
+  void Record(std::string name, std::string caption, ReportKind kind, StepResult result, const TableCounts& rows_before);
+  bool AbortTest();  // true when the run must end here
   void WriteElapsedTime(const Timestamp& start);
 
   View& view_;
@@ -176,20 +228,39 @@ class MainForm {
   RunRoutines* routines_ = &no_routines_;
   std::vector<StepReport> run_report_;
   int file_errors_ = 0;
-  int errors_reported_ = 0;
-  std::vector<std::string> hints_given_;  // every error of the current run, for the steps' marks
+  int errors_reported_ = 0;               // every error of the current run, for the steps' marks
+  std::vector<std::string> hints_given_;  // each hint is given once
+  std::set<std::string> startup_errors_;  // errors shown outside a run (start-up)
   TableCounts rows_before_, rows_written_, rows_committed_;
+  bool commit_failed_ = false;
+  std::string commit_error_;
+  std::string last_error_;      // the notice of the last error reported
+  std::string stopping_error_;  // see StoppingError
   std::chrono::steady_clock::time_point preparation_start_;  // since the last report entry
   os::File log_;
   std::uint64_t log_offset_ = 0;
   std::string log_path_;
   RunOutcome outcome_ = RunOutcome::NotRun;
   Timestamp run_start_;
+  bool open_log_when_done_ = false;
+  bool collect_notices_ = false;  // from the confirmation until the run has returned
+  std::vector<std::string> run_notices_;
+  std::string completion_text_;
+  std::string rejects_path_;
+  std::string running_;  // what runs now, in the window's words
+  std::optional<StopPlace> stopped_at_;
+  std::vector<ClientKeyChange> planned_client_keys_;
 };
 
 template <typename Body, typename OnFailure>
 auto MainForm::GuardOr(const std::string& name, const std::string& where, Body&& body,
                        OnFailure&& on_failure) -> std::invoke_result_t<Body> {
+  return GuardNamed(name, [&] { return where; }, std::forward<Body>(body), std::forward<OnFailure>(on_failure));
+}
+
+template <typename Where, typename Body, typename OnFailure>
+auto MainForm::GuardNamed(const std::string& name, Where&& where_of, Body&& body, OnFailure&& on_failure)
+    -> std::invoke_result_t<Body> {
   for (;;) {
     session_.SetRoutine(name);
     try {
@@ -198,10 +269,18 @@ auto MainForm::GuardOr(const std::string& name, const std::string& where, Body&&
       throw;
     } catch (...) {
       ErrorInfo info = DescribeException(std::current_exception());
+      // Named before the routine is set again: naming the place may run other routines.
+      std::string where = where_of();
       session_.SetRoutine(name);
+      // The run stops at the first such error; the same refusal met again on the way out (the
+      // end of the run saving office.mdb) is not reported a second time.
+      if (info.ends_run && !stopping_error_.empty()) return on_failure(info);
       int action = ReportError(info.number, where.empty() ? info.description : info.description + " (" + where + ")");
-      if (action == kReportRetry) continue;
-      if (action == kReportAbort) session_.AbortRequested = true;
+      if (action == kReportRetry && !info.ends_run) continue;
+      if (action == kReportAbort || info.ends_run) {
+        session_.AbortRequested = true;
+        if (stopping_error_.empty() && session_.InConversion()) stopping_error_ = last_error_;
+      }
       return on_failure(info);
     }
   }

@@ -35,7 +35,12 @@ class RunRoutines {
 
   // A run, in the order the run calls them.
   virtual void PrepareSource() = 0;  // after the directory discovery (SelectPropertyOrder)
-  virtual void AdoConnect() = 0;     // after the confirmation
+  // After the confirmation; false when office.mdb could not be opened for writing (reported).
+  virtual bool AdoConnect() = 0;
+  // Once office.mdb is open, before anything is written: with REPAIRS (the Preliminary
+  // Corrections) the source folder is locked for this run and put in order (what a stopped run
+  // left is finished); false when it cannot be (reported), and the run must write nothing.
+  virtual bool PrepareSourceRepairs(bool repairs) = 0;
   virtual StepResult ClearSelectedTables() = 0;
   virtual StepResult FixPropertyFileNum() = 0;
   virtual StepResult FixDataFileNums(SourceControl control, const char* field, const char* table) = 0;
@@ -80,7 +85,8 @@ class NoRoutines : public RunRoutines {
   void Connect2Data() override {}
   void LoadCompanyLabels() override {}
   void PrepareSource() override {}
-  void AdoConnect() override {}
+  bool AdoConnect() override { return true; }
+  bool PrepareSourceRepairs(bool) override { return true; }
   StepResult ClearSelectedTables() override { return {}; }
   StepResult FixPropertyFileNum() override { return {}; }
   StepResult FixDataFileNums(SourceControl, const char*, const char*) override { return {}; }

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qorvane::app {
 
@@ -42,6 +43,9 @@ class ConvertSession {
   bool LogOpen() const { return State == RunState::Running; }
 
   DataPaths Paths;              // set by the directory discovery
+  // What earlier runs of this program did to the source tables, as the run's preparation read
+  // it from their journal, for the confirmation (empty when nothing).
+  std::vector<std::string> SourceHistory;
   std::string SourceProgram = "PYX";  // the old program's name in captions and messages
   std::string TargetProgram;          // the new program's name
 

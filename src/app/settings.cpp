@@ -216,8 +216,17 @@ void Settings::WriteMany(const std::vector<std::pair<std::string, std::string>>&
     by_file[FileOf(*parsed)].push_back({parsed->section, parsed->key, value});
   }
   if (by_file.empty()) return;
-  os::MakeDirectory(directory_);
+  MakeFolders(directory_);  // a fresh account has no ~/.config/qorvane (nor ~/.config)
   for (const auto& [file, entries] : by_file) WriteProfileStrings(file, entries);
+}
+
+void MakeFolders(const std::string& folder) {
+  std::string path = Trim(folder);
+  RemoveRSlash(path);
+  if (path.empty() || os::IsDirectory(path)) return;
+  std::size_t parent = path.rfind(kPathSeparator);
+  if (parent != std::string::npos && parent > 0) MakeFolders(path.substr(0, parent));
+  os::MakeDirectory(path);
 }
 
 std::string InstallDirectory() {

@@ -85,6 +85,9 @@ class Settings {
   std::string install_directory_;
 };
 
+// Makes FOLDER and any folder above it that is missing (the settings folder of a fresh account).
+void MakeFolders(const std::string& folder);
+
 // The folder of the running program (where OpenConfig looks for INSTALL.TXT).
 std::string InstallDirectory();
 

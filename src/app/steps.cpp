@@ -99,6 +99,26 @@ constexpr DataFileNumFix kFixes[] = {
 
 }  // namespace
 
+void TickMassage(FormModel& form, CheckBox box, bool checked) {
+  form.SetCheck(box, checked);
+  auto any_ticked = [&] {
+    for (const MassageStepInfo& step : kMassage) {
+      if (form.Checked(step.check_box)) return true;
+    }
+    return false;
+  };
+  if (box == ckbMassage) {
+    bool tick_all = checked && !any_ticked();
+    for (const MassageStepInfo& step : kMassage) {
+      if (!checked || tick_all) form.SetCheck(step.check_box, checked);
+    }
+    return;
+  }
+  for (const MassageStepInfo& step : kMassage) {
+    if (step.check_box == box) form.SetCheck(ckbMassage, any_ticked());
+  }
+}
+
 std::span<const StepInfo> ConversionSteps() { return kSteps; }
 std::span<const MassageStepInfo> MassageSteps() { return kMassage; }
 std::span<const ClearChoice> ClearChoices() { return kClear; }

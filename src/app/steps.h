@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "app/controls.h"
+#include "app/form_model.h"
 #include "app/routines.h"
 
 namespace qorvane::app {
@@ -80,6 +81,12 @@ std::span<const ClearChoice> ClearChoices();
 std::span<const DataFileNumFix> DataFileNumFixes();
 const StepInfo& InfoOf(Step step);
 const MassageStepInfo& InfoOf(MassageStep step);
+
+// Ticks or clears BOX as the user does, with the rule that keeps "Massage Data" and its three
+// boxes together: ticking "Massage Data" with none of the three ticked ticks all three, clearing
+// it clears them; ticking one of the three ticks "Massage Data", clearing the last one clears
+// it. So "Massage Data" is never ticked with nothing to massage.
+void TickMassage(FormModel& form, CheckBox box, bool checked);
 
 // The images shown while the massage as a whole runs, and when it is done.
 inline constexpr ImagePair kMassageDataImages = {"imamassagedata", "imaMassageDataNow"};

@@ -9,11 +9,14 @@
 
 namespace qorvane::app {
 
+// YesNo is the one confirmation of a run (a window labels its buttons Convert and Cancel).
 enum class MessageButtons { Ok, YesNo, AbortRetryIgnore };
 enum class MessageResult { Ok, Cancel, Abort, Retry, Ignore, Yes, No };
 enum class EscapeChoice { Continue, Stop };
 // A request the user made while the run was busy: Quit (button or ESC) or closing the window.
 enum class UserRequest { None, Quit, CloseWindow };
+// Which face shows the form: advice names its controls (a button, an option).
+enum class Face { CommandLine, Window };
 
 class View {
  public:
@@ -39,6 +42,11 @@ class View {
   // (Yes/No, Abort/Retry/Ignore) is still asked at once. By default nothing is gathered.
   virtual void BeginMessages() {}
   virtual void EndMessages() {}
+  virtual Face face() const { return Face::CommandLine; }
+  // Convert met a target folder that is not there: a face may offer to make it (with a blank
+  // office.mdb) or to choose another. Returns the folder the run uses instead (made, or
+  // chosen), or "" when the user chose neither; by default "".
+  virtual std::string OfferMissingTargetFolder(const std::string& folder) { return ""; }
 };
 
 // Gathers the view's messages while it lives (BeginMessages .. EndMessages), also when the

@@ -3,6 +3,7 @@
 
 #include "app/steps.h"
 
+#include <algorithm>
 #include <cctype>
 #include <sstream>
 
@@ -114,7 +115,23 @@ std::optional<std::string> ApplyChoices(const ConvertChoices& choices, app::Form
     std::size_t first = number.find_first_not_of(" \t");
     if (first == std::string::npos) continue;
     std::size_t last = number.find_last_not_of(" \t");
-    form.lstfilenum.push_back(number.substr(first, last - first + 1));
+    std::string trimmed = number.substr(first, last - first + 1);
+    // A number listed twice is converted once.
+    if (std::find(form.lstfilenum.begin(), form.lstfilenum.end(), trimmed) == form.lstfilenum.end()) {
+      form.lstfilenum.push_back(trimmed);
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> CheckFileNumbers(const std::vector<std::string>& numbers) {
+  constexpr std::size_t kLongest = 8;  // the key is the number, "-A" and blanks in 10 characters
+  for (const std::string& number : numbers) {
+    bool digit = std::any_of(number.begin(), number.end(), [](char c) { return c >= '0' && c <= '9'; });
+    if (number.size() > kLongest || number.find_first_of(" \t") != std::string::npos || !digit) {
+      return "'" + number + "' is not a file number (file numbers hold digits, as 95-0003 or 1001: at most 8 "
+             "characters, no blanks)";
+    }
   }
   return std::nullopt;
 }

@@ -23,6 +23,10 @@ struct ConvertChoices {
 // unknown word, or nullopt.
 std::optional<std::string> ApplyChoices(const ConvertChoices& choices, app::FormModel& form);
 
+// Why one of the listed file NUMBERS cannot be a file number (empty, longer than 8 characters,
+// with a blank, or without a digit, as "abc"), or nullopt.
+std::optional<std::string> CheckFileNumbers(const std::vector<std::string>& numbers);
+
 // The words each list accepts, in the order the run uses them (for --help and messages).
 std::string StepWords();
 std::string ClearWords();

@@ -4,14 +4,20 @@
 // read or written at all.
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
 #include <optional>
+#include <set>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "app/main_form.h"
+#include "app/paths.h"
 #include "app/run_summary.h"
 #include "common/os.h"
+#include "cli/check_summary.h"
 #include "cli/choices.h"
 #include "cli/export.h"
 #include "cli/terminal_view.h"
@@ -19,6 +25,7 @@
 #include "data/init_target.h"
 #include "foxpro/codepage.h"
 #include "data/source_check.h"
+#include "preview/client_keys.h"
 #include "sample/sample_office.h"
 
 namespace {
@@ -79,12 +86,13 @@ int RunConvert(const ConvertOptions& options) {
               << ": not a code page FoxPro tables use (for example 437, 850, 852, 865, 866, 1250, 1251, 1252)\n";
     return kExitUsage;
   }
-  for (const std::string& number : scratch.lstfilenum) {
-    if (number.size() > 8 || number.find(' ') != std::string::npos) {
-      std::cerr << "qorvane: --files: '" << number << "' is not a file number (at most 8 characters, no blanks)\n";
-      return kExitUsage;
-    }
+  if (auto error = cli::CheckFileNumbers(scratch.lstfilenum)) {
+    std::cerr << "qorvane: --files: " << *error << "\n";
+    return kExitUsage;
   }
+  main_form.PlanClientKeyChanges = [&main_form, codepage = options.source_codepage] {
+    return preview::PlanClientKeyChanges(main_form.session().Paths.source_folder, codepage);
+  };
   int status = kExitFileError;
   try {
     main_form.FormLoad({AbsoluteDirectory(options.source), AbsoluteDirectory(options.target)});
@@ -137,6 +145,101 @@ int RunSample(const std::string& folder, const sample::SampleOptions& options) {
   }
 }
 
+// The number of single-character edits between A and B.
+std::size_t EditDistance(const std::string& a, const std::string& b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
+  for (std::size_t i = 1; i <= a.size(); ++i) {
+    std::size_t diagonal = row[0];
+    row[0] = i;
+    for (std::size_t j = 1; j <= b.size(); ++j) {
+      std::size_t above = row[j];
+      row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
+      diagonal = above;
+    }
+  }
+  return row[b.size()];
+}
+
+// An option COMMAND does not have ("--souce"), named with the nearest one it has, before the
+// parser's own "arguments were not expected"; nullopt when every option is known.
+std::optional<std::string> UnknownOption(const CLI::App& command, int first, int argc, char** argv) {
+  std::vector<std::string> known = {"--help"};
+  for (const CLI::Option* option : command.get_options()) {
+    for (const std::string& name : option->get_lnames()) known.push_back("--" + name);
+  }
+  for (int i = first; i < argc; ++i) {
+    std::string word = argv[i];
+    if (word == "--") break;
+    if (word.rfind("--", 0) != 0) continue;
+    word = word.substr(0, word.find('='));
+    if (std::find(known.begin(), known.end(), word) != known.end()) continue;
+    std::string nearest;
+    std::size_t best = 4;  // further than three edits away is no longer a slip of the finger
+    for (const std::string& name : known) {
+      std::size_t distance = EditDistance(word, name);
+      if (distance < best) {
+        best = distance;
+        nearest = name;
+      }
+    }
+    std::string command_name = command.get_name();
+    return "unknown option " + word + (nearest.empty() ? "" : " (did you mean " + nearest + "?)") + "; see qorvane " +
+           command_name + " --help";
+  }
+  return std::nullopt;
+}
+
+// `check`: the report, its last line replaced by the summary in plain words and what to do next.
+int RunCheck(const std::string& source, int codepage) {
+  std::ostringstream report;
+  data::SourceCheckResult result = data::CheckSource(source, codepage, report);
+  std::string text = report.str();
+  // The report's own count is of corrected fields; the summary counts numbers.
+  std::size_t last = text.rfind('\n', text.size() >= 2 ? text.size() - 2 : 0);
+  text = last == std::string::npos ? std::string() : text.substr(0, last + 1);
+  std::cout << text;
+  std::string folder = source;
+  app::CkRSlash(folder);
+  std::cout << cli::CheckSummary(text, folder, preview::PlanClientKeyChanges(folder, codepage),
+                                 result.tables_unreadable);
+  return data::SourceCheckExitStatus(result);
+}
+
+// `init-target` on a folder that has an office.mdb: named once, as it is spelt on disk.
+std::optional<int> RefuseExistingTarget(const std::string& folder) {
+  if (!os::IsDirectory(folder)) return std::nullopt;
+  auto existing = os::FindCaseInsensitive(folder, "office.mdb");
+  if (!existing) return std::nullopt;
+  std::cerr << "init-target: " << *existing << ": already exists; it is left as it is (remove it first to start afresh)\n";
+  return 1;
+}
+
+constexpr const char* kExamples =
+    "Examples (a sample office in demo/; the sample's file numbers look like 95-0003):\n"
+    "  qorvane sample demo/source --orders 5000\n"
+    "  qorvane init-target demo/target\n"
+    "  qorvane check --source demo/source\n"
+    "  qorvane convert --source demo/source --target demo/target --prelim --massage all\n"
+    "  qorvane convert --source demo/source --target demo/target --steps property,invoice,apprexp,applied \\\n"
+    "                  --files 95-0003,95-0005 --clear property,invoice,assigned\n"
+    "  qorvane export demo/target/office.mdb Property --format json\n"
+    "\n"
+    "convert asks before it changes anything; --yes answers for a script, so give it only to a run whose\n"
+    "confirmation you have read (with --files, --clear empties only the rows of the listed numbers).\n";
+
+constexpr const char* kConvertFooter =
+    "The window's \"Clear Data First\" boxes are --clear words: Assigned = applied (or assigned),\n"
+    "Users = system (or users); the others are named as in the window. With --files, property,\n"
+    "invoice and assigned empty only the rows of the listed numbers; the other tables are emptied whole.\n"
+    "\n"
+    "Example, one order converted afresh (asks first):\n"
+    "  qorvane convert --source demo/source --target demo/target --steps property,invoice,apprexp,applied \\\n"
+    "                  --files 95-0003 --clear property,invoice,assigned\n"
+    "\n"
+    "Exit status: 0 completed; 1 refused or stopped (folders not set, confirmation declined, Stop);\n"
+    "2 bad use of the command line; 3 a source or target file could not be read or written.";
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -147,71 +250,94 @@ int main(int argc, char** argv) {
                                         std::to_string(QORVANE_VERSION_MINOR) + "." +
                                         std::to_string(QORVANE_VERSION_PATCH));
   app.require_subcommand(1);
-  app.footer(
-      "Examples:\n"
-      "  qorvane sample demo/source --orders 5000\n"
-      "  qorvane init-target demo/target\n"
-      "  qorvane check --source demo/source\n"
-      "  qorvane convert --source demo/source --target demo/target --prelim --massage all --yes\n"
-      "  qorvane convert --steps property,invoice --files 1001,1002 --clear assigned --yes\n"
-      "  qorvane export demo/target/office.mdb Property --format json\n"
-      "\n"
-      "The window's \"Clear Data First\" boxes are --clear words: Assigned = applied (or assigned),\n"
-      "Users = system (or users); the others are named as in the window.\n"
-      "\n"
-      "Exit status: 0 completed; 1 refused or stopped (directories not set, confirmation declined,\n"
-      "Stop); 2 bad use of the command line; 3 a source or target file could not be read or written.");
+  app.footer(std::string(kExamples) +
+             "\nEach command's own --help (qorvane convert --help) says its options and exit status.");
 
   ConvertOptions convert;
   CLI::App* convert_command = app.add_subcommand("convert", "Convert the source office into office.mdb");
-  convert_command->add_option("--source", convert.source, "Source data directory (.dbf/.cdx/.fpt)");
-  convert_command->add_option("--target", convert.target, "Directory holding office.mdb");
-  convert_command->add_option("--settings", convert.settings, "Settings directory");
+  convert_command->footer(kConvertFooter);
+  convert_command->add_option("--source", convert.source, "Source data folder (.dbf/.cdx/.fpt)")->type_name("DIR");
+  convert_command->add_option("--target", convert.target, "Folder holding office.mdb")->type_name("DIR");
+  convert_command->add_option("--settings", convert.settings, "Settings folder (FOXCON.INI, zul.ini, VL.ini)")
+      ->type_name("DIR");
   convert_command->add_option("--steps", convert.choices.steps,
-                              "Steps to convert: all (default), none, or " + cli::StepWords());
+                              "Steps to convert: all (default), none, or " + cli::StepWords())
+      ->type_name("LIST");
   convert_command->add_option("--clear", convert.choices.clear,
-                              "Target tables to clear first: none (default), all, or " + cli::ClearWords());
+                              "Target tables to empty first: none (default), all, or " + cli::ClearWords() +
+                                  " (with --files: only the listed numbers' rows of property, invoice and assigned)")
+      ->type_name("LIST");
   convert_command->add_flag("--prelim", convert.choices.prelim,
-                            "Run the preliminary corrections of the source tables (written back)");
+                            "Run the preliminary corrections of the source tables (written back, after a copy)");
   convert_command->add_option("--massage", convert.choices.massage,
-                              "Data massage: none (default), all, or " + cli::MassageWords());
-  convert_command->add_option("--files", convert.choices.files, "Limit the run to these file numbers (N[,N...])");
+                              "Data massage: none (default), all, or " + cli::MassageWords())
+      ->type_name("LIST");
+  convert_command->add_option("--files", convert.choices.files,
+                              "Limit the run to these file numbers, as the old program shows them (95-0003,95-0005)")
+      ->type_name("N[,N...]");
   convert_command->add_option("--source-codepage", convert.source_codepage,
-                              "Code page of source tables whose header names none (default 437)");
-  convert_command->add_flag("--yes", convert.yes, "Answer Yes to the confirmation");
-  convert_command->add_flag("--view-log", convert.choices.view_log, "Open the log when the run ends");
+                              "Code page of source tables whose header names none (default 437)")
+      ->type_name("CP");
+  convert_command->add_flag("--yes", convert.yes, "Answer Yes to the confirmation (read it first: it says what the run changes)");
+  convert_command->add_flag("--view-log", convert.choices.view_log,
+                            "Open the log when the run ends ($VISUAL, $EDITOR, or xdg-open on a desktop)");
   convert_command->add_flag("--quiet", convert.quiet, "No progress on standard error");
   convert_command->add_option("--summary", convert.summary_file,
-                              "Also write the reconciliation report (what each step read, added, skipped, refused) as JSON to FILE");
+                              "Also write the reconciliation report (what each step read, added, skipped, refused) as JSON to FILE")
+      ->type_name("FILE");
 
   std::string init_dir;
   CLI::App* init_command = app.add_subcommand("init-target", "Write a blank office.mdb into DIR");
-  init_command->add_option("DIR", init_dir, "Folder to write office.mdb into (made if missing)")->required();
+  init_command->footer(
+      "Example:\n  qorvane init-target demo/target\n\n"
+      "Exit status: 0 written; 1 an office.mdb is there already (it is never replaced);\n"
+      "2 bad use of the command line; 3 the folder could not be made or the file not written.");
+  init_command->add_option("DIR", init_dir, "Folder to write office.mdb into (made if missing)")->required()->type_name("DIR");
 
   std::string check_source;
   int check_codepage = 437;
   CLI::App* check_command = app.add_subcommand("check", "Report illegal file numbers and invalid client keys; writes nothing");
-  check_command->add_option("--source", check_source, "Source data directory (.dbf/.cdx/.fpt)")->required();
+  check_command->footer(
+      "Example:\n  qorvane check --source demo/source\n\n"
+      "Exit status: 0 nothing to repair; 1 the Preliminary Corrections would repair something;\n"
+      "2 bad use of the command line; 3 a table could not be read.");
+  check_command->add_option("--source", check_source, "Source data folder (.dbf/.cdx/.fpt)")->required()->type_name("DIR");
   check_command->add_option("--source-codepage", check_codepage,
-                             "Code page of source tables whose header names none (default 437)");
+                             "Code page of source tables whose header names none (default 437)")
+      ->type_name("CP");
 
   std::string sample_dir;
   sample::SampleOptions sample_options;
   CLI::App* sample_command = app.add_subcommand("sample", "Write a realistic FoxPro 2.6 source office into DIR");
-  sample_command->add_option("DIR", sample_dir, "Folder to write the source tables into")->required();
-  sample_command->add_option("--orders", sample_options.orders, "Orders to write (default 200)")->check(CLI::PositiveNumber);
-  sample_command->add_option("--seed", sample_options.seed, "The same seed writes the same bytes (default 1)");
+  sample_command->footer(
+      "Example:\n  qorvane sample demo/source --orders 5000\n\n"
+      "Exit status: 0 written; 2 bad use (a folder that already holds tables, a bad count);\n"
+      "3 the folder or a table could not be written.");
+  sample_command->add_option("DIR", sample_dir, "Folder to write the source tables into")->required()->type_name("DIR");
+  sample_command->add_option("--orders", sample_options.orders, "Orders to write (default 200)")
+      ->check(CLI::PositiveNumber)
+      ->type_name("N");
+  sample_command->add_option("--seed", sample_options.seed, "The same seed writes the same bytes (default 1)")
+      ->type_name("N");
 
   std::string export_file;
   std::string export_table;
   std::string export_format = "csv";
   int export_codepage = 437;
   CLI::App* export_command = app.add_subcommand("export", "Print a .dbf, or one table of a .mdb, as rows");
-  export_command->add_option("FILE", export_file, "A .dbf table or a .mdb database")->required();
-  export_command->add_option("TABLE", export_table, "Table of the .mdb to print (without it: the tables and their row counts)");
-  export_command->add_option("--format", export_format, "Rows as csv (default) or json")->check(CLI::IsMember({"csv", "json"}));
+  export_command->footer(
+      "Examples:\n  qorvane export demo/target/office.mdb\n"
+      "  qorvane export demo/target/office.mdb Property --format json\n  qorvane export demo/source/client.dbf\n\n"
+      "Exit status: 0 printed; 2 bad use of the command line; 3 the file could not be read.");
+  export_command->add_option("FILE", export_file, "A .dbf table or a .mdb database")->required()->type_name("FILE");
+  export_command->add_option("TABLE", export_table, "Table of the .mdb to print (without it: the tables and their row counts)")
+      ->type_name("TABLE");
+  export_command->add_option("--format", export_format, "Rows as csv (default) or json")
+      ->check(CLI::IsMember({"csv", "json"}))
+      ->type_name("FORMAT");
   export_command->add_option("--source-codepage", export_codepage,
-                              "Code page of a .dbf whose header names none (default 437)");
+                              "Code page of a .dbf whose header names none (default 437)")
+      ->type_name("CP");
 
   // A misspelt command is named, with the commands there are.
   if (argc > 1 && argv[1][0] != '-') {
@@ -224,6 +350,15 @@ int main(int argc, char** argv) {
       return kExitUsage;
     }
   }
+  if (argc > 1) {
+    for (const CLI::App* command : app.get_subcommands({})) {
+      if (command->get_name() != argv[1]) continue;
+      if (auto unknown = UnknownOption(*command, 2, argc, argv)) {
+        std::cerr << "qorvane: " << *unknown << "\n";
+        return kExitUsage;
+      }
+    }
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -233,6 +368,7 @@ int main(int argc, char** argv) {
 
   if (convert_command->parsed()) return RunConvert(convert);
   if (init_command->parsed()) {
+    if (auto refused = RefuseExistingTarget(init_dir)) return *refused;
     return data::InitTarget(init_dir, std::cout, std::cerr);
   }
   if (check_command->parsed()) {
@@ -240,7 +376,14 @@ int main(int argc, char** argv) {
       std::cerr << "qorvane: " << check_source << ": no such folder (give the folder of the old program's .dbf tables)\n";
       return kExitUsage;
     }
-    return data::SourceCheckExitStatus(data::CheckSource(check_source, check_codepage, std::cout));
+    try {
+      return RunCheck(check_source, check_codepage);
+    } catch (const std::exception& error) {
+      // What the check finds in the tables is reported line by line; this is what stopped it.
+      std::cout.flush();
+      std::cerr << "qorvane: check: " << error.what() << "\n";
+      return kExitFileError;
+    }
   }
   if (sample_command->parsed()) return RunSample(sample_dir, sample_options);
   if (export_command->parsed()) {

@@ -10,6 +10,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <optional>
 #include <cstdlib>
 #include <iostream>
 
@@ -26,26 +27,33 @@ long long NowMs() {
   return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
-// The caption of the running step: the step whose now-running image shows.
+// What runs now, with its place among the run's steps: "step 6 of 14: Orders (Property)".
 std::string RunningStep(const app::FormModel& form) {
-  for (const app::StepInfo& step : app::ConversionSteps()) {
-    if (form.ImageVisible(step.images.now)) return step.caption;
-  }
-  for (const app::MassageStepInfo& step : app::MassageSteps()) {
-    if (form.ImageVisible(step.images.now)) return std::string("Massage ") + step.caption;
-  }
-  if (form.ImageVisible(app::kMassageDataImages.now)) return "Massage";
-  return "";
+  if (form.RunningCaption.empty()) return "";
+  if (form.StepNumber <= 0 || form.StepCount <= 0) return form.RunningCaption;
+  return "step " + std::to_string(form.StepNumber) + " of " + std::to_string(form.StepCount) + ": " +
+         form.RunningCaption;
 }
 
-// "  1,234/s  0:42 left" once a step has run long enough to tell.
+// 12,345
+std::string Grouped(long long number) {
+  std::string digits = std::to_string(number);
+  std::string text;
+  for (std::size_t i = 0; i < digits.size(); ++i) {
+    if (i > 0 && (digits.size() - i) % 3 == 0 && digits[i - 1] != '-') text += ',';
+    text += digits[i];
+  }
+  return text;
+}
+
+// "  1,234/s  0:42 left" once a step has run long enough to tell (ELAPSED_MS without pauses).
 std::string RateAndTimeLeft(const app::FormModel& form, long long elapsed_ms) {
   if (form.RecordTotal <= 0 || form.RecordNumber <= 0 || elapsed_ms < 1000) return "";
   double rate = static_cast<double>(form.RecordNumber) * 1000.0 / static_cast<double>(elapsed_ms);
   long long left = static_cast<long long>(static_cast<double>(form.RecordTotal - form.RecordNumber) / rate);
   char text[64];
-  std::snprintf(text, sizeof text, "  %.0f/s  %lld:%02lld left", rate, left / 60, left % 60);
-  return text;
+  std::snprintf(text, sizeof text, "%lld:%02lld left", left / 60, left % 60);
+  return "  " + Grouped(static_cast<long long>(rate)) + "/s  " + text;
 }
 
 }  // namespace
@@ -130,7 +138,7 @@ void TerminalView::Show(const app::FormModel& form) {
   if (!step.empty()) {
     progress = step;
     if (form.RecordTotal > 0) {
-      progress += ": record " + std::to_string(form.RecordNumber) + " of " + std::to_string(form.RecordTotal);
+      progress += ": record " + Grouped(form.RecordNumber) + " of " + Grouped(form.RecordTotal);
     } else if (!form.lblRecord.empty()) {
       progress += ": record " + form.lblRecord;
     }
@@ -142,6 +150,8 @@ void TerminalView::Show(const app::FormModel& form) {
     long long now = NowMs();
     if (!new_step && now - last_draw_ms_ < 100) return;
     last_draw_ms_ = now;
+    // A new step, or the end of the steps (a Stop clears what runs): the line is left as it
+    // was last drawn, never redrawn with a rate that keeps falling.
     if (new_step) FinishProgress();
     if (!progress.empty() && progress != last_progress_) {
       err_ << "\r\033[K" << progress << std::flush;
@@ -207,9 +217,8 @@ app::MessageResult TerminalView::MessageBox(const std::string& text, app::Messag
       err_ << heading << text << "\n" << std::flush;
       return app::MessageResult::Ok;
     case app::MessageButtons::YesNo: {
-      // A question of several lines (the confirmation and what the run will change) takes its
-      // answer on a line of its own.
-      const char* gap = text.find('\n') == std::string::npos ? " " : "\n";
+      // The answer goes beside the question it answers ("Convert now? [y/N]").
+      const char* gap = " ";
       if (options_.assume_yes) {
         FinishProgress();
         err_ << heading << text << gap << "yes (--yes)\n" << std::flush;
@@ -228,6 +237,10 @@ app::MessageResult TerminalView::MessageBox(const std::string& text, app::Messag
     }
     case app::MessageButtons::AbortRetryIgnore:
       if (!AskLine(heading + text + " [a]bort, [r]etry, [i]gnore? ", &answer)) {
+        if (!interactive_) {
+          err_ << "qorvane: no answer can be read here (standard input is not a terminal), so the run "
+                  "stops as if Abort was answered\n" << std::flush;
+        }
         return app::MessageResult::Abort;
       }
       if (!answer.empty() && (answer[0] == 'r' || answer[0] == 'R')) return app::MessageResult::Retry;
@@ -245,6 +258,13 @@ void TerminalView::Notify(const std::string& text) {
 app::EscapeChoice TerminalView::PromptEscape() {
   std::string answer;
   interrupts = 0;
+  long long paused_at = NowMs();
+  // The time spent paused does not count in the step's rate and time left.
+  struct Resume {
+    TerminalView* view;
+    long long since;
+    ~Resume() { view->step_start_ms_ += NowMs() - since; }
+  } resume{this, paused_at};
   if (!AskLine("qorvane: conversion paused. [C]ontinue or [S]top? ", &answer)) {
     return app::EscapeChoice::Stop;  // no terminal to answer on, or a second Ctrl-C
   }
@@ -254,15 +274,46 @@ app::EscapeChoice TerminalView::PromptEscape() {
 
 void TerminalView::OpenLog(const std::string& path) {
   FinishProgress();
-  const char* editor = std::getenv("VISUAL");
-  if (!editor || !*editor) editor = std::getenv("EDITOR");
-  std::string command = editor && *editor ? editor : "xdg-open";
+  LeaveRunMode();  // an editor in this terminal gets it as it was
+  std::optional<std::string> command = LogOpener();
+  if (!command) {
+    err_ << "qorvane: nothing to open the log with: set $VISUAL or $EDITOR (or install xdg-utils on a desktop); "
+            "the log is " << path << "\n" << std::flush;
+    return;
+  }
   std::string quoted = "'";
   for (char c : path) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
   quoted += "'";
-  if (std::system((command + " " + quoted).c_str()) != 0) {
-    err_ << "qorvane: could not open the log with " << command << "; it is " << path << "\n";
+  if (std::system((*command + " " + quoted).c_str()) != 0) {
+    err_ << "qorvane: could not open the log with " << *command << "; it is " << path << "\n" << std::flush;
   }
+}
+
+std::optional<std::string> LogOpener() {
+  for (const char* variable : {"VISUAL", "EDITOR"}) {
+    const char* editor = std::getenv(variable);
+    if (editor && *editor) return std::string(editor);
+  }
+  // xdg-open needs a desktop to open anything on; without one it fails, or says nothing.
+  const char* display = std::getenv("DISPLAY");
+  const char* wayland = std::getenv("WAYLAND_DISPLAY");
+  bool desktop = (display && *display) || (wayland && *wayland);
+  if (desktop && !FindProgram("xdg-open").empty()) return std::string("xdg-open");
+  return std::nullopt;
+}
+
+std::string FindProgram(const std::string& name) {
+  const char* path = std::getenv("PATH");
+  std::string folders = path ? path : "/usr/bin:/bin";
+  for (std::size_t start = 0; start <= folders.size();) {
+    std::size_t end = folders.find(':', start);
+    if (end == std::string::npos) end = folders.size();
+    std::string folder = folders.substr(start, end - start);
+    std::string candidate = (folder.empty() ? "." : folder) + "/" + name;
+    if (::access(candidate.c_str(), X_OK) == 0) return candidate;
+    start = end + 1;
+  }
+  return "";
 }
 
 }  // namespace qorvane::cli

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -58,6 +59,12 @@ class TerminalView : public app::View {
   struct SavedTerminal;
   SavedTerminal* saved_terminal_ = nullptr;
 };
+
+// What opens the log for the user: $VISUAL, else $EDITOR, else xdg-open where a desktop is
+// there to open it on; nullopt when there is nothing (the caller then names the log's path).
+std::optional<std::string> LogOpener();
+// The path of the program NAME on $PATH, or "".
+std::string FindProgram(const std::string& name);
 
 // Installs the Ctrl-C handler for a run (each Ctrl-C is counted, not fatal) and removes it.
 void InstallInterruptHandler();

@@ -31,6 +31,13 @@ class Error : public std::runtime_error {
   ErrorKind kind_;
 };
 
+// A refusal that every later attempt would meet as well (a database at the largest size it may
+// have): whoever loops over many records stops at the first one instead of refusing them all.
+class LimitReached : public Error {
+ public:
+  using Error::Error;
+};
+
 // Builds an Error from an errno value: the kind follows errno, the message is
 // "<what>: <path>: <strerror>".
 Error ErrorFromErrno(int error_number, const std::string& what, const std::string& path);

@@ -3,6 +3,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <grp.h>
 #include <signal.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -23,6 +24,7 @@ std::atomic<int> write_countdown{0};
 std::atomic<int> write_errno{0};
 std::atomic<int> sync_countdown{0};
 std::atomic<int> sync_errno{0};
+std::atomic<long> writes_since_reset{0};
 std::mutex before_lock_mutex;
 std::function<void()> before_lock;
 
@@ -101,7 +103,9 @@ void FaultInjection::BeforeNextLock(std::function<void()> action) {
   std::lock_guard<std::mutex> guard(before_lock_mutex);
   before_lock = std::move(action);
 }
+long FaultInjection::WritesSinceReset() { return writes_since_reset.load(); }
 void FaultInjection::Reset() {
+  writes_since_reset = 0;
   write_countdown = 0;
   sync_countdown = 0;
   BeforeNextLock(nullptr);
@@ -166,6 +170,7 @@ std::size_t File::ReadAt(std::uint64_t offset, std::span<std::byte> buffer) cons
 
 void File::WriteAt(std::uint64_t offset, std::span<const std::byte> data) {
   CountChange("write", path_);
+  ++writes_since_reset;
   if (int injected = TakeFault(write_countdown, write_errno)) {
     throw ErrorFromErrno(injected, "cannot write", path_);
   }
@@ -234,14 +239,21 @@ FileStatus File::Status() const {
   return StatusFrom(st);
 }
 
-void File::TakeOwnerAndMode(const FileStatus& another) {
+OwnershipKept File::TakeOwnerAndMode(const FileStatus& another) {
+  OwnershipKept kept;
   // Owner first: a change of owner may clear set-id bits that chmod then restores.
   if (::fchown(fd_, another.owner, another.group) != 0) {
-    (void)::fchown(fd_, static_cast<uid_t>(-1), another.group);
+    kept.owner = false;
+    kept.group = ::fchown(fd_, static_cast<uid_t>(-1), another.group) == 0;
   }
   if (::fchmod(fd_, static_cast<mode_t>(another.mode)) != 0) {
     throw ErrorFromErrno(errno, "cannot set the permissions of", path_);
   }
+  // A file created here may already have that owner and group.
+  FileStatus now = Status();
+  kept.owner = kept.owner || now.owner == another.owner;
+  kept.group = kept.group || now.group == another.group;
+  return kept;
 }
 
 File CreateUniqueFile(const std::string& prefix) {
@@ -288,6 +300,33 @@ void WriteWholeFile(const std::string& path, std::span<const std::byte> data) {
 
 bool ProcessExists(long pid) {
   return pid > 0 && (::kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH);
+}
+
+std::string ResolvedPath(const std::string& path) {
+  char* resolved = ::realpath(path.c_str(), nullptr);
+  if (resolved == nullptr) return path;
+  std::string result(resolved);
+  std::free(resolved);
+  return result;
+}
+
+std::string GroupName(std::uint32_t group) {
+  std::vector<char> buffer(4096);
+  struct group entry {};
+  struct group* found = nullptr;
+  if (::getgrgid_r(static_cast<gid_t>(group), &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr) {
+    return found->gr_name;
+  }
+  return std::to_string(group);
+}
+
+std::optional<std::uint64_t> TestSizeLimit() {
+  static const std::optional<std::uint64_t> limit = []() -> std::optional<std::uint64_t> {
+    const char* value = std::getenv("QORVANE_TEST_SIZE_LIMIT");
+    if (value == nullptr || *value == '\0') return std::nullopt;
+    return std::strtoull(value, nullptr, 10);
+  }();
+  return limit;
 }
 
 std::optional<FileStatus> StatusOf(const std::string& path) {

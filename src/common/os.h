@@ -30,6 +30,12 @@ struct FileStatus {
   bool SameFile(const FileStatus& other) const { return device == other.device && inode == other.inode; }
 };
 
+// What TakeOwnerAndMode could keep of another file's ownership.
+struct OwnershipKept {
+  bool owner = true;
+  bool group = true;
+};
+
 // An open file. Owns its descriptor; closes it when destroyed. Failures throw qorvane::Error
 // whose message names the path.
 class File {
@@ -57,9 +63,10 @@ class File {
   bool TryLockExclusive();
   FileStatus Status() const;
   // Gives this file the permission bits, group and (when the process may) owner of ANOTHER.
-  // The owner is kept only by a privileged process; a refused owner or group change is not an
-  // error, a refused change of the permission bits is.
-  void TakeOwnerAndMode(const FileStatus& another);
+  // The owner is kept only by a privileged process, the group only by one of its members; a
+  // refused owner or group change is not an error (the result says what was kept), a refused
+  // change of the permission bits is.
+  OwnershipKept TakeOwnerAndMode(const FileStatus& another);
 
  private:
   friend File CreateUniqueFile(const std::string& prefix);
@@ -84,6 +91,12 @@ std::optional<File> LockFileAt(const std::string& path);
 
 // Whether a process of this number runs on this machine (one we may not signal counts).
 bool ProcessExists(long pid);
+
+// PATH with every symbolic link in it followed (the file a link names); PATH itself when it
+// cannot be resolved (not there yet), so that the error that follows names what was given.
+std::string ResolvedPath(const std::string& path);
+// The name of group GROUP, or its number when it has none.
+std::string GroupName(std::uint32_t group);
 
 // The status of PATH (following links), or nullopt when it cannot be found.
 std::optional<FileStatus> StatusOf(const std::string& path);
@@ -114,13 +127,18 @@ std::string JoinPath(const std::string& dir, const std::string& name);
 
 // Test hooks of the binary: QORVANE_TEST_KILL_AT=N kills the process just before its Nth change
 // to a file (write, size change, sync, rename, removal); QORVANE_TEST_CHANGES=FILE lists each
-// change in FILE ("N KIND PATH").
+// change in FILE ("N KIND PATH"); QORVANE_TEST_SIZE_LIMIT=BYTES lowers the largest size a
+// database may grow to (TestSizeLimit), so that a test meets the 2 GB refusal with a small file.
+std::optional<std::uint64_t> TestSizeLimit();
 //
 // Test hook: makes the Nth write or sync from now on fail with the given errno (ENOSPC for a
 // full disk). Process-wide, for tests only; Reset() turns it off.
 struct FaultInjection {
   static void FailNthWrite(int n, int error_number);
   static void FailNthSync(int n, int error_number);
+  // How many writes this process has made since the last Reset (failed ones included), so that
+  // a test can fail each write of a run in turn.
+  static long WritesSinceReset();
   // Runs ACTION once, just before the next lock is taken (between opening a lock file and
   // locking it), so that a test can make another writer act in that moment.
   static void BeforeNextLock(std::function<void()> action);

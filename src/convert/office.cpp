@@ -14,12 +14,20 @@
 #include "convert/parties/form_types.h"
 #include "data/duplicate_clients.h"
 #include "data/file_numbers.h"
+#include "data/source_repairs.h"
+#include "data/step_sources.h"
 #include "data/target_prep.h"
 
 namespace qorvane::convert {
 
 Office::Office(app::MainForm& main_form, data::SourceOptions options)
     : connections_(main_form, options), context_(main_form, connections_) {}
+
+// Every routine that reads the source starts with the check of the tables and fields it reads
+// (data/step_sources.h): a damaged table stops it with one message instead of one per record.
+app::StepResult Office::Checked(const char* routine, const std::function<app::StepResult()>& body) {
+  return data::RunCheckedRoutine(context_, routine, body);
+}
 
 app::TableCounts Office::TargetRowCounts() { return connections_.TargetRowCounts(); }
 app::TableCounts Office::CommittedRowCounts() { return connections_.CommittedRowCounts(); }
@@ -31,7 +39,11 @@ void Office::PrepareSource() {
   // run deletes its rows and has nothing to convert in their place.
   context_.form().FileNumbersNotFound = ListedNumbersNotInSource(context_);
 }
-void Office::AdoConnect() { connections_.AdoConnect(); }
+bool Office::AdoConnect() {
+  connections_.AdoConnect();
+  return connections_.target_database().is_open();
+}
+bool Office::PrepareSourceRepairs(bool repairs) { return data::PrepareSourceRepairs(context_, repairs); }
 app::StepResult Office::ClearSelectedTables() { return data::ClearSelectedTables(context_); }
 app::StepResult Office::FixPropertyFileNum() { return data::FixPropertyFileNum(context_); }
 app::StepResult Office::FixDataFileNums(app::SourceControl control, const char* field, const char* table) {
@@ -43,25 +55,25 @@ void Office::RefreshSource() { connections_.RefreshSource(); }
 // key are merged by the client step as they always were.
 app::StepResult Office::CheckDuplicateClients() {
   if (!context_.form().Checked(app::CheckBox::ckbPrelim)) return {};
-  return data::CheckAndCorrectDuplicateClients(context_);
+  return Checked("CheckDuplicateClients", [&] { return data::CheckAndCorrectDuplicateClients(context_); });
 }
 app::StepResult Office::DeleteEmptyFilenumbers() { return data::DeleteEmptyFilenumbers(context_); }
 app::TableCounts Office::EndRun() { return connections_.EndRun(); }
 
-app::StepResult Office::ConvertFormTypesDBF() { return convert::ConvertFormTypesDBF(context_); }
-app::StepResult Office::ConvertClientDBF() { return convert::ConvertClientDBF(context_); }
-app::StepResult Office::ConvertClientDBFByCliNum() { return convert::ConvertClientDBFByCliNum(context_); }
-app::StepResult Office::ConvertAppraisrDBF() { return convert::ConvertAppraisrDBF(context_); }
-app::StepResult Office::AddFormTypesAppraiser() { return convert::AddFormTypesAppraiser(context_); }
-app::StepResult Office::AddFormTypesClient() { return convert::AddFormTypesClient(context_); }
-app::StepResult Office::ConvertPropertyDBF() { return convert::ConvertPropertyDBF(context_); }
-app::StepResult Office::ConvertInvoiceDBF() { return convert::ConvertInvoiceDBF(context_); }
-app::StepResult Office::ConvertApprExpDBF() { return convert::ConvertApprExpDBF(context_); }
-app::StepResult Office::ConvertApprFeeDBF() { return convert::ConvertApprFeeDBF(context_); }
-app::StepResult Office::ConvertClientFeeDBF() { return convert::ConvertClientFeeDBF(context_); }
-app::StepResult Office::ConvertAppliedDBF() { return convert::ConvertAppliedDBF(context_); }
-app::StepResult Office::ConvertCompanyName() { return convert::ConvertCompanyName(context_); }
-app::StepResult Office::ConvertUsers() { return convert::ConvertUsers(context_); }
+app::StepResult Office::ConvertFormTypesDBF() { return Checked("ConvertFormTypesDBF", [&] { return convert::ConvertFormTypesDBF(context_); }); }
+app::StepResult Office::ConvertClientDBF() { return Checked("ConvertClientDBF", [&] { return convert::ConvertClientDBF(context_); }); }
+app::StepResult Office::ConvertClientDBFByCliNum() { return Checked("ConvertClientDBFByCliNum", [&] { return convert::ConvertClientDBFByCliNum(context_); }); }
+app::StepResult Office::ConvertAppraisrDBF() { return Checked("ConvertAppraisrDBF", [&] { return convert::ConvertAppraisrDBF(context_); }); }
+app::StepResult Office::AddFormTypesAppraiser() { return Checked("AddFormTypesAppraiser", [&] { return convert::AddFormTypesAppraiser(context_); }); }
+app::StepResult Office::AddFormTypesClient() { return Checked("AddFormTypesClient", [&] { return convert::AddFormTypesClient(context_); }); }
+app::StepResult Office::ConvertPropertyDBF() { return Checked("ConvertPropertyDBF", [&] { return convert::ConvertPropertyDBF(context_); }); }
+app::StepResult Office::ConvertInvoiceDBF() { return Checked("ConvertInvoiceDBF", [&] { return convert::ConvertInvoiceDBF(context_); }); }
+app::StepResult Office::ConvertApprExpDBF() { return Checked("ConvertApprExpDBF", [&] { return convert::ConvertApprExpDBF(context_); }); }
+app::StepResult Office::ConvertApprFeeDBF() { return Checked("ConvertApprFeeDBF", [&] { return convert::ConvertApprFeeDBF(context_); }); }
+app::StepResult Office::ConvertClientFeeDBF() { return Checked("ConvertClientFeeDBF", [&] { return convert::ConvertClientFeeDBF(context_); }); }
+app::StepResult Office::ConvertAppliedDBF() { return Checked("ConvertAppliedDBF", [&] { return convert::ConvertAppliedDBF(context_); }); }
+app::StepResult Office::ConvertCompanyName() { return Checked("ConvertCompanyName", [&] { return convert::ConvertCompanyName(context_); }); }
+app::StepResult Office::ConvertUsers() { return Checked("ConvertUsers", [&] { return convert::ConvertUsers(context_); }); }
 app::StepResult Office::MassageProperty() { return convert::MassageProperty(context_); }
 app::StepResult Office::MassageAssigned() { return convert::MassageAssigned(context_); }
 app::StepResult Office::MassageInvoice() { return convert::MassageInvoice(context_); }

@@ -3,6 +3,7 @@
 // the program: main form, connections and converters.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,7 +26,8 @@ class Office final : public app::RunRoutines {
   void Connect2Data() override;
   void LoadCompanyLabels() override;
   void PrepareSource() override;
-  void AdoConnect() override;
+  bool AdoConnect() override;
+  bool PrepareSourceRepairs(bool repairs) override;
   app::StepResult ClearSelectedTables() override;
   app::StepResult FixPropertyFileNum() override;
   app::StepResult FixDataFileNums(app::SourceControl control, const char* field, const char* table) override;
@@ -53,6 +55,8 @@ class Office final : public app::RunRoutines {
   app::StepResult MassageInvoice() override;
 
  private:
+  app::StepResult Checked(const char* routine, const std::function<app::StepResult()>& body);
+
   data::Connections connections_;
   data::Context context_;
 };

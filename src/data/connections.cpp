@@ -1,9 +1,12 @@
 // Binding the source tables and the target record sources (see connections.h).
 #include "data/connections.h"
 
+#include "app/errors.h"
 #include "app/paths.h"
 #include "app/run_changes.h"
 #include "data/fields.h"
+#include "data/source_repairs.h"
+#include "foxpro/table.h"
 
 namespace qorvane::data {
 namespace {
@@ -163,15 +166,42 @@ void Connections::Connect2Data() {
   main_form_.Guard("Connect2Data", [&] {
     // The folder the directory discovery resolved, ending in '/'.
     const std::string& dir = main_form_.session().Paths.source_folder;
+    // A table that cannot be opened is said once, however many controls it has: the others
+    // are left without records for the same reason.
+    std::map<std::string, std::string> unreadable;
     for (const SourceBinding& binding : SourceBindings()) {
       if (app::FilePathExists(dir + binding.file)) {
         bool connected = true;
         for (app::SourceControl id : binding.controls) {
-          connected = Connect2DBF(source_[id], dir, binding.table, 1) && connected;
+          auto earlier = unreadable.find(binding.file);
+          if (earlier != unreadable.end()) {
+            source_[id].MarkUnreadable(earlier->second);
+            connected = false;
+            continue;
+          }
+          if (!Connect2DBF(source_[id], dir, binding.table, 1)) {
+            connected = false;
+            unreadable[binding.file] = source_[id].OpenError();
+            FirstTimeSaid(source_[id].OpenError());
+            source_[id].MarkUnreadable(source_[id].OpenError());
+          }
         }
         main_form_.session().SetRoutine("Connect2Data");
         // A table that could not be opened has had its error reported instead.
         if (connected) main_form_.AddtoLogFile("Connected to " + dir + binding.log_name);
+      } else if (auto path = os::FindCaseInsensitive(dir, binding.file); path && os::FileSize(*path) == 0u) {
+        // The file is there but empty: not missing, and not a table either.
+        std::string why;
+        try {
+          foxpro::Table::Open(*path, {});
+        } catch (const Error& error) {
+          why = error.what();
+        }
+        for (app::SourceControl id : binding.controls) source_[id].MarkUnreadable(why);
+        if (FirstTimeSaid(why)) {
+          main_form_.session().SetRoutine("Connect2Data");
+          main_form_.ReportError(app::error_number::kUnrecognizedFormat, why);
+        }
       } else {
         std::string warning = "Warning.  The file " + dir + binding.file + " is missing.";
         for (app::SourceControl id : binding.controls) {
@@ -238,11 +268,17 @@ void Connections::LoadCompanyLabels() {
 void Connections::PrepareSource() {
   main_form_.Guard("PrepareSource", [&] {
     reporter_.StartRun();
-    // The folder the confirmation named.
-    backups_.push_back(std::make_unique<foxpro::BackupSession>(app::BackupFolderName(main_form_.RunStart()), &reporter_));
+    said_.clear();
+    // The folder the confirmation named, and the journal of what this run writes there.
+    journals_.push_back(std::make_unique<foxpro::RepairJournal>(main_form_.session().Paths.source_folder,
+                                                                app::DateTimeText(main_form_.RunStart())));
+    backups_.push_back(std::make_unique<foxpro::BackupSession>(app::BackupFolderName(main_form_.RunStart()), &reporter_,
+                                                               journals_.back().get()));
     record_options_.backup = backups_.back().get();
     Connect2Data();
     SelectPropertyOrder();
+    main_form_.session().SourceHistory = SourceHistoryLines(main_form_.session().Paths.source_folder,
+                                                            main_form_.form().Checked(app::CheckBox::ckbPrelim));
   });
 }
 
@@ -252,7 +288,8 @@ void Connections::RefreshSource() {
     // left its control unbound): every control bound at the start goes back to its table (the
     // property control to its file-number order) and reads the corrected records.
     source_.ForEach([&](DataControl& control) {
-      if (control.BoundSource.empty()) return;
+      // A table that could not be opened was said so; it is not tried again.
+      if (control.BoundSource.empty() || control.Unreadable()) return;
       main_form_.Guard("RefreshSource", [&] {
         if (control.bound()) control.Recordset().Flush();
         control.RecordSource = control.BoundSource;
@@ -270,10 +307,32 @@ app::TableCounts Connections::EndRun() {
     });
     // Each control saves its pending row; one that cannot is reported and the others go on.
     target_.ForEach([&](AdoControl& control) { main_form_.Guard("EndRun", [&] { control.Unbind(); }); });
+    // The repairs are written: another run may now repair the source.
+    UnlockSourceFolder();
     app::TableCounts written = TargetRowCounts();
     target_database_.CommitAndClose();
     return written;
   });
+}
+
+std::string Connections::SourceLockPath() const {
+  return os::JoinPath(main_form_.session().Paths.source_folder, "qorvane-repairs.lock");
+}
+
+bool Connections::LockSourceFolder() {
+  if (source_lock_) return true;
+  std::optional<os::File> lock = os::LockFileAt(SourceLockPath());
+  if (!lock) return false;
+  source_lock_ = std::move(lock);
+  return true;
+}
+
+void Connections::UnlockSourceFolder() {
+  if (!source_lock_) return;
+  // Removed while still held, so that a run that opened it meanwhile sees, once it has the
+  // lock, that it is no longer the file at the path.
+  os::RemoveFile(SourceLockPath());
+  source_lock_.reset();
 }
 
 

@@ -6,14 +6,17 @@
 
 #include <memory>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "app/main_form.h"
 #include "common/reporter.h"
+#include "common/os.h"
 #include "data/controls.h"
 #include "foxpro/backup.h"
+#include "foxpro/repair_journal.h"
 
 namespace qorvane::data {
 
@@ -77,8 +80,26 @@ class Connections {
   // writes its pending index work and opens its record source again.
   void RefreshSource();
   // At the end of a run, completed or stopped: source writes flushed, pending rows saved,
-  // office.mdb put in place; returns the rows per table it put in place.
+  // office.mdb put in place, the source folder unlocked; returns the rows per table it put in
+  // place.
   app::TableCounts EndRun();
+
+  // The run's backup session and repair journal of the source folder (null before the first
+  // run); the writes of the source repairs go through them.
+  foxpro::BackupSession* backup() { return backups_.empty() ? nullptr : backups_.back().get(); }
+  foxpro::RepairJournal* journal() { return journals_.empty() ? nullptr : journals_.back().get(); }
+  const foxpro::RecordSetOptions& record_options() const { return record_options_; }
+  // Takes the lock of the source folder, which a run holds while it repairs the source tables,
+  // until EndRun; false when another run holds it.
+  bool LockSourceFolder();
+  bool SourceFolderLocked() const { return source_lock_.has_value(); }
+  void UnlockSourceFolder();
+  // The lock file of the source folder.
+  std::string SourceLockPath() const;
+
+  // True the first time this run asks about TEXT (a message about a table): what was said once
+  // in a run is not said again.
+  bool FirstTimeSaid(const std::string& text) { return said_.insert(text).second; }
   // Rows per user table of office.mdb: in the open connection (empty when none is open), and
   // read afresh from the file on disk.
   app::TableCounts TargetRowCounts();
@@ -93,6 +114,10 @@ class Connections {
   foxpro::RecordSetOptions record_options_;
   // One backup session per run; record sets opened in an earlier run may still point at theirs.
   std::vector<std::unique_ptr<foxpro::BackupSession>> backups_;
+  // The journal each run's backup session writes to (the last is the current run's).
+  std::vector<std::unique_ptr<foxpro::RepairJournal>> journals_;
+  std::optional<os::File> source_lock_;
+  std::set<std::string> said_;
   SourceControls source_;
   TargetDatabase target_database_;
   TargetControls target_;

@@ -8,11 +8,22 @@ namespace qorvane::data {
 
 void DataControl::Refresh() {
   recordset_.reset();
-  recordset_ = foxpro::RecordSet::Open(DatabaseName, RecordSource, *options_);
+  open_error_.clear();
+  unreadable_ = false;
+  try {
+    recordset_ = foxpro::RecordSet::Open(DatabaseName, RecordSource, *options_);
+  } catch (const Error& error) {
+    open_error_ = error.what();
+    throw;
+  }
 }
 
 foxpro::RecordSet& DataControl::Recordset() {
   if (!recordset_) {
+    if (!open_error_.empty()) {
+      throw Error(ErrorKind::Corrupt, "the data control " + name_ + " has no records: it could not be opened (" +
+                                          open_error_ + ")");
+    }
     throw Error(ErrorKind::InvalidArgument, "the data control " + name_ + " is not bound to a table");
   }
   return *recordset_;

@@ -33,11 +33,29 @@ class DataControl {
   std::string BoundSource;    // the table Connect2DBF bound; RecordSource goes back to it
   int RecordsetType = 0;      // 1: a dynaset
 
-  // Opens the record set; throws qorvane::Error naming the table when it cannot.
+  // Opens the record set; throws qorvane::Error naming the table when it cannot (and keeps
+  // the error, see OpenError).
   void Refresh();
-  void Unbind() { recordset_.reset(); }
+  void Unbind() {
+    recordset_.reset();
+    open_error_.clear();
+    unreadable_ = false;
+  }
   bool bound() const { return recordset_ != nullptr; }
-  // The open record set; throws qorvane::Error naming the control when it is not bound.
+  // Leaves the control without records because its table cannot be opened, for WHY (said
+  // once by the caller; Recordset then names it).
+  void MarkUnreadable(std::string why) {
+    recordset_.reset();
+    open_error_ = std::move(why);
+    unreadable_ = true;
+  }
+  // The table could not be opened when the control was bound (MarkUnreadable): nothing reads
+  // it until it is bound again.
+  bool Unreadable() const { return unreadable_ && !recordset_; }
+  // Why the last Refresh could not open the table ("" when it could, or none was tried).
+  const std::string& OpenError() const { return open_error_; }
+  // The open record set; throws qorvane::Error naming the control, and the table that could not
+  // be opened when that is why, when it is not bound.
   foxpro::RecordSet& Recordset();
 
  private:
@@ -46,6 +64,8 @@ class DataControl {
   const foxpro::RecordSetOptions* options_;
   app::MainForm* form_;
   std::unique_ptr<foxpro::RecordSet> recordset_;
+  std::string open_error_;
+  bool unreadable_ = false;
 };
 
 // The one connection to office.mdb that every ADO control of a run shares: opened for writing

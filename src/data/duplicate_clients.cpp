@@ -4,6 +4,7 @@
 #include "app/result_lists.h"
 #include "app/vb_text.h"
 #include "common/sql_tokens.h"
+#include "common/error.h"
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"
@@ -29,7 +30,85 @@ void ReadCorrectedClients(Context& context, DataControl& corrected) {
   });
 }
 
+// Trimmed of blanks, as keys and numbers are compared.
+std::string Trimmed(std::string_view text) {
+  std::size_t first = text.find_first_not_of(' ');
+  if (first == std::string_view::npos) return "";
+  return std::string(text.substr(first, text.find_last_not_of(' ') - first + 1));
+}
+
+// Makes the client table's record set write KEY into the current record's Cli_lname.
+void WriteClientKey(DataControl& clients, const std::string& key) {
+  DaoSetField(clients, key, "Cli_lname");
+  foxpro::RecordSet& records = clients.Recordset();
+  if (records.EditInProgress()) records.Update();
+}
+
 }  // namespace
+
+std::vector<ClientKeyPlan> ClientKeyPlans(const foxpro::RepairHistory& history) {
+  std::vector<ClientKeyPlan> plans;
+  ClientKeyPlan being_written;
+  for (std::size_t i = 0; i < history.entries.size(); ++i) {
+    const foxpro::JournalEntry& entry = history.entries[i];
+    if (entry[0] == "client-key" && entry.size() >= 4) {
+      if (being_written.keys.empty()) being_written.run = history.run_of_entry[i];
+      being_written.keys.push_back({entry[1], entry[2], entry[3]});
+    } else if (entry[0] == "client-keys" && entry.size() >= 2 && entry[1] == "planned") {
+      // A plan cut before this line was never acted on: no key is written before it.
+      if (!being_written.keys.empty()) plans.push_back(std::move(being_written));
+      being_written = {};
+    } else if (entry[0] == "client-keys" && entry.size() >= 2 && entry[1] == "corrected" && !plans.empty()) {
+      plans.back().corrected = true;
+    } else if (entry[0] == "run") {
+      being_written = {};
+    }
+  }
+  return plans;
+}
+
+bool CorrectedBefore(const std::vector<ClientKeyPlan>& plans, std::string_view number, std::string_view key) {
+  const std::string wanted_number = Trimmed(number), wanted_key = Trimmed(key);
+  for (const ClientKeyPlan& plan : plans) {
+    for (const ClientKeyPlan::Key& planned : plan.keys) {
+      if (Trimmed(planned.number) == wanted_number && Trimmed(planned.new_key) == wanted_key) return true;
+    }
+  }
+  return false;
+}
+
+app::StepResult FinishClientKeyPlan(Context& context, const ClientKeyPlan& plan, const std::string& run_start) {
+  return context.Guard("CorrectDuplicateClients", [&]() -> app::StepResult {
+    app::StepResult result;
+    DataControl& clients = context.Source(app::SourceControl::datClient);
+    if (!clients.bound()) return result;
+    context.Log("Finishing the client key corrections of the run started " + run_start + ", which was stopped before "
+                "it had written them all");
+    result.ledger.Expect(static_cast<std::int64_t>(plan.keys.size()));
+    for (const ClientKeyPlan::Key& key : plan.keys) {
+      std::string record = "client.dbf Cli_num " + key.number;
+      if (!FindRecord(clients, key.number, "Cli_num")) {
+        result.ledger.Record(record, app::RecordResult::Refused("client number not found"));
+        continue;
+      }
+      std::string now = Trimmed(DATgetfield(clients, "Cli_lname"));
+      if (now == Trimmed(key.new_key)) {
+        result.ledger.Record(record, app::RecordResult::Unchanged());
+      } else if (now == Trimmed(key.old_key)) {
+        WriteClientKey(clients, key.new_key);
+        context.Log("Clientnum: " + key.number + " Cli_lname: " + key.old_key + " = " + key.new_key);
+        result.ledger.Record(record, app::RecordResult::Updated());
+      } else {
+        context.Log("Clientnum: " + key.number + " Cli_lname: " + now + " is left as it is: the stopped run planned " +
+                    key.old_key + " = " + key.new_key + ", and the key was changed since");
+        result.ledger.Record(record, app::RecordResult::Skipped("client key changed since the stopped run"));
+      }
+    }
+    clients.Recordset().Flush();
+    if (foxpro::RepairJournal* journal = context.connections().journal()) journal->Append({"client-keys", "corrected"});
+    return result;
+  });
+}
 
 std::string ClientKeyScan::Next(const std::string& key, std::string& reported_key) {
   std::string reason;
@@ -61,6 +140,10 @@ app::StepResult CheckDuplicateClientKeys(Context& context) {
 
     // Equal keys are adjacent in this order. A listed record puts the key BEFORE it in the list
     // (for a duplicate that is its own key; for an empty or illegal key, the neighbour's).
+    // Keys this program corrected in an earlier run are not corrected again.
+    const std::vector<ClientKeyPlan> plans =
+        ClientKeyPlans(foxpro::ReadRepairHistory(context.Paths().source_folder));
+    std::int64_t corrected_before = 0;
     ClientKeyScan scan;
     RecordLoop loop;
     loop.routine = "CheckDuplicateClients";
@@ -69,13 +152,24 @@ app::StepResult CheckDuplicateClientKeys(Context& context) {
     loop.key = [&] { return "Cli_num " + DATgetfield(clients, "Cli_num"); };
     app::StepResult result = RunRecordLoop(context, loop, [&] {
       std::string listed_key;
-      std::string reason = scan.Next(DATgetfield(clients, "Cli_lname"), listed_key);
+      std::string key = DATgetfield(clients, "Cli_lname");
+      std::string reason = scan.Next(key, listed_key);
       if (reason.empty()) return app::RecordResult::Unchanged();
+      std::string number = DATgetfield(clients, "Cli_num");
+      if (CorrectedBefore(plans, number, key)) {
+        ++corrected_before;
+        return app::RecordResult::Unchanged();
+      }
       form.lstduplicateclients.push_back(listed_key);
-      form.lstclinum.push_back(DATgetfield(clients, "Cli_num"));
+      form.lstclinum.push_back(number);
       return app::RecordResult::Skipped(reason);
     });
-    if (context.AbortRequested()) LogStop(context);
+    if (context.AbortRequested()) {
+      LogStop(context);
+    } else if (corrected_before > 0) {
+      context.Log(std::to_string(corrected_before) + " client key(s) that an earlier run of this program corrected are "
+                  "left as they are (see " + std::string(foxpro::kRepairJournalName) + " in the source folder)");
+    }
     return result;
   });
 }
@@ -85,9 +179,24 @@ app::StepResult CorrectDuplicateClients(Context& context) {
     app::StepResult result;
     app::FormModel& form = context.form();
     DataControl& clients = context.Source(app::SourceControl::datClient);
+    const std::size_t listed = std::min(form.lstduplicateclients.size(), form.lstclinum.size());
     // Each listed client is a record this pass reads again, to correct it.
-    result.ledger.Expect(static_cast<std::int64_t>(std::min(form.lstduplicateclients.size(), form.lstclinum.size())));
-    for (std::size_t i = 0; i < form.lstduplicateclients.size() && i < form.lstclinum.size(); ++i) {
+    result.ledger.Expect(static_cast<std::int64_t>(listed));
+    // The whole plan is in the journal, after the table's backup, before the first key is
+    // written: a run stopped halfway is finished by the next one with these very keys.
+    foxpro::RepairJournal* journal = context.connections().journal();
+    if (journal && listed > 0) {
+      foxpro::RecordSet& records = clients.Recordset();
+      if (auto refusal = records.WriteRefusal()) throw Error(ErrorKind::Corrupt, records.table().name() + ": " + *refusal);
+      if (foxpro::BackupSession* backup = context.connections().backup()) backup->EnsureBackedUp(records.Files());
+      for (std::size_t i = 0; i < listed; ++i) {
+        const std::string& number = form.lstclinum[i];
+        journal->Append({"client-key", number, form.lstduplicateclients[i],
+                         DaoTrim(clients, CorrectedClientKey(number, form.lstduplicateclients[i]), "Cli_lname")});
+      }
+      journal->Append({"client-keys", "planned", std::to_string(listed)});
+    }
+    for (std::size_t i = 0; i < listed; ++i) {
       context.DoEvents();
       if (context.AbortRequested()) {
         LogStop(context);
@@ -107,6 +216,10 @@ app::StepResult CorrectDuplicateClients(Context& context) {
       foxpro::RecordSet& records = clients.Recordset();
       if (records.EditInProgress()) records.Update();
       result.ledger.Record(record, app::RecordResult::Updated());
+    }
+    if (journal && listed > 0 && !context.AbortRequested()) {
+      clients.Recordset().Flush();
+      journal->Append({"client-keys", "corrected"});
     }
     return result;
   });

@@ -5,9 +5,12 @@
 #pragma once
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "app/ledger.h"
 #include "data/context.h"
+#include "foxpro/repair_journal.h"
 
 namespace qorvane::data {
 
@@ -27,9 +30,31 @@ inline std::string CorrectedClientKey(const std::string& number, const std::stri
   return number + listed_key;
 }
 
-// Fills lstduplicateclients and lstclinum; false when the run was stopped.
+// The client keys a run planned to correct, as the source folder's repair journal records
+// them: the plan is written whole before the first key is, and marked corrected once every key
+// is written and the table's index agrees with it.
+struct ClientKeyPlan {
+  struct Key {
+    std::string number, old_key, new_key;
+  };
+  std::size_t run = 0;  // index into RepairHistory::runs
+  std::vector<Key> keys;
+  bool corrected = false;
+};
+std::vector<ClientKeyPlan> ClientKeyPlans(const foxpro::RepairHistory& history);
+// Whether a plan of an earlier run gave the client NUMBER the key KEY it has now: a key this
+// program corrected is not corrected again, however it reads.
+bool CorrectedBefore(const std::vector<ClientKeyPlan>& plans, std::string_view number, std::string_view key);
+// Writes the keys of PLAN, which a run was stopped in, that the clients do not have yet (a
+// client whose key someone changed since is left alone, and said), then marks it corrected.
+app::StepResult FinishClientKeyPlan(Context& context, const ClientKeyPlan& plan, const std::string& run_start);
+
+// Fills lstduplicateclients and lstclinum; false when the run was stopped. A key an earlier
+// run corrected (see CorrectedBefore) is not listed.
 app::StepResult CheckDuplicateClientKeys(Context& context);
-// Corrects every listed client: new key = number + listed key; lstafterdup and log lines.
+// Corrects every listed client: new key = number + listed key; lstafterdup and log lines. The
+// whole plan goes into the repair journal (after the table's backup) before the first key is
+// written, and is marked corrected when the table and its index are written.
 app::StepResult CorrectDuplicateClients(Context& context);
 // The check, then the correction when anything was listed.
 app::StepResult CheckAndCorrectDuplicateClients(Context& context);

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <optional>
 
+#include "app/errors.h"
 #include "app/paths.h"
 #include "common/utf8.h"
 #include "data/fields.h"
@@ -72,6 +73,18 @@ app::RecordResult CorrectRecord(Context& context, DataControl& control, const st
 
 app::StepResult CorrectTable(Context& context, const char* routine, DataControl& control,
                              const std::vector<FieldFix>& fields) {
+  foxpro::RecordSet& records = control.Recordset();
+  if (auto refusal = records.WriteRefusal()) {
+    // Said once for the table, not once for each of its records.
+    std::string text = records.table().name() + ": " + *refusal +
+                       "; its file numbers are not repaired in the table (the conversion still corrects them as it "
+                       "converts). Rebuild the index in the old program (REINDEX), then run the corrections again";
+    if (context.connections().FirstTimeSaid(text)) {
+      context.main_form().session().SetRoutine(routine);
+      context.main_form().ReportError(app::error_number::kUnrecognizedFormat, text);
+    }
+    return {};
+  }
   RecordLoop loop;
   loop.routine = routine;
   loop.source = &control;

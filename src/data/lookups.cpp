@@ -176,6 +176,8 @@ bool AdoFindfield(AdoControl& control, std::string_view table, std::string_view 
 bool FindRecord(DataControl& control, std::string_view key, std::string_view field) {
   return control.form().Guard("FindRecord", [&] {
     if (TrimBlanks(key).empty()) return false;
+    // A table that could not be opened was said once; a look-up in it finds nothing.
+    if (control.Unreadable()) return false;
     foxpro::RecordSet& records = control.Recordset();
     records.SetIndex(std::string(field));
     std::optional<foxpro::RecordSet::Bookmark> before;

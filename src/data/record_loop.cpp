@@ -96,33 +96,18 @@ bool RunPass(Context& context, const RecordLoop& loop, const RecordBody& body, a
       form.lblRecord = std::to_string(counter);
       result.shown_count = counter;
     }
-    app::RecordResult outcome;
-    for (;;) {
-      main_form.session().SetRoutine(loop.routine);
-      try {
-        if (loop.show) loop.show(counter);
-        context.SetGaugeValue(static_cast<float>(counter), gauge_total);
-        outcome = body();
-        break;
-      } catch (const app::ProgramEnd&) {
-        throw;
-      } catch (...) {
-        // A failure is the record's: reported naming it, the record refused, the loop goes on
-        // (Retry runs the record again, Abort stops the step).
-        app::ErrorInfo info = app::DescribeException(std::current_exception());
-        main_form.session().SetRoutine(loop.routine);
-        int action = main_form.ReportError(info.number, info.description + " (" + record_name() + ")");
-        if (action == app::kReportRetry) continue;
-        if (action == app::kReportAbort) main_form.session().AbortRequested = true;
-        outcome = app::RecordResult::Refused(info.description);
-        break;
-      }
-    }
-    if (outcome.outcome == app::RecordOutcome::Skipped || outcome.outcome == app::RecordOutcome::Refused) {
-      result.ledger.Record(record_name(), outcome);
-    } else {
-      result.ledger.Count(outcome.outcome);
-    }
+    // A failure is the record's: reported naming it, the record refused, the loop goes on
+    // (Retry runs the record again, Abort stops the step).
+    app::RecordResult outcome = main_form.GuardNamed(
+        loop.routine, record_name,
+        [&] {
+          if (loop.show) loop.show(counter);
+          context.SetGaugeValue(static_cast<float>(counter), gauge_total);
+          return body();
+        },
+        [](const app::ErrorInfo& error) { return app::RecordResult::Refused(error.description); });
+    bool noted = outcome.outcome == app::RecordOutcome::Skipped || outcome.outcome == app::RecordOutcome::Refused;
+    result.ledger.Record(table, records.Position(), outcome, noted ? record_name() : std::string());
     if (context.AbortRequested()) return false;
     records.MoveNext();
   }

@@ -37,7 +37,6 @@ struct TableClear {
 };
 
 constexpr TableClear kWholeTables[] = {
-    {CheckBox::ckbclearapplied, "Assigned", "Assigned table cleared from office.mdb"},
     {CheckBox::ckbClearAppraiser, "Appraiser", "Appraiser table cleared from office.mdb"},
     {CheckBox::ckbclearapprfee, "Appraiserfee", "Appraiserfee table cleared from office.mdb"},
     {CheckBox::ckbClearClient, "Client", "Client table cleared from office.mdb"},
@@ -46,7 +45,9 @@ constexpr TableClear kWholeTables[] = {
     {CheckBox::ckbclearcompany, "Company", "Company table cleared from office.mdb"},
 };
 
-// Property and invoices: the whole table, or only the "-A" rows of the listed file numbers.
+// Assigned, invoices and property: the whole table, or only the "-A" rows of the listed file
+// numbers. (Assigned follows the other two when the run is limited to a list: a run that
+// converts only the listed orders again clears only their expenses and payments.)
 struct OrderClear {
   CheckBox box;
   const char* table;
@@ -55,6 +56,8 @@ struct OrderClear {
   const char* listed_table;
 };
 
+constexpr OrderClear kAssigned = {CheckBox::ckbclearapplied, "Assigned", "Assigned table cleared from office.mdb",
+                                  TargetControl::adoassigned, "ASSIGNED"};
 constexpr OrderClear kOrderTables[] = {
     {CheckBox::ckbclearinvoice, "Invoice", "Invoice table cleared from office.mdb", TargetControl::adoinvoice, "INVOICE"},
     {CheckBox::ckbClearProperty, "Property", "Property table cleared from office.mdb", TargetControl::adoproperty, "PROPERTY"},
@@ -64,6 +67,20 @@ void ClearWholeTable(Context& context, app::Ledger& ledger, const char* table, c
   std::int64_t deleted = DeleteAllRecords(context, table);
   ledger.Tally(app::RecordOutcome::Deleted, deleted, std::string(table) + ": every row");
   if (log_line) context.Log(log_line);
+}
+
+
+// An order table: whole, or (limited to listed numbers) only their rows, without the whole
+// table's log line; the control then sees its whole table again.
+void ClearOrderTable(Context& context, app::Ledger& ledger, const OrderClear& clear) {
+  if (context.FileNumbers().empty()) {
+    ClearWholeTable(context, ledger, clear.table, clear.log_line);
+    return;
+  }
+  AdoControl& control = context.Target(clear.control);
+  std::string bound = control.RecordSource;
+  ledger.Merge(DeleteListedFileNumbers(context, control, clear.listed_table).ledger);
+  context.Guard("ClearSelectedTables", [&] { Rebind(control, bound); });
 }
 
 // Each statement's table and blank column.
@@ -126,19 +143,12 @@ app::StepResult ClearSelectedTables(Context& context) {
       });
       context.Log("Non-Standard records from Formtypes table cleared from office.mdb");
     }
+    if (form.Checked(kAssigned.box)) ClearOrderTable(context, result.ledger, kAssigned);
     for (const TableClear& clear : kWholeTables) {
       if (form.Checked(clear.box)) ClearWholeTable(context, result.ledger, clear.table, clear.log_line);
     }
     for (const OrderClear& clear : kOrderTables) {
-      if (!form.Checked(clear.box)) continue;
-      if (context.FileNumbers().empty()) {
-        ClearWholeTable(context, result.ledger, clear.table, clear.log_line);
-        continue;
-      }
-      AdoControl& control = context.Target(clear.control);
-      std::string bound = control.RecordSource;
-      result.ledger.Merge(DeleteListedFileNumbers(context, control, clear.listed_table).ledger);
-      context.Guard("ClearSelectedTables", [&] { Rebind(control, bound); });
+      if (form.Checked(clear.box)) ClearOrderTable(context, result.ledger, clear);
     }
     if (form.Checked(CheckBox::ckbclearsystem)) {
       ClearWholeTable(context, result.ledger, "Users", "Users table cleared from office.mdb");

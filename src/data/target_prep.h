@@ -11,7 +11,8 @@
 
 namespace qorvane::data {
 
-// The clearing pass the "Clear Data First" boxes drive, with its log lines.
+// The clearing pass the "Clear Data First" boxes drive, with its log lines. With listed file
+// numbers, Assigned, Invoice and Property lose only the "-A" rows of those numbers.
 app::StepResult ClearSelectedTables(Context& context);
 // Empties TABLE ("DELETE FROM [path].[table]"); returns the rows deleted.
 std::int64_t DeleteAllRecords(Context& context, std::string_view table);

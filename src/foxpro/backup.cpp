@@ -6,9 +6,22 @@
 #include "common/os.h"
 
 namespace qorvane::foxpro {
+namespace {
 
-BackupSession::BackupSession(std::string folder_name, Reporter* reporter)
-    : folder_name_(std::move(folder_name)), reporter_(reporter) {}
+std::string BaseName(const std::string& path) {
+  auto slash = path.rfind('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+}  // namespace
+
+BackupSession::BackupSession(std::string folder_name, Reporter* reporter, RepairJournal* journal)
+    : folder_name_(std::move(folder_name)), reporter_(reporter), journal_(journal) {}
+
+std::string BackupSession::FolderFor(const std::string& directory) const {
+  auto found = folders_.find(directory);
+  return found == folders_.end() ? std::string() : found->second;
+}
 
 void BackupSession::EnsureBackedUp(const std::vector<std::string>& paths) {
   for (const std::string& path : paths) {
@@ -24,6 +37,9 @@ void BackupSession::EnsureBackedUp(const std::vector<std::string>& paths) {
       }
       os::MakeDirectory(candidate);
       os::SyncDirectory(directory);
+      // Named in the journal before anything is copied into it: a copy cut short in it is found
+      // and removed by the next run.
+      if (journal_) journal_->Append({"backup", BaseName(candidate)});
       folder = candidate;
     }
     // Copied under a provisional name and renamed once whole and synced: a file under the
@@ -36,6 +52,20 @@ void BackupSession::EnsureBackedUp(const std::vector<std::string>& paths) {
     done_.insert(path);
     if (reporter_) reporter_->Report({.kind = DamageKind::Notice, .what = "backed up " + path + " to " + target});
   }
+}
+
+void BackupSession::BeginWriting(const std::string& dbf_path, const void* writer) {
+  std::set<const void*>& writers = writers_[dbf_path];
+  if (writers.count(writer)) return;
+  if (writers.empty() && journal_) journal_->Append({"writing", BaseName(dbf_path)});
+  writers.insert(writer);
+}
+
+void BackupSession::WritingDone(const std::string& dbf_path, const void* writer) {
+  auto found = writers_.find(dbf_path);
+  if (found == writers_.end() || !found->second.erase(writer) || !found->second.empty()) return;
+  writers_.erase(found);
+  if (journal_) journal_->Append({"written", BaseName(dbf_path)});
 }
 
 }  // namespace qorvane::foxpro

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "common/error.h"
+#include "common/os.h"
 #include "foxpro/expression.h"
 #include "foxpro/format.h"
 
@@ -209,6 +210,25 @@ std::vector<std::byte> RebuildIndex(const Table& table, const CompoundIndex& ind
   auto entries = ComputeEntries(table, affected);
   for (std::size_t i = 0; i < affected.size(); ++i) contents[affected_slots[i]].entries = std::move(entries[i]);
   return BuildCompoundIndex(contents);
+}
+
+std::vector<std::byte> RebuildWholeIndex(const Table& table, const CompoundIndex& index) {
+  std::vector<std::size_t> every_field(table.fields().size());
+  for (std::size_t i = 0; i < every_field.size(); ++i) every_field[i] = i;
+  return RebuildIndex(table, index, every_field);
+}
+
+void ReplaceIndexFile(const std::string& path, std::span<const std::byte> bytes) {
+  std::string temporary = path + ".qorvane-new";
+  try {
+    os::WriteWholeFile(temporary, bytes);
+    os::Rename(temporary, path);
+  } catch (const Error&) {
+    os::RemoveFile(temporary);
+    throw;
+  }
+  auto slash = path.rfind('/');
+  os::SyncDirectory(slash == std::string::npos ? "." : path.substr(0, slash));
 }
 
 std::vector<std::byte> BuildIndexFromTable(const Table& table, const std::vector<TagDefinition>& definitions) {

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,14 @@ void CheckIndexRebuildable(const Table& table, const CompoundIndex& index,
 // others copied key for key. Throws like CheckIndexRebuildable.
 std::vector<std::byte> RebuildIndex(const Table& table, const CompoundIndex& index,
                                     const std::vector<std::size_t>& changed_fields);
+
+// A new .cdx for the table's current records with every tag evaluated afresh: how an index
+// that no longer agrees with its table is mended. Throws like CheckIndexRebuildable.
+std::vector<std::byte> RebuildWholeIndex(const Table& table, const CompoundIndex& index);
+
+// Writes BYTES as the index at PATH: into PATH.qorvane-new, synced, renamed over PATH, and the
+// folder synced, so that PATH is the old index or the new one whole, whenever the run stops.
+void ReplaceIndexFile(const std::string& path, std::span<const std::byte> bytes);
 
 // A tag's definition for a new index (BuildIndexFromTable): name, key and FOR expressions.
 struct TagDefinition {

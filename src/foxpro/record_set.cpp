@@ -361,19 +361,32 @@ void RecordSet::SetIndex(const std::string& name) {
     try {
       seek->key.emplace(Expression::Parse(tag->key_expression, table));
       if (!tag->for_expression.empty()) seek->filter.emplace(Expression::Parse(tag->for_expression, table));
+      seek->key_length = tag->key_length;
     } catch (const Error& error) {
-      throw Error(ErrorKind::NotSupported, table.name() + ": index " + tag->name + " cannot be used: " + error.what());
+      // A damaged tag does not make the table unreadable: it is said once, and look-ups by the
+      // field of the same name read the table's own records instead.
+      seek->key.reset();
+      seek->filter.reset();
+      std::string what = "index " + tag->name + " cannot be used: " + error.what();
+      if (!table.FindField(name)) throw Error(ErrorKind::NotSupported, table.name() + ": " + what);
+      if (s.options.reporter) {
+        s.options.reporter->Report({.kind = DamageKind::Index,
+                                    .file = s.index->name(),
+                                    .what = what + "; look-ups by " + tag->name + " read " + table.name() +
+                                            " without it (the table itself is whole)"});
+      }
+      tag = nullptr;
     }
-    seek->key_length = tag->key_length;
-  } else if (auto field = table.FindField(name)) {
+  }
+  if (!tag) {
+    auto field = table.FindField(name);
+    if (!field) throw Error(ErrorKind::InvalidArgument, table.name() + ": there is no index or field named " + name);
     const Field& info = table.fields()[*field];
     if (std::string_view("CNFDL").find(info.type) == std::string_view::npos) {
       throw Error(ErrorKind::NotSupported, table.name() + ": field " + info.name + " of type " + std::string(1, info.type) + " cannot be an index");
     }
     seek->key.emplace(Expression::Parse(info.name, table));
     seek->key_length = info.type == 'C' ? info.length : info.type == 'L' ? 1 : 8;
-  } else {
-    throw Error(ErrorKind::InvalidArgument, table.name() + ": there is no index or field named " + name);
   }
   seek->keys.resize(std::size_t(table.record_count()) * seek->key_length);
   seek->listed.resize(table.record_count());
@@ -524,6 +537,7 @@ void RecordSet::Update() {
     throw Error(ErrorKind::InvalidArgument, s.Where() + ": writing into a source table needs a backup session");
   }
   s.options.backup->EnsureBackedUp({s.dbf_path, s.memo_path, s.index_path});
+  s.options.backup->BeginWriting(s.dbf_path, &s);
   if (!s.writable.is_open()) s.writable = os::File::Open(s.dbf_path, os::OpenMode::ReadWrite);
   const std::uint64_t offset = table.header().header_length + std::uint64_t(record) * table.header().record_length;
   s.writable.WriteAt(offset, std::span<const std::byte>(s.edit_buffer.data(), s.edit_buffer.size()));
@@ -572,20 +586,29 @@ void RecordSet::Flush() {
     s.table->Invalidate();
     s.index.emplace(CompoundIndex::Open(s.index_path));
     std::vector<std::byte> rebuilt = RebuildIndex(*s.table, *s.index, s.pending_fields);
-    std::string temporary = s.index_path + ".qorvane-new";
-    try {
-      os::WriteWholeFile(temporary, rebuilt);
-      os::Rename(temporary, s.index_path);
-    } catch (const Error&) {
-      os::RemoveFile(temporary);
-      throw;
-    }
-    auto slash = s.index_path.rfind('/');
-    os::SyncDirectory(slash == std::string::npos ? "." : s.index_path.substr(0, slash));
+    ReplaceIndexFile(s.index_path, rebuilt);
     s.index.emplace(CompoundIndex(std::move(rebuilt), s.index->name()));
   }
   s.pending_fields.clear();
   s.pending_sync = false;
+  if (s.options.backup) s.options.backup->WritingDone(s.dbf_path, &s);
+}
+
+std::vector<std::string> RecordSet::Files() const {
+  std::vector<std::string> files{state_->dbf_path};
+  for (const std::string* path : {&state_->memo_path, &state_->index_path}) {
+    if (!path->empty()) files.push_back(*path);
+  }
+  return files;
+}
+
+std::optional<std::string> RecordSet::WriteRefusal() const {
+  const State& s = *state_;
+  if (!s.index_path.empty() && !s.index) {
+    return "its index " + s.index_path.substr(s.index_path.rfind('/') + 1) +
+           " cannot be read, so the table is not written (the index would no longer agree with it)";
+  }
+  return std::nullopt;
 }
 
 }  // namespace qorvane::foxpro

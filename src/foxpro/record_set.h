@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "common/reporter.h"
 #include "foxpro/backup.h"
@@ -85,6 +86,11 @@ class RecordSet {
   void Flush();
 
   const Table& table() const;
+  // The files of the table: the .dbf, then its .fpt and .cdx when they are there.
+  std::vector<std::string> Files() const;
+  // Why Update would refuse to write this table whatever the record (its .cdx is there but
+  // cannot be read), or nullopt when writes may go ahead.
+  std::optional<std::string> WriteRefusal() const;
 
  private:
   RecordSet();

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <set>
 
 #include "common/error.h"
@@ -77,6 +78,94 @@ std::string BaseName(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
+// How well records of LENGTH bytes fit a file's DATA_BYTES (everything after the header) that
+// the header says holds DECLARED records: exactly that many (with or without the end-of-file
+// mark), some whole number of them, or not at all.
+enum class Fit { None, Whole, Exact };
+
+Fit FitOf(std::uint64_t length, std::uint64_t data_bytes, std::uint32_t declared) {
+  if (length == 0) return Fit::None;
+  const std::uint64_t expected = std::uint64_t(declared) * length;
+  if (data_bytes == expected || data_bytes == expected + 1) return Fit::Exact;
+  const std::uint64_t rest = data_bytes % length;
+  return rest == 0 || rest == 1 ? Fit::Whole : Fit::None;
+}
+
+// The width a field of TYPE always has, or 0 when it varies.
+std::uint32_t FixedWidth(char type, bool visual_foxpro) {
+  switch (type) {
+    case 'D': return 8;
+    case 'L': return 1;
+    case 'M':
+    case 'G':
+    case 'P': return visual_foxpro ? 0 : 10;
+    default: return 0;
+  }
+}
+
+// The header's record length and the sum of the field lengths disagree: one of them was
+// damaged. The file's size decides which one the records really have. When it is the header's
+// and the fields are too long for it, the positions FoxPro stores in each descriptor give the
+// damaged field back its width, provided they describe the record whole and differ from the
+// stored widths in one or two fields only (another writer may leave the positions unset).
+// Throws qorvane::Error (Corrupt) naming the table when no reading of the header fits.
+void ReconcileRecordLength(TableLayout& layout, std::uint64_t sum, const std::vector<std::uint32_t>& displacements,
+                           std::uint64_t file_size, const std::string& name,
+                           const std::function<void(const std::string&)>& report) {
+  TableHeader& header = layout.header;
+  const std::uint64_t data_bytes = file_size - header.header_length;
+  const std::string size_text = "the file's size (" + std::to_string(file_size) + " bytes, " +
+                                std::to_string(header.declared_records) + " records counted)";
+  const Fit header_fit = FitOf(header.record_length, data_bytes, header.declared_records);
+  const Fit fields_fit = FitOf(sum, data_bytes, header.declared_records);
+  if (header_fit == Fit::None && fields_fit == Fit::None) {
+    throw Error(ErrorKind::Corrupt, name + ": the header gives records of " + std::to_string(header.record_length) +
+                                        " bytes but the fields add up to " + std::to_string(sum) + ", and " +
+                                        size_text + " fits neither; the table cannot be read");
+  }
+  const bool fields_win = fields_fit > header_fit || (fields_fit == header_fit && sum > header.record_length);
+  if (fields_win && sum <= format::kMaxRecordLength) {
+    report("the header gives records of " + std::to_string(header.record_length) + " bytes but the fields add up to " +
+           std::to_string(sum) + ", which " + size_text + " confirms; every record is read as " + std::to_string(sum) +
+           " bytes");
+    header.record_length = static_cast<std::uint16_t>(sum);
+    return;
+  }
+  if (sum < header.record_length) {
+    report("records are " + std::to_string(header.record_length) + " bytes but the fields use " +
+           std::to_string(sum) + "; the rest of each record is ignored");
+    return;
+  }
+  // The record length is right and a field is too long for it.
+  std::vector<Field>& fields = layout.fields;
+  std::vector<std::uint32_t> widths(fields.size());
+  bool whole = !fields.empty() && displacements.front() == 1;
+  for (std::size_t i = 0; whole && i < fields.size(); ++i) {
+    std::uint32_t end = i + 1 < fields.size() ? displacements[i + 1] : header.record_length;
+    whole = end > displacements[i] && end <= header.record_length;
+    if (!whole) break;
+    widths[i] = end - displacements[i];
+    std::uint32_t fixed = FixedWidth(fields[i].type, header.visual_foxpro);
+    whole = fixed == 0 || widths[i] == fixed;
+  }
+  std::size_t differing = 0;
+  for (std::size_t i = 0; whole && i < fields.size(); ++i) differing += widths[i] != fields[i].length;
+  if (!whole || differing == 0 || differing > 2) {
+    throw Error(ErrorKind::Corrupt, name + ": the fields add up to " + std::to_string(sum) +
+                                        " bytes per record but the header gives records of " +
+                                        std::to_string(header.record_length) + " bytes, which " + size_text +
+                                        " confirms; a field's width is damaged and the table cannot be read field by field");
+  }
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    if (widths[i] == fields[i].length) continue;
+    report("field " + fields[i].name + " is " + std::to_string(fields[i].length) +
+           " bytes wide in the header, which runs past the " + std::to_string(header.record_length) +
+           "-byte records " + size_text + " confirms; the field positions in the header give it " +
+           std::to_string(widths[i]) + " bytes, and it is read so");
+    fields[i].length = static_cast<std::uint16_t>(widths[i]);
+  }
+}
+
 }  // namespace
 
 TableLayout ParseTableLayout(std::span<const std::byte> bytes, std::uint64_t file_size,
@@ -84,6 +173,9 @@ TableLayout ParseTableLayout(std::span<const std::byte> bytes, std::uint64_t fil
   auto report = [&](const std::string& what) {
     if (reporter) reporter->Report({.kind = DamageKind::Header, .file = name, .what = what});
   };
+  if (file_size == 0) {
+    throw Error(ErrorKind::Corrupt, name + ": the file is empty (0 bytes): there is no table in it to read");
+  }
   if (bytes.size() < format::kTableHeaderSize) {
     throw Error(ErrorKind::Corrupt, name + ": the file is " + std::to_string(file_size) +
                                         " bytes long, shorter than the 32-byte table header; it is not a table or it is truncated");
@@ -112,9 +204,6 @@ TableLayout ParseTableLayout(std::span<const std::byte> bytes, std::uint64_t fil
                                         " bytes long but the file has " + std::to_string(file_size) +
                                         " bytes; the table is truncated or not a table");
   }
-  if (header.record_length < 1) {
-    throw Error(ErrorKind::Corrupt, name + ": the header gives a record length of 0");
-  }
   if (bytes.size() < header.header_length) {
     throw Error(ErrorKind::Corrupt, name + ": the header is cut short (" + std::to_string(bytes.size()) + " of " +
                                         std::to_string(header.header_length) + " bytes)");
@@ -122,7 +211,7 @@ TableLayout ParseTableLayout(std::span<const std::byte> bytes, std::uint64_t fil
 
   bool terminated = false;
   std::size_t position = format::kTableHeaderSize;
-  std::vector<std::pair<std::uint16_t, std::uint8_t>> stored_lengths;
+  std::vector<std::uint32_t> displacements;  // each field's position as the descriptor stores it
   while (position < header.header_length) {
     auto first = std::to_integer<std::uint8_t>(data[position]);
     if (first == format::kHeaderTerminator) {
@@ -151,6 +240,7 @@ TableLayout ParseTableLayout(std::span<const std::byte> bytes, std::uint64_t fil
     field.decimals = std::to_integer<std::uint8_t>(descriptor[format::kFieldDecimalsOffset]);
     field.known_type = IsKnownType(field.type);
     layout.fields.push_back(field);
+    displacements.push_back(ReadU32(descriptor + format::kFieldDisplacementOffset));
     position += format::kDescriptorSize;
   }
   if (layout.fields.empty()) {
@@ -184,14 +274,8 @@ TableLayout ParseTableLayout(std::span<const std::byte> bytes, std::uint64_t fil
       sum = extended;
     }
   }
-  if (sum > header.record_length) {
-    throw Error(ErrorKind::Corrupt, name + ": the fields add up to " + std::to_string(sum) +
-                                        " bytes per record but the header gives records of " +
-                                        std::to_string(header.record_length) + " bytes");
-  }
-  if (sum < header.record_length) {
-    report("records are " + std::to_string(header.record_length) + " bytes but the fields use " +
-           std::to_string(sum) + "; the rest of each record is ignored");
+  if (sum != header.record_length) {
+    ReconcileRecordLength(layout, sum, displacements, file_size, name, report);
   }
   std::uint32_t offset = 1;
   std::set<std::string> seen;

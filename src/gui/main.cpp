@@ -40,11 +40,11 @@ int main(int argc, char** argv) {
   qorvane::gui::MainWindow window(options, clock);
   window.show();
   try {
-    window.main_form().FormLoad();
+    // A first launch (no folder known) opens on the two folders to choose; else start-up runs.
+    window.Start();
   } catch (const qorvane::app::ProgramEnd& end) {
     return end.exit_status();
   }
-  window.Refresh();
   if (window.main_form().session().EndRequested) return 0;
   return application.exec();
 }

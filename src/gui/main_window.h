@@ -31,7 +31,9 @@ class QProgressBar;
 class QPushButton;
 class QGroupBox;
 class QDialog;
+class QMessageBox;
 class QScrollArea;
+class QStackedWidget;
 
 namespace qorvane::gui {
 
@@ -53,6 +55,13 @@ class MainWindow : public QMainWindow, public app::View {
   void OpenLog(const std::string& path) override;
   void BeginMessages() override;
   void EndMessages() override;
+  app::Face face() const override { return app::Face::Window; }
+  std::string OfferMissingTargetFolder(const std::string& folder) override;
+
+  // Start-up: the first-run page when no folder is known yet (FirstLaunch), else FormLoad.
+  void Start();
+  // The first-run page: the two folders to choose, with "Create a blank office.mdb here".
+  bool ShowingFirstRun() const;
 
   // Copies the whole model into the widgets now, whatever the last redraw.
   void Refresh();
@@ -77,6 +86,11 @@ class MainWindow : public QMainWindow, public app::View {
   std::function<void(const std::string&)> show_gathered;
   // Chooses a file or a folder instead of the file dialog; an empty name is Cancel.
   std::function<QString(const PickRequest&)> answer_picker;
+  // Answers the dialog for a target folder that is not there: Create, Choose or Cancel.
+  enum class MissingFolderAnswer { Create, Choose, Cancel };
+  std::function<MissingFolderAnswer(const std::string&)> answer_missing_folder;
+  // Takes the log the window shows itself when nothing else can open it (instead of its dialog).
+  std::function<void(const std::string&)> show_log;
   // Sets up the printer instead of the print dialog; false is Cancel.
   ChoosePrinter answer_print;
 
@@ -89,6 +103,10 @@ class MainWindow : public QMainWindow, public app::View {
   void ShowClientDupForm();
   // The dialog of the run's report, and of messages gathered into TEXT (not yet shown).
   std::unique_ptr<QDialog> MakeReportDialog();
+  // The confirmation as it is shown: what will change, the question, Convert and Cancel.
+  std::unique_ptr<QMessageBox> MakeConfirmation(const QString& text);
+  // The Continue/Stop prompt (ESC on it is Continue).
+  std::unique_ptr<QMessageBox> MakeEscapePrompt();
   std::unique_ptr<QDialog> MakeGatheredDialog(const QString& text, int count);
   // The text of the gathered messages so far (one paragraph per message, hints below it).
   QString GatheredText() const;
@@ -115,6 +133,14 @@ class MainWindow : public QMainWindow, public app::View {
   void OnPickSourceFolder();
   void OnPickTargetFolder();
   QString Pick(const PickRequest& request);
+  QWidget* BuildFirstRun(QWidget* parent);
+  void OnFirstRunContinue();
+  // Makes FOLDER with a blank office.mdb in it; false (with a message) when it cannot.
+  bool CreateBlankTarget(const std::string& folder);
+  // "Step 6 of 14: Orders (Property) — record 1,234 of 10,000 — about 0:42 left".
+  QString ProgressText(const app::FormModel& form);
+  // Shows the log in the window itself.
+  void ShowLogText(const std::string& path);
 
   convert::Program program_;
   app::MainForm* main_form_;
@@ -124,6 +150,13 @@ class MainWindow : public QMainWindow, public app::View {
   std::vector<ResultListPanel*> result_panels_;
   ClientDupForm* client_dup_ = nullptr;
   QScrollArea* scroll_ = nullptr;
+  QStackedWidget* pages_ = nullptr;
+  QLineEdit* first_source_ = nullptr;
+  QLineEdit* first_target_ = nullptr;
+  QLabel* first_status_ = nullptr;
+  // The running step's start, for its time left (the time paused does not count).
+  std::string progress_step_;
+  long long progress_start_ms_ = 0;
   app::UserRequest pending_ = app::UserRequest::None;
   long long last_draw_ms_ = 0;
   long long last_events_ms_ = 0;

@@ -26,7 +26,7 @@ std::unique_ptr<Database> Database::Open(const std::string& path, const Database
   std::unique_ptr<Database> database(new Database());
   database->options_ = options;
   database->store_ = PageStore::OpenFile(
-      path, options.open_for == OpenFor::Writing ? AccessMode::ReadWrite : AccessMode::ReadOnly);
+      path, options.open_for == OpenFor::Writing ? AccessMode::ReadWrite : AccessMode::ReadOnly, options.reporter);
   database->store_->set_size_limit(options.size_limit);
   database->store_->set_cache_limit(options.cache_pages);
   database->LoadCatalog();

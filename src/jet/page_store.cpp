@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -136,10 +137,14 @@ void CheckDatabaseHeader(Bytes start, std::uint64_t file_size, const std::string
   }
 }
 
-std::unique_ptr<PageStore> PageStore::OpenFile(const std::string& path, AccessMode mode) {
+std::unique_ptr<PageStore> PageStore::OpenFile(const std::string& given_path, AccessMode mode, Reporter* reporter) {
   std::unique_ptr<PageStore> store(new PageStore());
+  // Through a symbolic link to the file it names: the rename that puts the work copy in place
+  // replaces that file, and the link goes on naming it.
+  const std::string path = mode == AccessMode::ReadWrite ? os::ResolvedPath(given_path) : given_path;
   store->path_ = path;
-  store->file_name_ = path;
+  store->file_name_ = given_path;
+  store->reporter_ = reporter;
   store->mode_ = mode;
   if (mode == AccessMode::ReadWrite) {
     CheckWritable(path);
@@ -198,7 +203,9 @@ void PageStore::ReleaseLock() {
 }
 
 void PageStore::set_size_limit(std::uint64_t bytes) {
-  page_limit_ = static_cast<std::uint32_t>(std::min<std::uint64_t>(bytes, kMaxFileSize) / kPageSize);
+  std::uint64_t limit = std::min<std::uint64_t>(bytes, kMaxFileSize);
+  if (std::optional<std::uint64_t> lowered = os::TestSizeLimit()) limit = std::min(limit, *lowered);
+  page_limit_ = static_cast<std::uint32_t>(limit / kPageSize);
 }
 
 void PageStore::CheckSizeLimit() const {
@@ -206,7 +213,7 @@ void PageStore::CheckSizeLimit() const {
 }
 
 void PageStore::RefusePastLimit(std::uint64_t pages) const {
-  throw Error(ErrorKind::Constraint,
+  throw LimitReached(ErrorKind::Constraint,
               file_name_ + ": the database would be " + std::to_string(pages * kPageSize) +
                   " bytes, past the limit of " + std::to_string(std::uint64_t{page_limit_} * kPageSize) +
                   " bytes (Access opens no database over 2 GB); the file was left as it was. Roll back, "
@@ -216,6 +223,7 @@ void PageStore::RefusePastLimit(std::uint64_t pages) const {
 PageStore::CachedPage& PageStore::Load(std::uint32_t page) {
   auto found = cache_.find(page);
   if (found != cache_.end()) return *found->second;
+  if (!copy_trusted_) RefuseWhenFailed();
   if (page >= page_count_) {
     throw Error(ErrorKind::Corrupt, file_name_ + ": page " + std::to_string(page) +
                                         " lies past the end of the file (" +
@@ -240,9 +248,10 @@ MutableBytes PageStore::Write(std::uint32_t page) {
   if (mode_ != AccessMode::ReadWrite) {
     throw Error(ErrorKind::InvalidArgument, file_name_ + ": the database was opened read-only");
   }
+  RefuseWhenFailed();
   EnsureWorkCopy();
   CachedPage& cached = Load(page);
-  cached.dirty = true;
+  cached.state = PageState::Dirty;
   return cached.bytes;
 }
 
@@ -251,8 +260,10 @@ void PageStore::EnsureWorkCopy() {
   // A name of its own (pid and random part, created exclusively): no other writer can open,
   // overwrite or remove this copy, and this store removes no copy but its own.
   os::File work = os::CreateUniqueFile(path_ + kWorkFileSuffix);
+  os::FileStatus original = file_.Status();
+  os::OwnershipKept kept;
   try {
-    work.TakeOwnerAndMode(file_.Status());
+    kept = work.TakeOwnerAndMode(original);
     os::CopyInto(path_, work);
   } catch (...) {
     os::RemoveFile(work.path());
@@ -260,6 +271,19 @@ void PageStore::EnsureWorkCopy() {
   }
   work_path_ = work.path();
   file_ = std::move(work);
+  if (state_ != State::Committing) state_ = State::Writing;
+  if (!kept.group && reporter_ != nullptr) {
+    // Only the group's members (and the administrator) may give a file to a group.
+    os::FileStatus now = file_.Status();
+    reporter_->Report(
+        {.kind = DamageKind::Notice,
+         .file = file_name_,
+         .what = "the file belongs to the group " + os::GroupName(original.group) +
+                 ", which this user is not in: the new file this run puts in place belongs to the group " +
+                 os::GroupName(now.group) + " instead (the permission bits are kept). If others of the group " +
+                 os::GroupName(original.group) + " use it, ask an administrator to run: chgrp " +
+                 os::GroupName(original.group) + " " + path_});
+  }
 }
 
 UsageMap& PageStore::GlobalMap() {
@@ -272,13 +296,14 @@ UsageMap& PageStore::GlobalMap() {
 }
 
 std::uint32_t PageStore::Allocate() {
+  RefuseWhenFailed();
   EnsureWorkCopy();
   UsageMap& map = GlobalMap();
   std::uint32_t page;
   if (auto free = map.FirstSet(first_maybe_free_, page_count_)) {
     page = *free;
   } else {
-    if (page_count_ >= page_limit_) RefusePastLimit(std::uint64_t{page_count_} + 1);
+    if (page_count_ >= page_limit_) FailPastLimit(std::uint64_t{page_count_} + 1);
     page = page_count_++;
   }
   first_maybe_free_ = std::min(page + 1, page_count_);
@@ -287,10 +312,10 @@ std::uint32_t PageStore::Allocate() {
   auto found = cache_.find(page);
   if (found != cache_.end()) {
     found->second->bytes.fill(std::byte{0});
-    found->second->dirty = true;
+    found->second->state = PageState::Dirty;
   } else {
     auto cached = NewCachedPage();
-    cached->dirty = true;
+    cached->state = PageState::Dirty;
     cache_[page] = std::move(cached);
   }
   return page;
@@ -298,6 +323,7 @@ std::uint32_t PageStore::Allocate() {
 
 void PageStore::Free(std::uint32_t page) {
   if (page <= kGlobalUsageMapPage || page >= page_count_) return;
+  RefuseWhenFailed();
   EnsureWorkCopy();
   GlobalMap().Set(page, true);
   first_maybe_free_ = std::min(first_maybe_free_, page);
@@ -323,15 +349,16 @@ std::unique_ptr<PageStore::CachedPage> PageStore::NewCachedPage() {
     spare_pages_.pop_back();
   }
   cached->bytes.fill(std::byte{0});
-  cached->dirty = false;
+  cached->state = PageState::Clean;
   return cached;
 }
 
 void PageStore::FlushDirty() {
   if (from_buffer_ || mode_ != AccessMode::ReadWrite) return;
+  RefuseWhenFailed();
   std::vector<std::uint32_t> dirty;
   for (auto& [number, cached] : cache_) {
-    if (cached->dirty) dirty.push_back(number);
+    if (cached->dirty()) dirty.push_back(number);
   }
   if (dirty.empty()) return;
   EnsureWorkCopy();
@@ -339,35 +366,73 @@ void PageStore::FlushDirty() {
   // Runs of consecutive pages go out in one write each (up to kFlushRunPages pages), which
   // keeps a bulk load to a few large writes instead of one system call per page.
   std::vector<std::byte> run;
+  std::vector<CachedPage*> carried;
   for (std::size_t first = 0; first < dirty.size();) {
     std::size_t last = first + 1;
     while (last < dirty.size() && dirty[last] == dirty[last - 1] + 1 && last - first < kFlushRunPages) ++last;
     run.resize((last - first) * kPageSize);
+    carried.clear();
     for (std::size_t k = first; k < last; ++k) {
       CachedPage& cached = *cache_[dirty[k]];
       std::memcpy(run.data() + (k - first) * kPageSize, cached.bytes.data(), kPageSize);
-      cached.dirty = false;
+      cached.state = PageState::BeingWritten;
+      carried.push_back(&cached);
     }
-    file_.WriteAt(static_cast<std::uint64_t>(dirty[first]) * kPageSize, run);
+    try {
+      file_.WriteAt(static_cast<std::uint64_t>(dirty[first]) * kPageSize, run);
+    } catch (...) {
+      // The work copy may hold part of the run: the cache keeps the whole of it, still dirty,
+      // for the next flush to write again.
+      for (CachedPage* cached : carried) cached->state = PageState::Dirty;
+      throw;
+    }
+    for (CachedPage* cached : carried) cached->state = PageState::Written;
     first = last;
   }
+  CheckInvariants();
 }
 
 void PageStore::Commit() {
   if (mode_ != AccessMode::ReadWrite) return;
-  bool any_dirty = std::any_of(cache_.begin(), cache_.end(), [](auto& entry) { return entry.second->dirty; });
+  RefuseWhenFailed();
+  bool any_dirty = std::any_of(cache_.begin(), cache_.end(), [](auto& entry) { return entry.second->dirty(); });
   if (work_path_.empty() && !any_dirty) return;
-  // Last, as it may take bitmap pages: the map records every page of the file.
-  GlobalMap().StoreFreePageMap(*this);
-  CheckSizeLimit();
-  FlushDirty();
-  // Pages allocated but never written still count: the file must end on a whole page.
-  std::uint64_t size = static_cast<std::uint64_t>(page_count_) * kPageSize;
-  if (file_.Size() < size) file_.Truncate(size);
-  file_.Sync();
-  CheckSingleLink(path_);
-  os::Rename(work_path_, path_);
+  state_ = State::Committing;
+  try {
+    // Last, as it may take bitmap pages: the map records every page of the file.
+    GlobalMap().StoreFreePageMap(*this);
+    CheckSizeLimit();
+    FlushDirty();
+    // Pages allocated but never written still count: the file must end on a whole page.
+    std::uint64_t size = static_cast<std::uint64_t>(page_count_) * kPageSize;
+    if (file_.Size() < size) file_.Truncate(size);
+  } catch (...) {
+    // Nothing lost: what was not written is still dirty in the cache.
+    state_ = State::Writing;
+    CheckInvariants();
+    throw;
+  }
+  try {
+    file_.Sync();
+  } catch (...) {
+    Fail(std::current_exception(), "syncing the work copy " + work_path_);
+  }
+  for (auto& [number, cached] : cache_) {
+    if (cached->state == PageState::Written) cached->state = PageState::Clean;
+  }
+  try {
+    CheckSingleLink(path_);
+    os::Rename(work_path_, path_);
+  } catch (...) {
+    // The work copy is whole and synced: the same Commit may be tried again.
+    state_ = State::Writing;
+    throw;
+  }
   work_path_.clear();
+  state_ = State::Committed;
+  CheckInvariants();
+  // The new file is in place; a failure here only leaves the rename less sure to survive a
+  // crash of the machine, and is reported as such.
   os::SyncDirectory(DirectoryOf(path_));
 }
 
@@ -382,6 +447,76 @@ void PageStore::Discard() {
     os::RemoveFile(work_path);
   }
   page_count_ = static_cast<std::uint32_t>(file_.Size() / kPageSize);
+  state_ = State::Open;
+  failure_.clear();
+  copy_trusted_ = true;
+  CheckInvariants();
+}
+
+void PageStore::RefuseWhenFailed() const {
+  if (state_ != State::Failed) return;
+  std::string message = file_name_ + ": the changes since it was last saved are not saved and nothing more is written to it: " + failure_;
+  if (copy_trusted_) throw LimitReached(ErrorKind::Constraint, message);
+  throw Error(ErrorKind::IoError, message);
+}
+
+void PageStore::Fail(const std::exception_ptr& failure, const std::string& what) {
+  std::string error_text = "unknown failure";
+  try {
+    std::rethrow_exception(failure);
+  } catch (const std::exception& error) {
+    error_text = error.what();
+  } catch (...) {
+  }
+  failure_ = what + " failed (" + error_text +
+             "), so the copy can no longer be trusted. The file stays as it was saved last; make room on the disk "
+             "or check it, then run again";
+  copy_trusted_ = false;
+  state_ = State::Failed;
+  CheckInvariants();
+  std::rethrow_exception(failure);
+}
+
+void PageStore::FailPastLimit(std::uint64_t pages) {
+  failure_ = "a change needed it to grow to " + std::to_string(pages * kPageSize) + " bytes, past the limit of " +
+             std::to_string(std::uint64_t{page_limit_} * kPageSize) +
+             " bytes (Access opens no database over 2 GB). The file stays as it was saved last; split the data over "
+             "several databases, or convert fewer records into this one";
+  copy_trusted_ = true;
+  state_ = State::Failed;
+  CheckInvariants();
+  RefuseWhenFailed();
+  std::abort();  // not reached: RefuseWhenFailed throws in the failed state
+}
+
+void PageStore::CheckInvariants() const {
+#if !defined(NDEBUG) || defined(QORVANE_CHECK_INVARIANTS)
+  auto violated = [&](const char* what) {
+    std::fprintf(stderr, "%s: page store invariant broken: %s\n", file_name_.c_str(), what);
+    std::abort();
+  };
+  std::size_t dirty = 0, written = 0;
+  for (const auto& [number, cached] : cache_) {
+    if (cached->state == PageState::BeingWritten) violated("a page is still being written outside a flush");
+    if (cached->dirty()) ++dirty;
+    if (cached->state == PageState::Written) ++written;
+    if (number >= page_count_) violated("a cached page lies past the end of the file");
+  }
+  switch (state_) {
+    case State::Open:
+    case State::Committed:
+      if (!work_path_.empty()) violated("open or committed with a work copy");
+      if (dirty + written != 0) violated("open or committed with pages not in the file");
+      break;
+    case State::Writing:
+    case State::Committing:
+      if (work_path_.empty()) violated("writing without a work copy");
+      break;
+    case State::Failed:
+      if (failure_.empty()) violated("failed without a failure");
+      break;
+  }
+#endif
 }
 
 }  // namespace qorvane::jet

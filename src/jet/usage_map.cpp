@@ -79,6 +79,14 @@ bool UsageMap::InRange(std::uint32_t page) const {
 
 void UsageMap::Set(std::uint32_t page, bool on) {
   if (Contains(page) == on) return;
+  if (on && type_ == kUsageMapInline && where_.page != kGlobalUsageMapPage && !InRange(page) &&
+      std::all_of(bits_.begin(), bits_.end(), [](std::uint8_t byte) { return byte == 0; })) {
+    // A map that holds no page yet puts its window where its first page is, as Access does
+    // (a table first filled at page 677 gets a 69-byte map starting at 672): the row keeps its
+    // size instead of growing by a bit for every page below.
+    start_ = page & ~7u;
+    std::fill(bits_.begin(), bits_.end(), std::uint8_t{0});
+  }
   if (page < start_) {
     // Shift the bitmap so it starts at a lower multiple of 8.
     std::uint32_t new_start = page & ~7u;
@@ -150,11 +158,12 @@ void UsageMap::Store(PageStore& store) {
   dirty_ = false;
 }
 
-std::vector<std::byte> UsageMap::InlineRow() {
+std::vector<std::byte> UsageMap::InlineRow(std::size_t minimum_bytes) {
   // Trim trailing zero bytes beyond the row's current size; keep at least the old length.
+  std::size_t keep = std::max(row_bitmap_bytes_, minimum_bytes);
   std::size_t used = bits_.size();
-  while (used > row_bitmap_bytes_ && bits_[used - 1] == 0) --used;
-  bits_.resize(std::max(used, row_bitmap_bytes_), 0);
+  while (used > keep && bits_[used - 1] == 0) --used;
+  bits_.resize(std::max(used, keep), 0);
   std::size_t wanted = bits_.size();
   if (wanted > row_bitmap_bytes_) wanted = (wanted + 3) / 4 * 4;  // Access grows in 4-byte steps
   std::vector<std::byte> row(kUsageMapInlineHeaderSize + wanted, std::byte{0});
@@ -207,17 +216,21 @@ void UsageMap::StoreFreePageMap(PageStore& store) {
     }
     for (std::uint32_t page = count; page < cover; ++page) Set(page, true);
     if (type_ == kUsageMapInline) {
-      if (WriteInline(store, InlineRow(), true)) break;
+      // The row covers the file even when no page near its end is free (all its bits clear).
+      if (WriteInline(store, InlineRow((cover - start_ + 7) / 8), true)) break;
       ConvertToReference();
     }
-    // Every range holding a set bit needs its bitmap page; taking one clears its bit here and
-    // may lengthen the file, so look again until nothing more is needed.
+    // Every range that holds pages of the file, or a set bit, needs its bitmap page: a range
+    // without one reads as all free to a writer that allocates through this map. Taking one
+    // clears its bit here and may lengthen the file, so look again until nothing more is needed.
     bool allocated = false;
-    for (std::size_t j = 0; j < kUsageMapReferencePages && j * per_page_bytes < bits_.size(); ++j) {
+    for (std::size_t j = 0; j < kUsageMapReferencePages; ++j) {
       if (bitmap_pages_[j] != 0) continue;
-      auto from = bits_.begin() + static_cast<std::ptrdiff_t>(j * per_page_bytes);
+      bool holds_pages = j * kPagesPerBitmapPage < store.page_count();
+      if (!holds_pages && j * per_page_bytes >= bits_.size()) continue;
+      auto from = bits_.begin() + static_cast<std::ptrdiff_t>(std::min(bits_.size(), j * per_page_bytes));
       auto to = bits_.begin() + static_cast<std::ptrdiff_t>(std::min(bits_.size(), (j + 1) * per_page_bytes));
-      if (std::all_of(from, to, [](std::uint8_t byte) { return byte == 0; })) continue;
+      if (!holds_pages && std::all_of(from, to, [](std::uint8_t byte) { return byte == 0; })) continue;
       std::uint32_t page = store.Allocate();
       bitmap_pages_[j] = page;
       allocated = true;

@@ -2,7 +2,10 @@
 // (and, on page 1, which pages of the file are free). A map is a row on a holder page, either
 // inline (type 0: start page + bitmap) or a reference (type 1: up to 17 bitmap pages of 32736
 // pages each). Loaded into memory, changed, and written back in place, grown on its holder
-// page, or converted to the reference form when it no longer fits. Internal header.
+// page, or converted to the reference form when it no longer fits. The inline form is what
+// Access writes (its own files hold 89- to 101-byte rows): a map grows in place in 4-byte steps
+// from its start page, and a map that holds no page yet starts at its first page, rounded down
+// to a multiple of 8. Internal header.
 #pragma once
 
 #include <cstdint>
@@ -34,17 +37,20 @@ class UsageMap {
 
   // Writes the map back when it changed. May allocate bitmap pages through STORE.
   void Store(PageStore& store);
-  // Writes back the file's free-page map (page 1, row 0): every page from the end of the file
-  // to the end of what the map covers is marked free, as Access leaves them; the row grows in
-  // 4-byte steps to cover the whole file, taking as much of its page as it needs, and moves to
-  // bitmap pages (taken through STORE, and so marked used in this very map) once the page is full.
+  // Writes back the file's free-page map (page 1, row 0). Every page of the file is in it: the
+  // inline row grows in 4-byte steps to cover the whole file (at least up to the next multiple
+  // of 32 pages, as Access leaves it), taking as much of its page as it needs, and the pages
+  // from the end of the file to the end of the row are marked free. Once page 1 is full the map
+  // moves to bitmap pages, one for every 32736-page range that holds pages of the file (taken
+  // through STORE, and so marked used in this very map).
   void StoreFreePageMap(PageStore& store);
 
  private:
   void StoreInline(PageStore& store);
   void StoreReference(PageStore& store);
-  // The inline row for the bits: never shorter than the row read, grown in 4-byte steps.
-  std::vector<std::byte> InlineRow();
+  // The inline row for the bits: never shorter than the row read nor than MINIMUM_BYTES of
+  // bitmap, grown in 4-byte steps.
+  std::vector<std::byte> InlineRow(std::size_t minimum_bytes = 0);
   // Puts ROW in place of the map's row; false when its page has no room (a map sharing its
   // holder page with others takes at most half of it unless WHOLE_PAGE).
   bool WriteInline(PageStore& store, const std::vector<std::byte>& row, bool whole_page);

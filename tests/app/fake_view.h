@@ -3,6 +3,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -38,7 +39,11 @@ class FakeView : public app::View {
   void OpenLog(const std::string& path) override { opened_logs.push_back(path); }
   void BeginMessages() override { ++gathering; }
   void EndMessages() override { --gathering; }
+  std::string OfferMissingTargetFolder(const std::string& folder) override {
+    return offer_folder ? offer_folder(folder) : "";
+  }
 
+  std::function<std::string(const std::string&)> offer_folder;
   app::MessageResult confirm = app::MessageResult::Yes;
   app::MessageResult error_answer = app::MessageResult::Ignore;
   std::deque<app::UserRequest> requests;

@@ -3,11 +3,13 @@
 // the per-step begin and completion lines, with scripted converters standing in for the real.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
 
 #include "app/main_form.h"
+#include "app/run_summary.h"
 #include "fake_view.h"
 #include "test_support/scripted_routines.h"
 #include "test_support/office_folders.h"
@@ -20,7 +22,7 @@ using R = RunRoutines;
 
 constexpr std::int64_t kStart = 1794733507;  // 11/15/2026 9:05:07 AM UTC
 
-std::vector<std::string> ReadLog(const std::string& path) {
+std::vector<std::string> ReadAllOfLog(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   std::stringstream buffer;
   buffer << in.rdbuf();
@@ -32,6 +34,29 @@ std::vector<std::string> ReadLog(const std::string& path) {
   }
   EXPECT_EQ(start, text.size()) << "every log line ends in CR LF";
   return lines;
+}
+
+// The lines the run and the converters wrote, without the report appended after them.
+std::vector<std::string> ReadLog(const std::string& path) {
+  std::vector<std::string> lines = ReadAllOfLog(path);
+  for (std::size_t i = 0; i + 1 < lines.size(); ++i) {
+    if (lines[i].empty() && lines[i + 1] == kReportHeading) {
+      lines.resize(i);
+      break;
+    }
+  }
+  return lines;
+}
+
+// The report appended to the log, from its heading on.
+std::vector<std::string> ReportInLog(const std::string& path) {
+  std::vector<std::string> lines = ReadAllOfLog(path);
+  auto heading = std::find(lines.begin(), lines.end(), kReportHeading);
+  return heading == lines.end() ? std::vector<std::string>{} : std::vector<std::string>(heading, lines.end());
+}
+
+bool Has(const std::vector<std::string>& lines, const std::string& line) {
+  return std::find(lines.begin(), lines.end(), line) != lines.end();
 }
 
 class RunTest : public ::testing::Test {
@@ -85,18 +110,23 @@ TEST_F(RunTest, NoStepsWritesHeaderListboxLinesAndTheSummary) {
             Lines({"", "", "Qorvane Conversion End = 11/15/2026 9:05:07 AM",
                    "Elapsed Time:  0 days  0 hrs  0 mins  0 secs"}));
   EXPECT_EQ(main_form.LogPath(), target + "/ConvLog-261115-957.log");
-  ASSERT_EQ(view.messages.size(), 2u);
+  // What will change leads, then the old question word for word, then the one the buttons answer.
+  ASSERT_EQ(view.messages.size(), 1u);
   EXPECT_EQ(view.messages[0],
-            "You should have a good backup of your data BEFORE using this option.  If you have a "
-            "many records (thousands) to merge and convert this task may take a long time.  The "
-            "files are '*.DBF', '*.CDX', '*.FPT' in the subdirectory called '" + source +
-            "/'. Do you wish to continue?\n\n"
             "What this run will change:\n"
             "- No conversion step is ticked: nothing is converted into " + target + "/office.mdb.\n"
             "- Empties no table of office.mdb first.\n"
             "- Only reads the source tables in " + source + "/ (no Preliminary Corrections).\n"
-            "- Converts every file number.");
-  EXPECT_EQ(view.messages[1], "Conversion complete: 0 days  0 hrs  0 mins  0 secs");
+            "- Converts every file number.\n\n"
+            "You should have a good backup of your data BEFORE using this option.  If you have a "
+            "many records (thousands) to merge and convert this task may take a long time.  The "
+            "files are '*.DBF', '*.CDX', '*.FPT' in the subdirectory called '" + source +
+            "/'. Do you wish to continue?\n\n"
+            "Convert now?");
+  // The summary does not halt the run's end as a box: it heads the report.
+  EXPECT_EQ(main_form.CompletionText(), "Conversion complete: 0 days  0 hrs  0 mins  0 secs");
+  EXPECT_TRUE(Has(view.notices, "Conversion complete: 0 days  0 hrs  0 mins  0 secs"));
+  EXPECT_EQ(RunHeadline(main_form), "Conversion complete: 0 days  0 hrs  0 mins  0 secs");
   EXPECT_FALSE(main_form.session().InConversion());
   EXPECT_FALSE(main_form.session().LogOpen());
   EXPECT_TRUE(main_form.form().ButtonsEnabled);
@@ -127,13 +157,15 @@ TEST_F(RunTest, TheConfirmationSaysWhatTheRunWillChange) {
   view.confirm = MessageResult::No;
   main_form.cmdNEWConvert();
   ASSERT_EQ(view.messages.size(), 1u);
-  std::string changes = view.messages[0].substr(view.messages[0].find("continue?\n\n") + 11);
+  std::string changes = view.messages[0].substr(0, view.messages[0].find("\n\nYou should have a good backup"));
   EXPECT_EQ(changes,
             "What this run will change:\n"
             "- Converts into " + target + "/office.mdb: Clients and Orders (Property).\n"
             "- Then repairs the converted rows (Massage Data): Invoice.\n"
-            "- EMPTIES these tables of office.mdb first (Clear Data First): Clients, Invoices and Users. "
+            "- EMPTIES these tables of office.mdb first (Clear Data First): Clients and Users. "
             "Their rows are deleted before anything is converted.\n"
+            "- Deletes first the rows of the listed file numbers from Invoices (Clear Data First); their other rows "
+            "stay.\n"
             "- REPAIRS the source tables in " + source + "/ in place (Preliminary Corrections: illegal file "
             "numbers and invalid client keys are corrected and written back). A copy of each table it "
             "changes goes first into " + source + "/qorvane-backup-261115-957/.\n"
@@ -174,12 +206,17 @@ TEST_F(RunTest, UnsetDirectoriesAreRefusedAfterBothChecks) {
             "for proper settings. If VL.ini does not exist, install/reinstall PYX, set correct "
             "data directory, and run Qorvane again.");
   EXPECT_EQ(view.messages[1], target + "/Office.mdb not found. Please verify path and file name");
-  // Beside the old program's words: where this program looked, and what to do next.
-  ASSERT_EQ(view.notices.size(), 2u);
+  // Beside the old program's words: where this program looked, and what to do next; the log of
+  // a refused run is kept in the settings folder, not among the office's files.
+  ASSERT_EQ(view.notices.size(), 3u);
   EXPECT_NE(view.notices[0].find(dir.path() + "/settings/VL.ini ([DIRECTORIES] DATADIR)"), std::string::npos)
       << view.notices[0];
   EXPECT_EQ(view.notices[1], "No office.mdb in " + target + "/: `qorvane init-target " + target +
                                  "/` writes a blank one there.");
+  EXPECT_EQ(main_form.LogPath(), dir.path() + "/settings/ConvLog-261115-957.log");
+  EXPECT_EQ(view.notices[2], "Nothing was converted; this run's log is kept in " + main_form.LogPath() +
+                                 ", not among the office's files.");
+  EXPECT_FALSE(std::filesystem::exists(target + "/ConvLog-261115-957.log"));
 }
 
 TEST_F(RunTest, MissingPropertyTableMessageEndsInADoubleQuote) {
@@ -229,7 +266,7 @@ TEST_F(RunTest, StepsWriteTheirBeginAndCompletionLinesInTheFixedOrder) {
                    "Begin conversion: Users.mdb", "Users table conversion complete: 2 records",
                    "", "Qorvane Conversion End = 11/16/2026 9:05:06 AM",
                    "Elapsed Time:  1 days  0 hrs  29 mins  59 secs"}));
-  EXPECT_EQ(view.messages.back(), "Conversion complete: 1 days  0 hrs  29 mins  59 secs");
+  EXPECT_EQ(main_form.CompletionText(), "Conversion complete: 1 days  0 hrs  29 mins  59 secs");
   EXPECT_TRUE(form.ImageVisible("imaclient"));
   EXPECT_FALSE(form.ImageVisible("imaClientNow"));
   // The marks tell what each step came to, and the gauge ends full.
@@ -416,18 +453,111 @@ TEST_F(RunTest, RunsInOneSecondKeepEveryLogNumberedInTimeOrderAndAnUnsetTargetLo
             view.notices.end());
 }
 
-TEST_F(RunTest, ALogThatCannotBeOpenedEndsTheRunCleanly) {
+// A target folder that is not there is named, with what to do; the run is refused as for any
+// folder without office.mdb, and its log goes into the settings folder instead of an error
+// about the log file.
+TEST_F(RunTest, AMissingTargetFolderIsNamedAndTheRunRefusedWithoutAnError) {
   main_form.form().txtZulPath = dir.path() + "/no/such/folder";
   main_form.cmdNEWConvert();
-  EXPECT_EQ(main_form.outcome(), RunOutcome::Failed);
-  // The folder is named, with what makes it, before the error the log's file gives.
-  ASSERT_EQ(view.notices.size(), 2u);
-  EXPECT_EQ(view.notices[0].rfind("The target folder " + dir.path() + "/no/such/folder/ does not exist: ", 0), 0u)
-      << view.notices[0];
-  EXPECT_EQ(view.notices[1].rfind("Error # 53 in module cmdNEWConvert: cannot open: " + dir.path() +
-                                  "/no/such/folder/ConvLog-", 0), 0u) << view.notices[1];
+  EXPECT_EQ(main_form.outcome(), RunOutcome::DirectoriesNotSet);
+  ASSERT_GE(view.notices.size(), 1u);
+  EXPECT_EQ(view.notices[0], "The target folder " + dir.path() + "/no/such/folder/ does not exist: `qorvane init-target " +
+                                 dir.path() + "/no/such/folder/` makes it with a blank office.mdb in it, or give another "
+                                 "folder with --target DIR.");
+  for (const std::string& notice : view.notices) EXPECT_EQ(notice.find("Error #"), std::string::npos) << notice;
+  EXPECT_EQ(ReadLog(main_form.LogPath()).back(), "Conversion aborted: Data directories not correctly set");
+  EXPECT_EQ(main_form.LogPath().rfind(dir.path() + "/settings/ConvLog-", 0), 0u);
   EXPECT_FALSE(main_form.session().InConversion());
   EXPECT_TRUE(main_form.form().ButtonsEnabled);
+}
+
+// A face may make the missing folder (the window's "Create it with a blank office.mdb"): the
+// run then goes on in it.
+TEST_F(RunTest, AMissingTargetFolderAFaceMadeIsTakenAndTheRunGoesOn) {
+  std::string made = dir.path() + "/made";
+  view.offer_folder = [&](const std::string& folder) {
+    EXPECT_EQ(folder, dir.path() + "/no/such/folder/");
+    std::filesystem::create_directories(made);
+    std::ofstream(made + "/office.mdb") << "x";
+    return made;
+  };
+  main_form.form().txtZulPath = dir.path() + "/no/such/folder";
+  main_form.cmdNEWConvert();
+  EXPECT_EQ(main_form.outcome(), RunOutcome::Completed);
+  EXPECT_EQ(main_form.form().txtZulPath, made + "/");
+  EXPECT_EQ(main_form.LogPath().rfind(made + "/ConvLog-", 0), 0u);
+}
+
+// The report goes into the log after its end lines, also for a stopped run; it names where the
+// run stopped, what did not run, what a second run does, and the file of the skipped records.
+TEST_F(RunTest, TheReportIsAppendedToTheLogAndAStoppedRunSaysWhereAndWhatIsLeft) {
+  auto& form = main_form.form();
+  for (CheckBox box : {CheckBox::ckbClient, CheckBox::ckbApprFee, CheckBox::ckbclientfee, CheckBox::ckbusers}) {
+    form.SetCheck(box, true);
+  }
+  Register(&R::ConvertClientDBF, [&] {
+    StepResult result = test::Shown(2);
+    result.ledger.Expect(2);
+    result.ledger.Record("client.dbf record 1 (Cli_num 7)", RecordResult::Added());
+    result.ledger.Record("client.dbf record 2 (Cli_num 8)", RecordResult::Skipped("a private person, \"~\""));
+    return result;
+  });
+  Register(&R::ConvertClientFeeDBF, [&] {
+    StepResult result;
+    result.ledger.Expect(500);
+    form.RecordNumber = 120;
+    form.RecordTotal = 500;
+    for (int i = 1; i < 120; ++i) result.ledger.Record("clifee.dbf record " + std::to_string(i), RecordResult::Added());
+    view.requests.push_back(UserRequest::Quit);
+    main_form.DoEvents();
+    return result;
+  });
+  view.escape_answers.push_back(EscapeChoice::Stop);
+  main_form.cmdNEWConvert();
+  ASSERT_EQ(main_form.outcome(), RunOutcome::Stopped);
+  EXPECT_EQ(ReadLog(main_form.LogPath()).back(), "Conversion aborted by User and program ended (Quit button)");
+  std::vector<std::string> report = ReportInLog(main_form.LogPath());
+  ASSERT_GE(report.size(), 6u);
+  EXPECT_EQ(report[1], "Stopped by you during Client fees (record 120 of 500).");
+  EXPECT_EQ(report[2], "Converison aborted by User.");
+  EXPECT_EQ(report[3], "Not run: Users.");
+  EXPECT_EQ(report[4].rfind("Running the same conversion again is safe and finishes the job.", 0), 0u) << report[4];
+  EXPECT_TRUE(Has(report, "Client fees read 119 of the 500 records it found: 381 were not reached (the run was stopped)."));
+  std::string rejects = RejectsPathFor(main_form.LogPath());
+  EXPECT_EQ(main_form.RejectsPath(), rejects);
+  EXPECT_TRUE(Has(report, "The 1 record skipped or refused, each with its table, record number, key and reason, are "
+                          "listed in " + rejects + "."));
+  std::ifstream csv(rejects, std::ios::binary);
+  std::string text((std::istreambuf_iterator<char>(csv)), std::istreambuf_iterator<char>());
+  EXPECT_EQ(text, "\xEF\xBB\xBFstep,table,record,key,outcome,reason\r\n"
+                  "Clients,client.dbf,2,Cli_num 8,skipped,\"a private person, \"\"~\"\"\"\r\n");
+  // Nothing is left looking as if it still ran.
+  EXPECT_EQ(form.gauprogress, 0);
+  EXPECT_EQ(form.Mark("imaclientfee"), StepMark::Stopped);
+  EXPECT_FALSE(form.ImageVisible("imaClientFeeNow"));
+  EXPECT_TRUE(form.RunningCaption.empty());
+}
+
+// OK-only messages during a run (the duplicate-client notice) do not halt it: they are notices,
+// the notice gets its count, and the report gathers them.
+TEST_F(RunTest, ANoticeDuringARunDoesNotHaltItAndTheReportGathersIt) {
+  main_form.form().SetCheck(CheckBox::ckbClient, true);
+  main_form.form().SetCheck(CheckBox::ckbPrelim, true);
+  routines.check_clients = [&] {
+    main_form.form().lstafterdup = {"9SMITH", "12SMITH"};
+    main_form.MsgBox("Invalid Client records were found and corrected automatically.");
+  };
+  main_form.cmdNEWConvert();
+  ASSERT_EQ(main_form.outcome(), RunOutcome::Completed);
+  EXPECT_EQ(view.messages.size(), 1u) << "only the confirmation was a box";
+  const std::string notice = "Invalid Client records were found and corrected automatically. (2 client keys in "
+                             "client.dbf; each is listed, with its correction, in the duplicate-client form)";
+  EXPECT_TRUE(Has(view.notices, notice));
+  EXPECT_EQ(main_form.RunNotices(), std::vector<std::string>{notice});
+  std::vector<std::string> report = ReportInLog(main_form.LogPath());
+  ASSERT_GE(report.size(), 3u);
+  EXPECT_EQ(report[1], "Conversion complete: 0 days  0 hrs  0 mins  0 secs");
+  EXPECT_EQ(report[2], notice);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "app/main_form.h"
+#include "app/steps.h"
 #include "fake_view.h"
 #include "test_support/temp_dir.h"
 
@@ -35,6 +36,42 @@ TEST(ProfileStrings, SectionsAndKeysAreCaseBlindAndWritesKeepTheRest) {
   EXPECT_EQ(ReadText(path),
             "; comment\r\n[Directories]\r\nDataDir = \"C:\\ZUL\\DATA\\\"\r\nDATAFILE=Office.mdb\r\n"
             "[Other]\r\nX=2\r\n\r\n[New]\r\nk=v\r\n");
+}
+
+// A fresh account has no ~/.config (nor ~/.config/qorvane): the first choices stored make both.
+TEST(ProfileStrings, StoringChoicesMakesTheSettingsFolderAndTheFoldersAboveIt) {
+  test::TempDir dir;
+  Settings settings(dir.path() + "/home/.config/qorvane/");
+  settings.Write(tags::kLastSourcePath, "/data/pyx/");
+  EXPECT_EQ(ReadProfileString(dir.path() + "/home/.config/qorvane/FOXCON.INI", "PATHS", "PyxPath", ""), "/data/pyx/");
+}
+
+// "Massage Data" is never ticked with nothing to massage, also when stored choices say so.
+TEST(TickMassage, KeepsMassageDataAndItsThreeBoxesTogether) {
+  struct Case {
+    const char* what;
+    std::vector<std::pair<CheckBox, bool>> clicks;
+    bool massage, property, assigned, invoice;
+  };
+  using enum CheckBox;
+  const Case cases[] = {
+      {"Massage Data alone ticks the three", {{ckbMassage, true}}, true, true, true, true},
+      {"one of the three ticks Massage Data", {{ckbmassageinvoice, true}}, true, false, false, true},
+      {"Massage Data keeps the one ticked", {{ckbmassageinvoice, true}, {ckbMassage, true}}, true, false, false, true},
+      {"clearing Massage Data clears the three", {{ckbMassage, true}, {ckbMassage, false}}, false, false, false, false},
+      {"clearing the last of the three clears it",
+       {{ckbmassageinvoice, true}, {ckbmassageproperty, true}, {ckbmassageinvoice, false}, {ckbmassageproperty, false}},
+       false, false, false, false},
+  };
+  for (const Case& test : cases) {
+    SCOPED_TRACE(test.what);
+    FormModel form;
+    for (auto [box, checked] : test.clicks) TickMassage(form, box, checked);
+    EXPECT_EQ(form.Checked(ckbMassage), test.massage);
+    EXPECT_EQ(form.Checked(ckbmassageproperty), test.property);
+    EXPECT_EQ(form.Checked(ckbmassageassigned), test.assigned);
+    EXPECT_EQ(form.Checked(ckbmassageinvoice), test.invoice);
+  }
 }
 
 TEST(SettingTag, ParsesTokenFileSectionKeyAndDefault) {

@@ -10,6 +10,7 @@
 
 #include "test_support/sample_office.h"
 #include "test_support/temp_dir.h"
+#include "test_support/whole_tables.h"
 
 namespace qorvane {
 namespace {
@@ -49,11 +50,14 @@ class SourceCheck : public ::testing::Test {
   void SetUp() override {
     source = dir.path() + "/pyx";
     std::filesystem::create_directories(source);
-    test::WriteFoxTable(source + "/PROPERTY.DBF", {{"FILE_NUM", 'C', 10}, {"INV_NUM", 'C', 10}, {"CLI_NUM", 'C', 10}},
-                        {{FoxText("1001"), FoxText("I1"), FoxText("C1")}, {FoxText("1002"), FoxText(""), FoxText("")}},
-                        {{"FILE_NUM", "FILE_NUM", "", false}});
-    test::WriteFoxTable(source + "/CLIENT.DBF", {{"CLI_NUM", 'C', 5}, {"CLI_LNAME", 'C', 20}, {"CLI_BILL", 'C', 5}},
-                        {{FoxText("1"), FoxText("ADAMS"), FoxText("")}, {FoxText("2"), FoxText("BAKER"), FoxText("")}});
+    WriteProperty({{{"FILE_NUM", "1001"}, {"INV_NUM", "I1"}, {"CLI_NUM", "C1"}}, {{"FILE_NUM", "1002"}}});
+    WriteClients({{{"CLI_NUM", "1"}, {"CLI_LNAME", "ADAMS"}}, {{"CLI_NUM", "2"}, {"CLI_LNAME", "BAKER"}}});
+  }
+  void WriteProperty(const std::vector<test::FieldValues>& rows) {
+    test::WriteWholeTable(source + "/PROPERTY.DBF", "property.dbf", rows, {{"FILE_NUM", "FILE_NUM", "", false}});
+  }
+  void WriteClients(const std::vector<test::FieldValues>& rows) {
+    test::WriteWholeTable(source + "/CLIENT.DBF", "client.dbf", rows, {{"CLI_NUM", "CLI_NUM", "", false}});
   }
   test::TempDir dir;
   std::string source;
@@ -65,26 +69,33 @@ TEST_F(SourceCheck, ACleanOfficeNeedsNothingAndSaysSo) {
   EXPECT_EQ(run.status, 0) << run.out;
   EXPECT_NE(run.out.find("property.dbf: 2 records\n"), std::string::npos) << run.out;
   EXPECT_NE(run.out.find("client.dbf: 2 records\n"), std::string::npos);
-  EXPECT_NE(run.out.find("0 file number(s) would be repaired"), std::string::npos);
+  EXPECT_NE(run.out.find("No file number needs the Preliminary Corrections.\n"
+                         "No client key needs the duplicate-client correction.\nNothing was written.\n"
+                         "next: qorvane convert --source " + source + "/ --target DIR\n"),
+            std::string::npos) << run.out;
   EXPECT_EQ(Snapshot(source), before);
 }
 
 TEST_F(SourceCheck, IllegalNumbersAndBadClientKeysAreListedAndNothingIsWritten) {
-  test::WriteFoxTable(source + "/PROPERTY.DBF", {{"FILE_NUM", 'C', 10}, {"INV_NUM", 'C', 10}, {"CLI_NUM", 'C', 10}},
-                      {{FoxText("1#2#3&4"), FoxText("I1"), FoxText("C&1")}, {FoxText("ab 12"), FoxText(""), FoxText("")}},
-                      {{"FILE_NUM", "FILE_NUM", "", false}});
-  test::WriteFoxTable(source + "/CLIENT.DBF", {{"CLI_NUM", 'C', 5}, {"CLI_LNAME", 'C', 20}, {"CLI_BILL", 'C', 5}},
-                      {{FoxText("7"), FoxText("SMITH"), FoxText("")}, {FoxText("9"), FoxText("SMITH"), FoxText("X*")}});
+  WriteProperty({{{"FILE_NUM", "1#2#3&4"}, {"INV_NUM", "1#2#3&4"}, {"CLI_NUM", "C&1"}}, {{"FILE_NUM", "ab 12"}}});
+  WriteClients({{{"CLI_NUM", "7"}, {"CLI_LNAME", "SMITH"}}, {{"CLI_NUM", "9"}, {"CLI_LNAME", "SMITH"}, {"CLI_BILL", "X*"}}});
   auto before = Snapshot(source);
   CheckRun run = Check(source);
   EXPECT_EQ(run.status, 1) << run.out;
   for (const char* line : {"Preliminary data correction to illegal VL property.dbf fields (file_num and Inv_num)\n"
                            "VL CORRECTION: illegal file_num (1#2#3&4) converted = 1-2-3&4\n"
+                           "VL CORRECTION: illegal Inv_num (1#2#3&4) converted = 1-2-3&4\n"
                            "VL CORRECTION: illegal Cli_num (C&1) converted = C-1\n",
                            "Preliminary data correction to illegal VL Client.dbf field (Cli_Bill)\n"
                            "VL CORRECTION: illegal Cli_Bill (X*) converted = X-\n",
                            "Checking For duplicate Client Listings\nClientnum: 9 Cli_lname: SMITH = 9SMITH\n",
-                           "3 file number(s) would be repaired by the Preliminary Corrections, 1 client key(s)"}) {
+                           // A number met in two fields is one number to repair, in two places.
+                           "3 numbers would be repaired by the Preliminary Corrections, in 4 places:\n"
+                           "  1#2#3&4 becomes 1-2-3&4 (property.dbf Inv_num and property.dbf file_num)\n"
+                           "  C&1 becomes C-1 (property.dbf Cli_num)\n  X* becomes X- (client.dbf Cli_Bill)\n",
+                           "1 client key in client.dbf would be changed by the duplicate-client correction",
+                           "  client 9 SMITH becomes 9SMITH: its number followed by its key, which another client has too\n"
+                           "Nothing was written.\nnext: qorvane convert --source "}) {
     EXPECT_NE(run.out.find(line), std::string::npos) << line << "\n---\n" << run.out;
   }
   EXPECT_EQ(Snapshot(source), before);

@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 
 #include "cli/choices.h"
+#include "test_support/sample_office.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::cli {
@@ -90,11 +91,15 @@ TEST_F(CommandLineTest, TheConfirmationOnStandardErrorSaysWhatTheRunWillChange) 
   std::array<char, 4096> buffer;
   while (std::size_t n = fread(buffer.data(), 1, buffer.size(), pipe)) err.append(buffer.data(), n);
   pclose(pipe);
-  EXPECT_NE(err.find("'. Do you wish to continue?\n\nWhat this run will change:\n"), std::string::npos) << err;
-  EXPECT_NE(err.find("\n- EMPTIES these tables of office.mdb first (Clear Data First): Clients and Invoices."),
+  // What will change comes first, then the old question, and the answer stands beside "Convert now?".
+  EXPECT_NE(err.find("qorvane: What this run will change:\n"), std::string::npos) << err;
+  EXPECT_NE(err.find("\n- EMPTIES these tables of office.mdb first (Clear Data First): Clients."), std::string::npos) << err;
+  EXPECT_NE(err.find("\n- Deletes first the rows of the listed file numbers from Invoices (Clear Data First); their "
+                     "other rows stay.\n"),
             std::string::npos) << err;
   EXPECT_NE(err.find("\n- Converts only the file numbers 1001, each afresh: their rows in "), std::string::npos) << err;
-  EXPECT_NE(err.find("\nyes (--yes)\n"), std::string::npos) << err;
+  EXPECT_NE(err.find("\n\nYou should have a good backup"), std::string::npos) << err;
+  EXPECT_NE(err.find("'. Do you wish to continue?\n\nConvert now? yes (--yes)\n"), std::string::npos) << err;
 }
 
 TEST_F(CommandLineTest, ARunThatCannotOpenItsTargetGoesToItsEndAndExitsThree) {
@@ -112,15 +117,19 @@ TEST_F(CommandLineTest, AMissingTargetFolderIsNamedAndInitTargetMakesIt) {
   std::string missing = dir.path() + "/not/yet";
   Result result = RunQorvane("convert --source " + source + " --target " + missing + " --settings " +
                              dir.path() + "/settings --yes --steps none", true);
-  EXPECT_EQ(result.status, 3);
-  EXPECT_NE(result.out.find("The target folder " + missing + "/ does not exist: `qorvane init-target " + missing + "/`"),
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.out.find("qorvane: The target folder " + missing + "/ does not exist: `qorvane init-target " +
+                            missing + "/` makes it with a blank office.mdb in it, or give another folder with --target DIR.\n"),
             std::string::npos) << result.out;
-  EXPECT_NE(result.out.find("Error # 53 in module cmdNEWConvert"), std::string::npos) << result.out;
+  EXPECT_EQ(result.out.find("Error #"), std::string::npos) << "the folder is named, not the log it could not open";
 
   Result made = RunQorvane("init-target " + missing, true);
   EXPECT_EQ(made.status, 0);
   EXPECT_EQ(made.out, "init-target: wrote " + missing + "/office.mdb (12 tables)\n");
-  EXPECT_EQ(RunQorvane("init-target " + missing).status, 1);
+  Result again = RunQorvane("init-target " + missing, true);
+  EXPECT_EQ(again.status, 1);
+  EXPECT_EQ(again.out, "init-target: " + missing + "/office.mdb: already exists; it is left as it is (remove it first to "
+                       "start afresh)\n");
   std::ofstream(dir.path() + "/a-file") << "x";
   Result blocked = RunQorvane("init-target " + dir.path() + "/a-file/t", true);
   EXPECT_EQ(blocked.status, 3);
@@ -145,6 +154,76 @@ TEST_F(CommandLineTest, DamageReadPastIsShownAFewTimesPerFileAndLoggedInFull) {
   EXPECT_GT(count(ReadText(LastLine(result.out)), "property.dbf: record "), 10u);
 }
 
+// Ctrl-C with no terminal to answer on stops the run. The report then says where it stopped and
+// what did not run, on standard output and at the end of the log, and a second run of the same
+// conversion reaches what one uninterrupted run reaches (mdb-count), nothing added twice.
+TEST_F(CommandLineTest, AStoppedRunSaysWhereAndTheSameRunAgainFinishesTheJob) {
+  if (test::Command("command -v mdb-count").empty()) GTEST_SKIP() << "mdb-count (mdbtools) is not installed";
+  ASSERT_EQ(RunQorvane("sample " + source + " --orders 4000").status, 0);
+  ASSERT_EQ(RunQorvane("init-target " + target).status, 0);
+  std::string whole = dir.path() + "/W";
+  ASSERT_EQ(RunQorvane("init-target " + whole).status, 0);
+  // Every step but the per-party form rows, whose second run adds the rows of form types the
+  // order step made in the first: that is so for any two runs, stopped or not.
+  const std::string choices = " --yes --quiet --steps formtypes,client,appraiser,property,invoice,apprexp,applied,"
+                              "company,users --massage all";
+  std::string out_file = dir.path() + "/out.txt";
+  std::string command = std::string(QORVANE_CLI_PATH) + " convert " + common + choices + " </dev/null >" + out_file +
+                        " 2>/dev/null & pid=$!; "
+                        "for i in $(seq 1 600); do grep -qs 'Begin conversion: Invoice.mdb' " + target +
+                        "/ConvLog-*.log && break; sleep 0.02; done; kill -INT $pid; wait $pid; echo $?";
+  std::string status = test::Command(command);
+  ASSERT_EQ(status, "1\n") << "the stopped run exits 1";
+  std::string out = ReadText(out_file);
+  // Stopped in the invoices, or just after them on a quick machine.
+  EXPECT_EQ(out.rfind("Stopped by you during ", 0), 0u) << out;
+  EXPECT_NE(out.find(" (record "), std::string::npos) << out;
+  EXPECT_NE(out.find("Applied payments, Company, Users and Massage Data (Property, Assigned and Invoice).\n"),
+            std::string::npos) << out;
+  EXPECT_NE(out.find("\nRunning the same conversion again is safe and finishes the job."), std::string::npos);
+  std::string log = ReadText(LastLine(out));
+  EXPECT_NE(log.find("Conversion aborted by User and program ended (Quit button)\r\n\r\nWhat this run did:\r\n"
+                     "Stopped by you during "),
+            std::string::npos) << log;
+
+  Result second = RunQorvane("convert " + common + choices);
+  ASSERT_EQ(second.status, 0);
+  ASSERT_EQ(RunQorvane("convert --source " + source + " --target " + whole + " --settings " + dir.path() +
+                       "/settings" + choices).status, 0);
+  // The records the report counts as skipped or refused are the rows of the rejects file, as
+  // Python's csv reader sees them.
+  std::size_t at = second.out.find(" skipped or refused, each with its table, record number, key and reason, are listed in ");
+  ASSERT_NE(at, std::string::npos) << second.out;
+  std::size_t start = second.out.rfind("The ", at) + 4;
+  std::string count = second.out.substr(start, second.out.find(' ', start) - start);
+  std::erase(count, ',');
+  std::size_t path_at = at + std::string(" skipped or refused, each with its table, record number, key and reason, are listed in ").size();
+  std::string rejects = second.out.substr(path_at, second.out.find(".\n", path_at) - path_at);
+  EXPECT_EQ(test::Command("python3 -c \"import csv,sys; print(sum(1 for row in csv.DictReader(open(sys.argv[1], "
+                          "encoding='utf-8-sig')) if row['outcome'] in ('skipped', 'refused') and row['reason']))\" " +
+                          test::ShellQuote(rejects)),
+            count + "\n");
+  for (const char* table : {"Property", "Invoice", "Assigned", "Client", "ClientContact", "Appraiser", "FormTypes",
+                            "Company", "users"}) {
+    auto count = [&](const std::string& folder) {
+      return test::Command("mdb-count " + test::ShellQuote(folder + "/office.mdb") + " " + table);
+    };
+    EXPECT_EQ(count(target), count(whole)) << table;
+  }
+}
+
+// --view-log with nothing to open the log with says so and names the log, instead of nothing.
+TEST_F(CommandLineTest, ViewLogWithNothingToOpenItNamesTheLog) {
+  ASSERT_EQ(RunQorvane("sample " + source + " --orders 1").status, 0);
+  ASSERT_EQ(RunQorvane("init-target " + target).status, 0);
+  std::string command = "env -u VISUAL -u EDITOR -u DISPLAY -u WAYLAND_DISPLAY " + std::string(QORVANE_CLI_PATH) +
+                        " convert " + common + " --yes --quiet --steps none --view-log </dev/null 2>&1";
+  std::string out = test::Command(command);
+  EXPECT_NE(out.find("qorvane: nothing to open the log with: set $VISUAL or $EDITOR (or install xdg-utils on a "
+                     "desktop); the log is " + target + "/ConvLog-"),
+            std::string::npos) << out;
+}
+
 TEST_F(CommandLineTest, WithoutYesAndWithoutATerminalTheConfirmationIsDeclined) {
   std::ofstream(source + "/Property.dbf") << "x";
   std::ofstream(target + "/Office.mdb") << "x";
@@ -157,6 +236,19 @@ TEST_F(CommandLineTest, BadUseExitsTwo) {
   EXPECT_EQ(RunQorvane("convrt").status, 2);
   EXPECT_EQ(RunQorvane("convert " + common + " --source-codepage 12345 --yes").status, 2);
   EXPECT_EQ(RunQorvane("convert " + common + " --files '1001,far too long a number' --yes").status, 2);
+  Result letters = RunQorvane("convert " + common + " --files abc --yes", true);
+  EXPECT_EQ(letters.status, 2);
+  EXPECT_NE(letters.out.find("--files: 'abc' is not a file number"), std::string::npos) << letters.out;
+  // A misspelt option is named with the one meant, for each command.
+  for (const auto& [args, message] : std::vector<std::pair<std::string, std::string>>{
+           {"convert --souce " + source, "unknown option --souce (did you mean --source?); see qorvane convert --help"},
+           {"check --sorce " + source, "unknown option --sorce (did you mean --source?); see qorvane check --help"},
+           {"export x.mdb --formt csv", "unknown option --formt (did you mean --format?); see qorvane export --help"},
+           {"convert --frobnicate", "unknown option --frobnicate; see qorvane convert --help"}}) {
+    Result misspelt = RunQorvane(args, true);
+    EXPECT_EQ(misspelt.status, 2) << args;
+    EXPECT_EQ(misspelt.out, "qorvane: " + message + "\n");
+  }
   EXPECT_EQ(RunQorvane("").status, 2);
   EXPECT_EQ(RunQorvane("frobnicate").status, 2);
   EXPECT_EQ(RunQorvane("convert " + common + " --steps property,nonsense --yes").status, 2);
@@ -165,21 +257,36 @@ TEST_F(CommandLineTest, BadUseExitsTwo) {
 }
 
 // Every option and argument of every command says what it is for: a line of --help naming one
-// ends with its description, not with its bare type.
-TEST(Help, EveryOptionOfEveryCommandHasADescription) {
+// ends with its description, not with its bare type, and names what it takes (DIR, LIST), not
+// TEXT. Each command's help has its own examples and exit status, and no example would empty
+// a table without asking (--clear with --yes).
+TEST(Help, EveryCommandSaysItsOwnOptionsExamplesAndExitStatus) {
   for (std::string command : {"", "convert", "init-target", "check", "sample", "export"}) {
     Result help = RunQorvane(command + " --help");
     ASSERT_EQ(help.status, 0) << command;
     std::istringstream lines(help.out);
     bool in_list = false;
     for (std::string line; std::getline(lines, line);) {
+      if (line.rfind("  qorvane ", 0) == 0) {
+        EXPECT_FALSE(line.find("--clear") != std::string::npos && line.find("--yes") != std::string::npos) << line;
+      }
       if (line == "Options:" || line == "Positionals:" || line == "Subcommands:") { in_list = true; continue; }
       if (line.empty() || line[0] != ' ') { in_list = false; continue; }
       if (!in_list) continue;
       std::size_t end = line.find_last_not_of(' ');
       EXPECT_TRUE(line.size() > 30 && end >= 30) << "qorvane " << command << ": " << line;
+      EXPECT_EQ(line.find(" TEXT "), std::string::npos) << "qorvane " << command << ": " << line;
+    }
+    if (command.empty()) continue;
+    EXPECT_NE(help.out.find("\nExit status: 0 "), std::string::npos) << command;
+    EXPECT_NE(help.out.find("  qorvane " + command + " "), std::string::npos) << command << ": no example of its own";
+    if (command != "sample") {
+      EXPECT_EQ(help.out.find("qorvane sample demo/source"), std::string::npos)
+          << command << " repeats the examples of every command";
     }
   }
+  // init-target has its own statuses: 1 is an office.mdb already there.
+  EXPECT_NE(RunQorvane("init-target --help").out.find("1 an office.mdb is there already"), std::string::npos);
 }
 
 TEST(Export, ListsTheTablesOfADatabaseAndRefusesOtherFiles) {
@@ -199,7 +306,7 @@ TEST(ApplyChoices, WordsSetTheirCheckBoxes) {
   choices.steps = "Property, invoice";
   choices.clear = "all";
   choices.massage = "assigned";
-  choices.files = " 1001, 1002-A ,";
+  choices.files = " 1001, 1002-A ,1001";
   EXPECT_FALSE(ApplyChoices(choices, form).has_value());
   EXPECT_TRUE(form.Checked(app::CheckBox::ckbProperty));
   EXPECT_TRUE(form.Checked(app::CheckBox::ckbinvoice));
@@ -208,7 +315,7 @@ TEST(ApplyChoices, WordsSetTheirCheckBoxes) {
   EXPECT_TRUE(form.Checked(app::CheckBox::ckbMassage));
   EXPECT_TRUE(form.Checked(app::CheckBox::ckbmassageassigned));
   EXPECT_FALSE(form.Checked(app::CheckBox::ckbmassageproperty));
-  EXPECT_EQ(form.lstfilenum, (std::vector<std::string>{"1001", "1002-A"}));
+  EXPECT_EQ(form.lstfilenum, (std::vector<std::string>{"1001", "1002-A"}));  // a number listed twice runs once
   // The window's caption words name the same boxes.
   choices.clear = "assigned, users";
   EXPECT_FALSE(ApplyChoices(choices, form).has_value());

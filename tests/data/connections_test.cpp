@@ -68,7 +68,10 @@ class ConnectionsTest : public ::testing::Test {
     void Connect2Data() override { connections.Connect2Data(); }
     void LoadCompanyLabels() override { connections.LoadCompanyLabels(); }
     void PrepareSource() override { connections.PrepareSource(); }
-    void AdoConnect() override { connections.AdoConnect(); }
+    bool AdoConnect() override {
+      connections.AdoConnect();
+      return connections.target_database().is_open();
+    }
     void RefreshSource() override { connections.RefreshSource(); }
     app::TableCounts EndRun() override { return connections.EndRun(); }
     Connections& connections;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <set>
 
 #include "data/duplicate_clients.h"
 #include "data/file_numbers.h"
@@ -15,6 +16,7 @@
 #include "foxpro/record_set.h"
 #include "test_support/office_run.h"
 #include "test_support/sample_office.h"
+#include "test_support/whole_tables.h"
 
 namespace qorvane::data {
 namespace {
@@ -168,9 +170,11 @@ TEST_F(DuplicateClients, EmptyRepeatedAndIllegalKeysBecomeUniqueWithTheClientNum
   EXPECT_EQ(form.lstclinum, (std::vector<std::string>{"40", "5", "9", "12"}));
   EXPECT_EQ(form.lstafterdup, (std::vector<std::string>{"40", "5JONES", "9SMITH", "12SMITH"}));
   EXPECT_EQ(DuplicateClientListText(form), "Duplicate Client List\n=====================\n\nJONES\nSMITH\nSMITH\n");
-  EXPECT_NE(std::find(run.view.messages.begin(), run.view.messages.end(),
-                      "Invalid Client records were found and corrected automatically."),
-            run.view.messages.end());
+  // Said without halting the run, with its count.
+  EXPECT_NE(std::find(run.view.notices.begin(), run.view.notices.end(),
+                      "Invalid Client records were found and corrected automatically. (4 client keys in client.dbf; "
+                      "each is listed, with its correction, in the duplicate-client form)"),
+            run.view.notices.end());
 
   std::map<std::string, std::string> keys;
   for (auto& [record, values] : ReadBack(run.source, "CLIENT", {"CLI_NUM", "CLI_LNAME"})) keys[values[0]] = values[1];
@@ -180,6 +184,53 @@ TEST_F(DuplicateClients, EmptyRepeatedAndIllegalKeysBecomeUniqueWithTheClientNum
   const app::Ledger& ledger = run.Report("client preparation").ledger;
   EXPECT_EQ(ledger.count(app::RecordOutcome::Updated), 4);
   EXPECT_EQ(ledger.count(app::RecordOutcome::Unchanged), 2);
+}
+
+// A key corrected into one that still breaks the rules ("A & B" twice: the second becomes
+// "9A & B") was corrected again by every later run, to a new key, and each run added the same
+// client once more. A key this program corrected is now left as it is, and the confirmation
+// says when the source was corrected and where its copies are.
+TEST(CorrectedClientKeys, ASecondRunWithTheCorrectionsLeavesThemAndAddsNoClient) {
+  test::OfficeRun run;
+  test::WriteFoxTable(run.source + "/PROPERTY.DBF", {{"FILE_NUM", 'C', 10}}, {});
+  test::WriteWholeTable(run.source + "/CLIENT.DBF", "client.dbf",
+                        {{{"CLI_NUM", "7"}, {"CLI_LNAME", "A & B"}},
+                         {{"CLI_NUM", "9"}, {"CLI_LNAME", "A & B"}},
+                         {{"CLI_NUM", "12"}, {"CLI_LNAME", "C&D"}}},
+                        {{"CLI_NUM", "CLI_NUM", "", false}, {"CLI_LNAME", "UPPER(CLI_LNAME)", "", false}});
+  auto convert = [&] {
+    run.Load();
+    run.model().SetCheck(app::CheckBox::ckbClient, true);
+    run.model().SetCheck(app::CheckBox::ckbPrelim, true);
+    auto log = run.Convert();
+    EXPECT_EQ(run.form().outcome(), app::RunOutcome::Completed) << run.Notices();
+    std::multiset<std::string> clients;
+    for (const auto& row : test::MdbExport(run.target + "/office.mdb", "Client")) clients.insert(row.at("Client"));
+    return std::pair{log, clients};
+  };
+  auto [first_log, first_clients] = convert();
+  EXPECT_EQ(std::count_if(first_log.begin(), first_log.end(), [](const std::string& line) { return line.starts_with("Clientnum: "); }), 3);
+  auto [second_log, second_clients] = convert();
+  EXPECT_EQ(second_clients, first_clients);
+  EXPECT_EQ(std::count_if(second_log.begin(), second_log.end(), [](const std::string& line) { return line.starts_with("Clientnum: "); }), 0)
+      << "a corrected key was corrected again";
+  EXPECT_NE(std::find(second_log.begin(), second_log.end(),
+                      "2 client key(s) that an earlier run of this program corrected are left as they are (see "
+                      "qorvane-repairs.journal in the source folder)"),
+            second_log.end());
+  // The confirmation of the second run says when and where the copies are.
+  std::string confirmation;
+  for (const std::string& message : run.view.messages) {
+    if (message.find("Do you wish to continue?") != std::string::npos) confirmation = message;
+  }
+  EXPECT_NE(confirmation.find("The run started 11/15/2026 9:05:07 AM repaired CLIENT.DBF (3 client keys corrected then "
+                              "are not corrected again); the tables as they were before are in " + run.source +
+                              "/qorvane-backup-261115-957/."),
+            std::string::npos) << confirmation;
+  std::map<std::string, std::string> keys;
+  for (auto& [record, values] : ReadBack(run.source, "CLIENT", {"CLI_NUM", "CLI_LNAME"})) keys[values[0]] = values[1];
+  EXPECT_EQ(keys, (std::map<std::string, std::string>{{"7", "7"}, {"9", "9A & B"}, {"12", "12A & B"}}));
+  ExpectIndexVerified(run.source + "/CLIENT.DBF", run.source + "/CLIENT.cdx");
 }
 
 TEST_F(DuplicateClients, WithoutPreliminaryCorrectionsClientDbfIsNotTouched) {

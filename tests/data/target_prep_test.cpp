@@ -79,17 +79,23 @@ TEST_F(TargetPreparation, CheckedBoxesEmptyTheirTablesAndLogInOrder) {
   EXPECT_EQ(run.Report("clear selected tables").ledger.count(app::RecordOutcome::Deleted), 1 + 2 + 1 + 4 + 2);
 }
 
-TEST_F(TargetPreparation, NoBoxWritesOnlyTheHeadingAndAListLimitsPropertyToItsDashARows) {
+TEST_F(TargetPreparation, NoBoxWritesOnlyTheHeadingAndAListLimitsTheOrderTablesToItsDashARows) {
   auto log = run.Convert();
   EXPECT_EQ(test::LinesFrom(log, "Clearing Selected Office.MDB tables (listed below if any)", "Qorvane"),
             (std::vector<std::string>{"Clearing Selected Office.MDB tables (listed below if any)", ""}));
 
+  // Assigned as Property: a run limited to 1001 clears only 1001's rows, not the other orders'.
+  AddRows(mdb, "Assigned", {{{"FileNumber", Text("    1001-A")}, {"Appraiser", Text("JANE ROE")}},
+                            {{"FileNumber", Text("    1002-A")}, {"Appraiser", Text("JANE ROE")}}});
   run.model().SetCheck(app::CheckBox::ckbClearProperty, true);
+  run.model().SetCheck(app::CheckBox::ckbclearapplied, true);
   run.model().lstfilenum = {"1001"};
   log = run.Convert();
   EXPECT_EQ(std::count(log.begin(), log.end(), "Property table cleared from office.mdb"), 0);
+  EXPECT_EQ(std::count(log.begin(), log.end(), "Assigned table cleared from office.mdb"), 0);
   EXPECT_EQ(Column(mdb, "Property", "FileNumber"),
             (std::vector<std::string>{"          ", "      1001", "      1002"}));
+  EXPECT_EQ(Column(mdb, "Assigned", "FileNumber"), (std::vector<std::string>{"    1002-A"}));
 }
 
 TEST_F(TargetPreparation, RowsWithoutAKeyGoAndAMissingTableIsReportedNotFatal) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 
 #include "common/error.h"
 #include "common/os.h"
@@ -91,10 +92,75 @@ TEST_F(DamagedInputTest, HeadersThatCannotDescribeATable) {
   auto version = table_;
   version[0] = std::byte{0x04};
   expect_error(version, ErrorKind::NotSupported, "version byte 0x04");
-  auto short_record = table_;
-  short_record[format::kRecordLengthOffset] = std::byte{20};
-  short_record[format::kRecordLengthOffset + 1] = std::byte{0};
-  expect_error(short_record, ErrorKind::Corrupt, "the fields add up to 86 bytes per record");
+  auto empty = std::vector<std::byte>();
+  expect_error(empty, ErrorKind::Corrupt, "the file is empty (0 bytes)");
+}
+
+// The header's record length and the sum of the field widths disagree: a bit flip hit one of
+// them. What the file's size confirms wins and every record reads as it was written; when
+// neither fits, the table is refused by name instead of read misaligned.
+TEST_F(DamagedInputTest, RecordLengthAndFieldWidthsThatDisagree) {
+  auto set_u16 = [](std::vector<std::byte>& bytes, std::size_t at, unsigned value) {
+    bytes[at] = std::byte(value & 0xFF);
+    bytes[at + 1] = std::byte(value >> 8);
+  };
+  constexpr std::size_t kStreetWidth = 32 + 32 * 3 + format::kFieldLengthOffset;  // PR_STREET, 30 wide
+  struct Case {
+    const char* name;
+    std::function<void(std::vector<std::byte>&)> damage;
+    const char* message;  // reported, or thrown when REFUSED
+    bool refused;
+  };
+  const Case cases[] = {
+      {"record length one too long", [&](auto& b) { set_u16(b, format::kRecordLengthOffset, 87); },
+       "property.dbf: the header gives records of 87 bytes but the fields add up to 86, which the file's size", false},
+      {"record length 65535", [&](auto& b) { set_u16(b, format::kRecordLengthOffset, 65535); },
+       "every record is read as 86 bytes", false},
+      {"record length too short", [&](auto& b) { set_u16(b, format::kRecordLengthOffset, 20); },
+       "the header gives records of 20 bytes but the fields add up to 86", false},
+      {"a field wider than the record", [&](auto& b) { b[kStreetWidth] = std::byte{200}; },
+       "field PR_STREET is 200 bytes wide in the header, which runs past the 86-byte records the file's size "
+       "(806 bytes, 6 records counted) confirms; the field positions in the header give it 30 bytes",
+       false},
+      {"a field wider than the record, positions not kept",
+       [&](auto& b) {
+         b[kStreetWidth] = std::byte{200};
+         for (std::size_t field = 0; field < 8; ++field) set_u16(b, 32 + 32 * field + format::kFieldDisplacementOffset, 0);
+       },
+       "a field's width is damaged and the table cannot be read field by field", true},
+      {"neither fits the file",
+       [&](auto& b) {
+         set_u16(b, format::kRecordLengthOffset, 87);
+         b.resize(b.size() - 40);
+       },
+       "and the file's size (766 bytes, 6 records counted) fits neither; the table cannot be read", true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    auto damaged = table_;
+    c.damage(damaged);
+    if (c.refused) {
+      try {
+        ReadAll(damaged, memo_);
+        ADD_FAILURE() << "read";
+      } catch (const qorvane::Error& error) {
+        EXPECT_EQ(error.kind(), ErrorKind::Corrupt);
+        EXPECT_NE(std::string(error.what()).find(c.message), std::string::npos) << error.what();
+      }
+      continue;
+    }
+    std::string messages = ReadAll(damaged, memo_);
+    EXPECT_NE(messages.find(c.message), std::string::npos) << messages;
+    // Every record reads as the undamaged table does.
+    auto whole = Table::FromBytes("property.dbf", table_, memo_, {});
+    auto read = Table::FromBytes("property.dbf", damaged, memo_, {});
+    ASSERT_EQ(read->record_count(), whole->record_count());
+    for (std::uint32_t r = 0; r < whole->record_count(); ++r) {
+      for (std::size_t f = 0; f < whole->fields().size(); ++f) {
+        EXPECT_EQ(read->ReadValue(r, f).text, whole->ReadValue(r, f).text) << "record " << r + 1 << ", field " << f;
+      }
+    }
+  }
 }
 
 TEST_F(DamagedInputTest, FieldDescriptorPitfalls) {

@@ -19,8 +19,10 @@
 #include <QPrinter>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QMessageBox>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QTableWidget>
 #include <QTest>
 #include <QTimer>
 
@@ -136,7 +138,10 @@ TEST_F(WindowTest, StartUpAndConvertWithBadFoldersShowOneDialogEachWithEveryMess
   // The hints sit below their messages, with the folders this program looked in.
   EXPECT_NE(startup.find("    -> No property.dbf (in any letter case, and not empty) in " + source + "/"),
             std::string::npos);
-  EXPECT_NE(startup.find("`qorvane init-target " + target + "/`"), std::string::npos);
+  EXPECT_NE(startup.find("    -> No office.mdb in " + target + "/: \"Create a blank office.mdb here\" writes one there."),
+            std::string::npos) << startup;
+  EXPECT_EQ(startup.find("qorvane init-target"), std::string::npos) << "command-line advice in the window";
+  EXPECT_EQ(startup.find("--source"), std::string::npos) << "command-line advice in the window";
   // Every missing source table is named with its full folder, each once.
   EXPECT_GE(Occurrences(startup, "Warning.  The file " + source + "/"), 10) << startup;
   EXPECT_EQ(Occurrences(startup, "Warning.  The file " + source + "/client.dbf is missing."), 1) << startup;
@@ -159,7 +164,7 @@ TEST_F(WindowTest, ConvertShowsTheChecksTogetherThenAsksAndTheLogKeepsEveryLine)
   Click("cmdnewconvert");
   ASSERT_EQ(events.size(), 2u);
   EXPECT_EQ(events[0].rfind("gathered: ", 0), 0u);
-  EXPECT_EQ(events[1].rfind("box: You should have a good backup", 0), 0u);
+  EXPECT_EQ(events[1].rfind("box: What this run will change:", 0), 0u);
   std::string log = ReadFile(window->main_form().LogPath());
   int warnings = Occurrences(gathered[0], "Warning.  The file ");
   EXPECT_GE(warnings, 10);
@@ -297,10 +302,18 @@ TEST_F(WindowTest, ResultListsAndTheDuplicateClientListPrintIntoAPdf) {
   ClientDupForm* duplicates = window->client_dup_form();
   ASSERT_NE(duplicates, nullptr);
   EXPECT_TRUE(duplicates->isVisible());
-  EXPECT_EQ(duplicates->Panel("lstafterdup")->list()->item(1)->text().toStdString(), "12SMITH");
+  // One table: the listed key, the number and the corrected key of a client on one row.
+  QTableWidget* table = duplicates->table();
+  ASSERT_EQ(table->rowCount(), 2);
+  EXPECT_EQ(table->item(1, 0)->text().toStdString(), "SMITH");
+  EXPECT_EQ(table->item(1, 1)->text().toStdString(), "12");
+  EXPECT_EQ(table->item(1, 2)->text().toStdString(), "12SMITH");
+  EXPECT_EQ(duplicates->CopiedText(true).toStdString(),
+            "Key as the check listed it\tClient number\tCorrected key\tThe client's own key\n"
+            "\t40\t40\t\nSMITH\t12\t12SMITH\tSMITH\n");
   std::string duplicates_pdf = dir.path() + "/duplicates.pdf";
   pdf = duplicates_pdf;
-  QTest::mouseClick(duplicates->Panel("lstduplicateclients")->print_button(), Qt::LeftButton);
+  QTest::mouseClick(duplicates->print_button(), Qt::LeftButton);
 
   for (const std::string& file : {dir.path() + "/illegal.pdf", duplicates_pdf}) {
     ASSERT_TRUE(std::filesystem::exists(file)) << file;
@@ -337,20 +350,152 @@ TEST_F(WindowTest, EscapeDuringARunAsksAndContinueGoesOnWhileStopEndsTheProgram)
   EXPECT_EQ(window->main_form().outcome(), app::RunOutcome::Completed);
   EXPECT_EQ(Get<QLabel>("lblAddress")->text().toStdString(), "Conversion Complete");
   EXPECT_EQ(Get<QProgressBar>("gauprogress")->value(), 100);
-  EXPECT_EQ(messages.back().rfind("Conversion complete:", 0), 0u);
+  EXPECT_EQ(window->main_form().CompletionText().rfind("Conversion complete:", 0), 0u);
   EXPECT_NE(ReadFile(window->main_form().LogPath())
                 .find("Conversion paused by User (Quit button) ~ continued\r\n"
                       "Property table conversion complete: 5 records\r\n"),
             std::string::npos);
   ASSERT_EQ(reports.size(), 1u);
+  EXPECT_EQ(reports[0].rfind("Conversion complete:", 0), 0u) << "the summary heads the report";
 
   Click("cmdnewconvert");  // a second run: Stop
   EXPECT_EQ(prompts, 2);
   EXPECT_EQ(window->main_form().outcome(), app::RunOutcome::Stopped);
   EXPECT_TRUE(window->main_form().session().EndRequested);
+  // The report first, headed with where the run stopped; then the program ends.
+  ASSERT_EQ(reports.size(), 2u);
+  EXPECT_EQ(reports[1].rfind("Stopped by you during Orders (Property).\nConverison aborted by User.\n", 0), 0u)
+      << reports[1];
   EXPECT_FALSE(window->isVisible()) << "Stop ends the program: the window closes";
   EXPECT_NE(ReadFile(window->main_form().LogPath()).find("Conversion aborted by User and program ended (Quit button)\r\n"),
             std::string::npos);
+  // Nothing is left looking as if it ran.
+  EXPECT_EQ(Get<QProgressBar>("gauprogress")->value(), 0);
+  EXPECT_EQ(Get<QLabel>("imaproperty")->text().toStdString(), "\u25A0");
+  EXPECT_TRUE(Get<QLabel>("lblProgress")->text().isEmpty());
+}
+
+// The paused prompt as a person meets it: ESC (or closing it) is Continue; Stop takes its button.
+TEST_F(WindowTest, EscapeOnThePausedPromptContinuesAndStopNeedsItsButton) {
+  OpenWithPlaceholders();
+  for (auto [key, expected] : std::vector<std::pair<bool, app::EscapeChoice>>{{true, app::EscapeChoice::Continue},
+                                                                              {false, app::EscapeChoice::Stop}}) {
+    bool press_escape = key;
+    QTimer::singleShot(50, [&] {
+      auto* prompt = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+      ASSERT_NE(prompt, nullptr);
+      EXPECT_EQ(prompt->objectName().toStdString(), "frmEscape");
+      if (press_escape) {
+        QTest::keyClick(prompt, Qt::Key_Escape);
+      } else {
+        prompt->findChild<QPushButton*>("cmdStop")->click();
+      }
+    });
+    EXPECT_EQ(window->PromptEscape(), expected);
+  }
+}
+
+// The confirmation leads with what will change and is answered by Convert or Cancel (ESC is Cancel).
+TEST_F(WindowTest, TheConfirmationIsAnsweredByConvertOrCancel) {
+  OpenWithPlaceholders();
+  auto question = window->MakeConfirmation("What this run will change:\n...\n\nConvert now?");
+  EXPECT_EQ(question->findChild<QPushButton*>("cmdConfirmConvert")->text().toStdString(), "Convert");
+  EXPECT_EQ(question->escapeButton(), question->findChild<QPushButton*>("cmdConfirmCancel"));
+  EXPECT_EQ(question->defaultButton(), question->findChild<QPushButton*>("cmdConfirmCancel"));
+}
+
+// Ticking "Massage Data" alone ticks its three boxes, so the confirmation's promise is kept;
+// clearing the last of the three clears it.
+TEST_F(WindowTest, MassageDataTicksItsThreeBoxesAndTheLastOfThemClearsIt) {
+  OpenWithPlaceholders();
+  app::FormModel& form = window->main_form().form();
+  form.CheckBoxes.fill(0);
+  window->Refresh();
+  Get<QCheckBox>("ckbMassage")->click();
+  for (const char* box : {"ckbmassageproperty", "ckbmassageassigned", "ckbmassageinvoice"}) {
+    EXPECT_TRUE(Get<QCheckBox>(box)->isChecked()) << box;
+  }
+  Get<QCheckBox>("ckbmassageproperty")->click();
+  Get<QCheckBox>("ckbmassageassigned")->click();
+  EXPECT_TRUE(form.Checked(app::CheckBox::ckbMassage));
+  Get<QCheckBox>("ckbmassageinvoice")->click();
+  EXPECT_FALSE(form.Checked(app::CheckBox::ckbMassage));
+  EXPECT_FALSE(Get<QCheckBox>("ckbMassage")->isChecked());
+}
+
+// Each step's mark stands just before its own caption, nearer to it than to any other box.
+TEST_F(WindowTest, EachMarkSitsBesideItsOwnCaption) {
+  OpenWithPlaceholders();
+  for (const app::StepInfo& step : app::ConversionSteps()) {
+    QWidget* mark = Get<QWidget>(step.images.done);
+    QWidget* own = Get<QWidget>(app::NameOf(step.check_box));
+    ASSERT_TRUE(mark && own);
+    QPoint at = mark->mapTo(window.get(), QPoint(mark->width(), mark->height() / 2));
+    auto distance = [&](QWidget* box) {
+      QRect place(box->mapTo(window.get(), QPoint(0, 0)), box->size());
+      int dx = std::max({place.left() - at.x(), at.x() - place.right(), 0});
+      int dy = std::max({place.top() - at.y(), at.y() - place.bottom(), 0});
+      return dx + dy;
+    };
+    for (const app::StepInfo& other : app::ConversionSteps()) {
+      if (&other == &step) continue;
+      EXPECT_LT(distance(own), distance(Get<QWidget>(app::NameOf(other.check_box)))) << step.caption << " / " << other.caption;
+    }
+  }
+}
+
+// With no settings, the window opens on the two folders; the old program's start-up messages
+// come only once both are chosen, and only for what is missing there. "Create a blank
+// office.mdb here" makes the new program's folder ready.
+TEST_F(WindowTest, AFirstLaunchAsksForTheTwoFoldersAndMakesABlankOfficeMdb) {
+  sample::WriteSampleOffice(source, {.orders = 10, .seed = 3});
+  window = std::make_unique<MainWindow>(convert::ProgramOptions{.settings_dir = dir.path() + "/fresh/settings"}, clock);
+  window->show_gathered = [this](const std::string& text) { gathered.push_back(text); };
+  window->answer_message = [this](const std::string& text, app::MessageButtons) {
+    messages.push_back(text);
+    return app::MessageResult::Ok;
+  };
+  window->show();
+  window->Start();
+  ASSERT_TRUE(window->ShowingFirstRun());
+  EXPECT_TRUE(gathered.empty() && messages.empty()) << "no message before a folder is chosen";
+  EXPECT_FALSE(Get<QPushButton>("cmdFirstRunContinue")->isEnabled());
+  std::string fresh_target = dir.path() + "/new office";
+  Get<QLineEdit>("txtFirstSource")->setText(QString::fromStdString(source));
+  Get<QLineEdit>("txtFirstTarget")->setText(QString::fromStdString(fresh_target));
+  Click("cmdFirstCreateOffice");
+  EXPECT_TRUE(std::filesystem::exists(fresh_target + "/office.mdb"));
+  ASSERT_TRUE(Get<QPushButton>("cmdFirstRunContinue")->isEnabled());
+  Click("cmdFirstRunContinue");
+  EXPECT_FALSE(window->ShowingFirstRun());
+  EXPECT_TRUE(window->main_form().session().DirectoriesSet);
+  // The sample lacks no table the start-up warns about; nothing else is said.
+  for (const std::string& text : gathered) {
+    EXPECT_EQ(text.find("VL.ini"), std::string::npos) << text;
+    EXPECT_EQ(text.find("--source"), std::string::npos) << "command-line advice in the window: " << text;
+  }
+  EXPECT_EQ(window->main_form().form().txtZulPath, fresh_target + "/");
+}
+
+// Convert on a target folder that is not there offers to make it (with a blank office.mdb):
+// the run then goes on in it, instead of an error about the log file.
+TEST_F(WindowTest, AMissingTargetFolderIsOfferedToBeMadeAndTheRunGoesOn) {
+  OpenWithPlaceholders();
+  OnlyStep(app::CheckBox::ckbProperty);
+  test::ScriptedRoutines routines;
+  window->main_form().SetRoutines(routines);
+  std::string missing = dir.path() + "/not yet";
+  window->main_form().form().txtZulPath = missing;
+  std::vector<std::string> offered;
+  window->answer_missing_folder = [&](const std::string& folder) {
+    offered.push_back(folder);
+    return MainWindow::MissingFolderAnswer::Create;
+  };
+  Click("cmdnewconvert");
+  ASSERT_EQ(offered, std::vector<std::string>{missing + "/"});
+  EXPECT_TRUE(std::filesystem::exists(missing + "/office.mdb"));
+  EXPECT_EQ(window->main_form().outcome(), app::RunOutcome::Completed);
+  EXPECT_EQ(window->main_form().LogPath().rfind(missing + "/ConvLog-", 0), 0u);
 }
 
 TEST_F(WindowTest, TheReportDialogShowsTheLogsPathAndOpensTheLog) {
@@ -384,7 +529,7 @@ TEST_F(WindowTest, TheReportDialogShowsTheLogsPathAndOpensTheLog) {
   watch.start();
   Click("cmdnewconvert");
   unsetenv("VISUAL");
-  EXPECT_NE(shown.find("property"), std::string::npos) << shown;
+  EXPECT_NE(shown.find("\nOrders (Property) "), std::string::npos) << shown;
   EXPECT_NE(shown.find("The log: " + window->main_form().LogPath()), std::string::npos) << shown;
   EXPECT_TRUE(open_log_enabled);
   // The editor was started with the log (it runs on its own; wait for it a little).
@@ -413,10 +558,12 @@ TEST_F(WindowTest, AWholeRunOnASampleOffice) {
   QTest::mouseClick(Get<QCheckBox>("ckbClearProperty"), Qt::LeftButton);
   Click("cmdnewconvert");
 
-  ASSERT_GE(messages.size(), 2u);
+  // Only the confirmation was a box: the duplicate-client notice and the summary did not halt the run.
+  ASSERT_EQ(messages.size(), 1u) << messages.back();
   const std::string& question = messages[0];
-  EXPECT_EQ(question.rfind("You should have a good backup of your data BEFORE using this option.", 0), 0u);
-  EXPECT_NE(question.find("'. Do you wish to continue?\n\nWhat this run will change:\n"), std::string::npos);
+  EXPECT_EQ(question.rfind("What this run will change:\n", 0), 0u);
+  EXPECT_NE(question.find("\n\nYou should have a good backup of your data BEFORE using this option."), std::string::npos);
+  EXPECT_NE(question.find("'. Do you wish to continue?\n\nConvert now?"), std::string::npos);
   EXPECT_NE(question.find("- EMPTIES these tables of office.mdb first (Clear Data First): Orders (Property)."),
             std::string::npos)
       << question;
@@ -438,8 +585,18 @@ TEST_F(WindowTest, AWholeRunOnASampleOffice) {
   ASSERT_FALSE(form.lstduplicateclients.empty());
   ASSERT_NE(window->client_dup_form(), nullptr);
   EXPECT_TRUE(window->client_dup_form()->isVisible());
-  EXPECT_EQ(window->client_dup_form()->Panel("lstafterdup")->list()->count(),
-            static_cast<int>(form.lstafterdup.size()));
+  QTableWidget* table = window->client_dup_form()->table();
+  ASSERT_EQ(table->rowCount(), static_cast<int>(form.lstafterdup.size()));
+  // Each client's own key as it was before the run, and its correction in words; the
+  // confirmation said the same before anything was changed.
+  const auto& planned = window->main_form().PlannedClientKeys();
+  ASSERT_EQ(planned.size(), form.lstafterdup.size());
+  for (int row = 0; row < table->rowCount(); ++row) {
+    EXPECT_EQ(table->item(row, 2)->text().toStdString(), form.lstafterdup[row]);
+    EXPECT_EQ(table->item(row, 3)->text().toStdString(), planned[row].key);
+    EXPECT_EQ(table->item(row, 0)->toolTip().toStdString(), app::ClientKeyChangeInWords(planned[row]));
+  }
+  EXPECT_NE(question.find("    " + app::ClientKeyChangeInWords(planned[0]) + "\n"), std::string::npos) << question;
   // office.mdb as an independent reader sees it.
   std::vector<test::ExportedRow> orders = test::MdbExport(target + "/office.mdb", "Property");
   EXPECT_GE(orders.size(), 50u);

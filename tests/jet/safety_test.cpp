@@ -1,8 +1,10 @@
 // Writers and files: one writer at a time under any interleaving, a refused writer harms
 // nobody's work, a commit keeps the file's permissions, owner, group and links (or refuses
-// before any work), the 2 GB limit, and values refused or replaced before they reach a row.
+// before any work, or says which group it could not keep), writes through a symbolic link, the
+// 2 GB limit, and values refused or replaced before they reach a row.
 #include <gtest/gtest.h>
 
+#include <grp.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -10,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 
 #include "common/error.h"
@@ -237,6 +240,70 @@ TEST(CommittedFile, AFileWithOtherHardLinksIsRefusedBeforeAnyWork) {
   EXPECT_NE(std::string(refused.what()).find(path), std::string::npos) << refused.what();
   EXPECT_NE(std::string(refused.what()).find("hard links"), std::string::npos) << refused.what();
   EXPECT_EQ(os::ListDirectory(dir.path()).size(), 2u);  // no lock, no work file
+}
+
+// office.mdb as a symbolic link to a file elsewhere: the file it names gets the rows (its work
+// copy and lock beside it), and the link stays a link.
+TEST(CommittedFile, ASymbolicLinkIsWrittenThroughToTheFileItNames) {
+  TempDir dir;
+  std::string real = CopyFixture(dir, "delTestV2000.mdb");
+  std::filesystem::create_directory(dir.path() + "/elsewhere");
+  std::filesystem::rename(real, dir.path() + "/elsewhere/real.mdb");
+  real = dir.path() + "/elsewhere/real.mdb";
+  std::string link = dir.path() + "/office.mdb";
+  std::filesystem::create_symlink("elsewhere/real.mdb", link);
+  for (const char* value : {"first", "second"}) {
+    auto database = OpenForWriting(link);
+    AddRow(*database, value);
+    database->Commit();
+  }
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_TRUE(Contains(ColumnA(real), "first"));
+  EXPECT_TRUE(Contains(ColumnA(real), "second"));
+  EXPECT_EQ(LeftOver(dir), std::vector<std::string>{"elsewhere"});
+  EXPECT_EQ(os::ListDirectory(dir.path() + "/elsewhere"), std::vector<std::string>{"real.mdb"});
+}
+
+// A file of a group the user is not in cannot keep its group when a new copy replaces it: the
+// change goes through, and the reporter is told which group was lost.
+TEST(CommittedFile, AGroupTheUserIsNotInIsReportedWhenItCannotBeKept) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root to give the file to a group of another user";
+  TempDir dir;
+  std::string path = CopyFixture(dir, "delTestV2000.mdb");
+  ASSERT_EQ(::chmod(dir.path().c_str(), 0777), 0);
+  ASSERT_EQ(::chown(path.c_str(), 65534, 1), 0);  // nobody's file, in group 1, which nobody is not in
+  ASSERT_EQ(::chmod(path.c_str(), 0666), 0);
+  int pipe_ends[2];
+  ASSERT_EQ(::pipe(pipe_ends), 0);
+  pid_t pid = ::fork();
+  ASSERT_GE(pid, 0);
+  if (pid == 0) {
+    if (::setgroups(0, nullptr) != 0 || ::setgid(65534) != 0 || ::setuid(65534) != 0) ::_exit(2);
+    CollectingReporter reporter;
+    DatabaseOptions options;
+    options.open_for = OpenFor::Writing;
+    options.reporter = &reporter;
+    auto database = Database::Open(path, options);
+    AddRow(*database, "written by nobody");
+    database->Commit();
+    std::string said;
+    for (const std::string& message : reporter.messages) said += message + "\n";
+    if (::write(pipe_ends[1], said.data(), said.size()) < 0) ::_exit(3);
+    ::_exit(0);
+  }
+  ::close(pipe_ends[1]);
+  std::string said;
+  char buffer[4096];
+  for (ssize_t n; (n = ::read(pipe_ends[0], buffer, sizeof buffer)) > 0;) said.append(buffer, static_cast<std::size_t>(n));
+  ::close(pipe_ends[0]);
+  int status = -1;
+  ::waitpid(pid, &status, 0);
+  ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
+  EXPECT_TRUE(Contains(ColumnA(path), "written by nobody"));
+  std::string group = os::GroupName(1);
+  EXPECT_NE(said.find(path + ": the file belongs to the group " + group + ", which this user is not in"), std::string::npos)
+      << said;
+  EXPECT_NE(said.find("chgrp " + group), std::string::npos) << said;
 }
 
 // A file the user may not write is refused at open, before the lock or any copy, even in a

@@ -2,12 +2,13 @@
 // over the whole run: inside the source repairs, each step's log lines, the work copy and the
 // commit of office.mdb. Every time office.mdb is as it was or a whole database, the source
 // tables read, a changed source file has a whole backup, and the next run reaches the result of
-// a run never interrupted.
+// a run never interrupted, with every index in step with its table and no work file left.
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
 
 #include <cstdlib>
+#include <map>
 #include <set>
 #include <sstream>
 
@@ -100,6 +101,16 @@ class Crashes : public ::testing::Test {
     CliRun again = Qorvane(Args());
     EXPECT_EQ(again.status, 0) << again.out;
     EXPECT_EQ(ExportAll(office), reference);
+    // The next run left every index in step with its table (the independent checker), and
+    // nothing of the killed run's work files.
+    std::string indexes = test::Command("/usr/bin/python3 " + std::string(QORVANE_SOURCE_DIR) +
+                                        "/tests/reliability/cdxcheck_folder.py " + std::string(QORVANE_SHARED_DIR) +
+                                        "/tools " + test::ShellQuote(source) + " 2>&1; echo status $?");
+    EXPECT_TRUE(Contains(indexes, "status 0\n")) << indexes;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(source)) {
+      std::string name = entry.path().filename();
+      EXPECT_FALSE(name.ends_with(".qorvane-new") || name.ends_with(".part")) << entry.path() << " was left behind";
+    }
   }
 
   test::TempDir dir;
@@ -164,6 +175,129 @@ TEST_F(Crashes, AKillAtEachChangeOfTheSourceRepairsLeavesTablesThatReadAndWholeB
     ExpectWholeAndFinishedByTheNextRun(reference);
   }
   RecordProperty("killed_runs", static_cast<int>(changes.size()));
+}
+
+}  // namespace
+}  // namespace qorvane::reliability
+
+namespace qorvane::reliability {
+namespace {
+
+// The sample office has a structural .cdx for each table, so a kill can leave a repaired table
+// and its index apart. Each run is killed at a moment that matters to them: before a table's
+// first repaired record, before its index is rebuilt, before the rebuilt index takes its
+// place, and between two client keys of the duplicate-client correction. The next run mends
+// every index (the independent checker reads each against its table), leaves no work file, and
+// leaves the tables and the clients of office.mdb as a run never stopped leaves them: no key
+// corrected twice, no client twice.
+TEST(CrashesOfAnIndexedOffice, TheNextRunPutsEveryIndexInStepAndFinishesTheRepairs) {
+  test::TempDir dir;
+  const std::string pristine = dir.path() + "/pristine", source = dir.path() + "/pyx", target = dir.path() + "/zul";
+  ASSERT_EQ(Qorvane("sample " + test::ShellQuote(pristine) + " --orders 30 --seed 11").status, 0);
+  ASSERT_EQ(Qorvane("init-target " + test::ShellQuote(target)).status, 0);
+  const std::string blank = FileBytes(target + "/office.mdb");
+  auto restore = [&] {
+    std::filesystem::remove_all(source);
+    std::filesystem::copy(pristine, source);
+    os::WriteWholeFile(target + "/office.mdb", std::as_bytes(std::span<const char>(blank.data(), blank.size())));
+  };
+  // The repaired tables and the clients (by name: the order they were added in may differ).
+  auto tables = [&] {
+    std::map<std::string, std::string> bytes;
+    for (const auto& entry : std::filesystem::directory_iterator(source)) {
+      if (entry.path().extension() == ".dbf") bytes[entry.path().filename()] = FileBytes(entry.path());
+    }
+    return bytes;
+  };
+  auto clients = [&] {
+    std::multiset<std::string> names;
+    for (const auto& row : test::MdbExport(target + "/office.mdb", "Client")) names.insert(row.at("Client"));
+    return names;
+  };
+  const std::string args = ConvertArgs(dir.path(), source, target, "--prelim");
+  restore();
+  const std::string list = dir.path() + "/changes";
+  ASSERT_EQ(RunWith("QORVANE_TEST_CHANGES=" + test::ShellQuote(list), args).status, 0);
+  const auto repaired = tables();
+  const auto converted = clients();
+
+  std::vector<long> moments;
+  std::set<std::string> first_write_seen;
+  std::istringstream lines(FileBytes(list));
+  long number;
+  std::string kind, path;
+  while (lines >> number >> kind >> path) {
+    if (!path.starts_with(source + "/") || path.find("/qorvane-backup-") != std::string::npos) continue;
+    bool first_write = kind == "write" && path.ends_with(".dbf") && first_write_seen.insert(path).second;
+    bool index_work = (kind == "write" && path.ends_with(".cdx.qorvane-new")) || (kind == "rename" && path.ends_with(".cdx"));
+    bool client_key = kind == "write" && path.ends_with("/client.dbf");
+    if (first_write || index_work || client_key) moments.push_back(number);
+  }
+  ASSERT_GT(moments.size(), 15u);
+  for (long moment : moments) {
+    SCOPED_TRACE("killed before change " + std::to_string(moment));
+    restore();
+    ASSERT_TRUE(RunKilledAt(moment, args).killed);
+    CliRun again = Qorvane(args);
+    EXPECT_EQ(again.status, 0) << again.out;
+    EXPECT_TRUE(tables() == repaired) << "the tables differ from those a run never stopped repairs";
+    EXPECT_EQ(clients(), converted);
+    std::string indexes = test::Command("/usr/bin/python3 " + std::string(QORVANE_SOURCE_DIR) +
+                                        "/tests/reliability/cdxcheck_folder.py " + std::string(QORVANE_SHARED_DIR) +
+                                        "/tools " + test::ShellQuote(source) + " 2>&1; echo status $?");
+    EXPECT_TRUE(Contains(indexes, "status 0\n")) << indexes;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(source)) {
+      std::string name = entry.path().filename();
+      EXPECT_FALSE(name.ends_with(".qorvane-new") || name.ends_with(".part")) << entry.path() << " was left behind";
+    }
+  }
+  RecordProperty("killed_runs", static_cast<int>(moments.size()));
+}
+
+}  // namespace
+}  // namespace qorvane::reliability
+
+namespace qorvane::reliability {
+namespace {
+
+// An index left behind by its table (another program, or a run of this one killed long ago):
+// `check` names it, and the next run with the corrections rebuilds it after a copy, saying so.
+TEST(StaleIndexes, CheckNamesThemAndTheNextRunWithTheCorrectionsRebuildsThem) {
+  test::TempDir dir;
+  const std::string source = dir.path() + "/pyx", target = dir.path() + "/zul";
+  ASSERT_EQ(Qorvane("sample " + test::ShellQuote(source) + " --orders 30 --seed 11").status, 0);
+  ASSERT_EQ(Qorvane("init-target " + test::ShellQuote(target)).status, 0);
+  // A file number changed in the table only.
+  convert::test_orders::PatchBytes(source + "/property.dbf", "95-0002   95-0002", "95-0902   95-0902");
+  const std::string stale = FileBytes(source + "/property.cdx");
+
+  CliRun check = Qorvane("check --source " + test::ShellQuote(source));
+  EXPECT_EQ(check.status, 1) << check.out;
+  EXPECT_TRUE(Contains(check.out, "property.cdx: does not agree with property.dbf; a run with the Preliminary "
+                                  "Corrections (--prelim) rebuilds it from the table, after a backup\n"))
+      << check.out;
+  EXPECT_TRUE(Contains(check.out, "property.cdx: tag FILE_NUM: ")) << check.out;
+
+  CliRun run = Qorvane(ConvertArgs(dir.path(), source, target, "--prelim"));
+  EXPECT_EQ(run.status, 0) << run.out;
+  std::string log_path = run.out.substr(0, run.out.size() - 1);
+  log_path = log_path.substr(log_path.rfind('\n') + 1);
+  std::string log = FileBytes(log_path);
+  EXPECT_TRUE(Contains(log, "property.cdx did not agree with property.dbf (property.cdx: tag FILE_NUM: ")) << log;
+  EXPECT_TRUE(Contains(log, "; it was rebuilt from the table's records (both as they were are in " + source +
+                                "/qorvane-backup-")) << log;
+  std::string indexes = test::Command("/usr/bin/python3 " + std::string(QORVANE_SOURCE_DIR) +
+                                      "/tests/reliability/cdxcheck_folder.py " + std::string(QORVANE_SHARED_DIR) +
+                                      "/tools " + test::ShellQuote(source) + " 2>&1; echo status $?");
+  EXPECT_TRUE(Contains(indexes, "status 0\n")) << indexes;
+  bool kept = false;
+  for (const auto& entry : std::filesystem::directory_iterator(source)) {
+    if (entry.is_directory() && std::filesystem::exists(entry.path() / "property.cdx")) {
+      kept |= FileBytes(entry.path() / "property.cdx") == stale;
+    }
+  }
+  EXPECT_TRUE(kept) << "the index as it was is not in a backup folder";
+  EXPECT_EQ(Qorvane("check --source " + test::ShellQuote(source)).out.find("does not agree"), std::string::npos);
 }
 
 }  // namespace

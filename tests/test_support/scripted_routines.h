@@ -26,8 +26,10 @@ class ScriptedRoutines : public app::RunRoutines {
     scripts_.emplace_back(routine, std::move(body));
   }
 
-  std::function<void()> connect2data, adoconnect, clear_tables, fix_property, refresh_source,
+  std::function<void()> connect2data, adoconnect, prepare_repairs, clear_tables, fix_property, refresh_source,
       check_clients, delete_empty, end_run;
+  bool target_opens = true;        // what AdoConnect says
+  bool repairs_may_start = true;   // what PrepareSourceRepairs says
   std::function<void(app::SourceControl, const char*, const char*)> fix_data;
   std::vector<std::string> calls;
 
@@ -36,7 +38,14 @@ class ScriptedRoutines : public app::RunRoutines {
   void Connect2Data() override { Run("Connect2Data", connect2data); }
   void LoadCompanyLabels() override {}
   void PrepareSource() override {}
-  void AdoConnect() override { Run("AdoConnect", adoconnect); }
+  bool AdoConnect() override {
+    Run("AdoConnect", adoconnect);
+    return target_opens;
+  }
+  bool PrepareSourceRepairs(bool) override {
+    Run("PrepareSourceRepairs", prepare_repairs);
+    return repairs_may_start;
+  }
   app::StepResult ClearSelectedTables() override { return Run("ClearSelectedTables", clear_tables); }
   app::StepResult FixPropertyFileNum() override { return Run("FixPropertyFileNum", fix_property); }
   app::StepResult FixDataFileNums(app::SourceControl control, const char* field, const char* table) override {

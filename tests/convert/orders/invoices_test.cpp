@@ -267,10 +267,22 @@ TEST_F(OrdersTest, OrdersAndBillTosSeeTheClientKeysTheCorrectionWrote) {
   Source office = SmallOffice();
   office.property[0]["CLI_NUM"] = Text("100");
   Write(office);
-  test::WriteFoxTable(source + "/CLIENT.DBF",
-                      {{"CLI_NUM", 'C', 10}, {"CLI_LNAME", 'C', 50}, {"PLAIN_NAME", 'C', 50}, {"CLI_BILL", 'C', 10}},
-                      {{Text("100"), Text("SMITH & SONS"), Text("Smith and Sons"), Text("200")},
-                       {Text("200"), Text("HQ & CO"), Text("HQ and Co"), Text("")}});
+  // Every field the client step reads, blank where the test needs nothing.
+  std::vector<foxpro::FieldSpec> fields = {{"CLI_NUM", 'C', 10},    {"CLI_LNAME", 'C', 50}, {"PLAIN_NAME", 'C', 50},
+                                           {"CLI_BILL", 'C', 10},   {"CLI_STREET", 'C', 30}, {"CLI_ADDR2", 'C', 30},
+                                           {"CLI_ADDR3", 'C', 30},  {"CLI_PHONE", 'C', 14}, {"CLI_EXT", 'C', 5},
+                                           {"CLI_CONT", 'C', 30},   {"CLI_FAX", 'C', 14},   {"DUNS", 'C', 12},
+                                           {"PREF_BILL", 'L', 1}};
+  auto client = [&](const char* number, const char* key, const char* printed, const char* bill) {
+    std::vector<foxpro::Value> row(fields.size());
+    row[0] = Text(number);
+    row[1] = Text(key);
+    row[2] = Text(printed);
+    row[3] = Text(bill);
+    return row;
+  };
+  test::WriteFoxTable(source + "/CLIENT.DBF", fields,
+                      {client("100", "SMITH & SONS", "Smith and Sons", "200"), client("200", "HQ & CO", "HQ and Co", "")});
   app::FormModel& form = Load().form();
   for (Step step : {Step::Client, Step::Property}) form.SetCheck(app::InfoOf(step).check_box, true);
   form.SetCheck(app::CheckBox::ckbPrelim, true);

@@ -52,9 +52,14 @@ TEST_F(ClientTest, NamesMergeInTheFirstPassAndEveryNumberGetsARow) {
   EXPECT_EQ(StepLines("Begin conversion: Client.mdb"),
             (std::vector<std::string>{"Begin conversion: Client.mdb",
                                       "Formtypes table (standard) conversion complete: 9 records"}));
+  // The two passes read each of the 9 records; each is counted once.
   const app::Ledger& ledger = StepLedger();
-  EXPECT_EQ(ledger.read(), 18);
+  EXPECT_EQ(ledger.read(), 9);
   EXPECT_EQ(ledger.count(app::RecordOutcome::Added), 6);
+  EXPECT_EQ(ledger.count(app::RecordOutcome::Added) + ledger.count(app::RecordOutcome::Updated) +
+                ledger.count(app::RecordOutcome::Unchanged) + ledger.count(app::RecordOutcome::Skipped) +
+                ledger.count(app::RecordOutcome::Refused),
+            9);
   EXPECT_TRUE(ledger.Complete());
 }
 
@@ -193,18 +198,22 @@ class CheckClientTest : public PartyOfficeTest {
       connections.EndRun();
     };
     routines.On(&app::RunRoutines::ConvertPropertyDBF, [&] {
-      data::DataControl& orders = context.Source(app::SourceControl::datproperty);
-      data::AdoControl& property = context.Target(app::TargetControl::adoproperty);
+      data::SourceTable orders = context.SourceOf(app::SourceControl::datproperty);
+      const data::SourceField file_num = orders.Field("FILE_NUM");
+      OrderClient order_client(context);
+      data::TargetTable& property = order_client.property;
+      const data::TargetColumn file_number = property.Column("FileNumber");
+      data::TargetRow row = property.NewRow();
       data::RecordLoop loop;
       loop.routine = "ConvertPropertyDBF";
-      loop.source = &orders;
+      loop.source = &orders.control();
       return data::RunRecordLoop(context, loop, [&] {
-        property.Recordset().AddNew();
-        data::AdoSetField(property, data::DATgetfield(orders, "FILE_NUM"), "FileNumber");
-        CheckClient(context);
-        if (data::DATgetfield(orders, "FILE_NUM") == "F5") data::AdoSetField(property, "", "BillTo");
-        FillIndividualClient(context);
-        property.Recordset().Update();
+        row.Set(file_number, orders.Text(file_num));
+        CheckClient(context, order_client, row);
+        if (orders.Text(file_num) == "F5") row.Set(order_client.BillTo, "");
+        jet::RowId id = property.Add(row);
+        FillIndividualClient(property, id, order_client.Client, order_client.BillTo, row);
+        property.Update(id, row);
         return app::RecordResult::Added();
       });
     });

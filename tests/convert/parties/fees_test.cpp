@@ -13,7 +13,9 @@ using app::CheckBox;
 class FeesTest : public PartyOfficeTest {
  protected:
   void WriteAppraisers() {
-    WriteTable("APPRAISR.DBF", {{"APP_NUM", 'C', 5}, {"APP_LNAME", 'C', 30}},
+    WriteTable("APPRAISR.DBF",
+               {{"APP_NUM", 'C', 5}, {"APP_LNAME", 'C', 30}, {"APP_STREET", 'C', 30}, {"APP_ADDR2", 'C', 30},
+                {"APP_ADDR3", 'C', 30}, {"APP_PHONE", 'C', 14}, {"APP_EXT", 'C', 5}, {"APP_BEEP", 'C', 14}},
                {{Fox("1"), Fox("Jones, Ann")}, {Fox("2"), Fox("Brown, Bob")}});
   }
   void WriteAppraiserFees() {

@@ -144,14 +144,16 @@ TEST_F(FormTypesTest, OfficeCodesGoThroughTheMappingAndOnlyNewTypesAreAdded) {
   EXPECT_EQ(form.RowsWritten().at("FormTypes"), 36);
   EXPECT_EQ(form.RowsCommitted().at("FormTypes"), 36);
   std::string summary = app::RunSummaryText(form);
-  EXPECT_NE(summary.find("formtypes                            8         2         0         6         0 "),
+  // The step in the window's words: read = added + updated + unchanged + skipped + refused.
+  EXPECT_NE(summary.find("\nForm types             8       2       0         0       6       0  FORMS.DBF\n"),
             std::string::npos) << summary;
   EXPECT_NE(summary.find("    skipped 2: the form type it stands for is already in FormTypes\n"), std::string::npos) << summary;
-  EXPECT_NE(summary.find("FormTypes                            0        36        36\n"), std::string::npos) << summary;
+  EXPECT_NE(summary.find("\nFormTypes              0      36        36\n"), std::string::npos) << summary;
   EXPECT_NE(summary.find("office.mdb on disk holds every row the run wrote."), std::string::npos) << summary;
   EXPECT_TRUE(app::RunSummaryProblems(form).empty());
   std::string json = app::RunSummaryJson(form);
-  EXPECT_NE(json.find("\"name\": \"formtypes\", \"kind\": \"step\", \"read\": 8, \"found\": 8, \"added\": 2"),
+  EXPECT_NE(json.find("\"name\": \"formtypes\", \"caption\": \"Form types\", \"kind\": \"step\", \"read\": 8, "
+                      "\"found\": 8, \"added\": 2"),
             std::string::npos) << json;
 }
 
