@@ -1,6 +1,7 @@
 // File numbers (see file_numbers.h).
 #include "data/file_numbers.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <optional>
@@ -58,8 +59,20 @@ app::RecordResult CorrectRecord(Context& context, DataControl& control, const st
   std::vector<std::string> values;
   for (const FieldFix& fix : fields) values.push_back(DATgetfield(control, fix.field));
   bool changed = false;
+  foxpro::RecordSet& set = control.Recordset();
+  // Whether FIELD already holds TEXT as storing it would leave it (left-justified, blank-padded):
+  // such a record is not edited, so the walk reads no record twice and writes none it need not.
+  auto stored_as = [&](const std::string& field, const std::string& text) {
+    auto position = set.FieldPosition(field);
+    if (!position || set.EditInProgress()) return false;
+    if (std::any_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; })) return false;
+    std::string_view raw = set.table().RawField(set.GetBookmark(), *position);
+    return raw.size() >= text.size() && raw.substr(0, text.size()) == text &&
+           raw.find_first_not_of(' ', text.size()) == std::string_view::npos;
+  };
   for (const KeyCorrection& correction : PlanKeyCorrections(values)) {
     const FieldFix& fix = fields[correction.field];
+    if (!correction.illegal && stored_as(fix.field, correction.after)) continue;
     DaoSetField(control, correction.after, fix.field);
     changed = changed || correction.after != values[correction.field];
     if (!correction.illegal) continue;

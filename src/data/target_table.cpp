@@ -146,6 +146,19 @@ jet::Value TargetTable::Value(jet::RowId row, const TargetColumn& column) {
   return table_.ReadValue(row, column.position);
 }
 
+void TargetTable::Values(jet::RowId row, std::span<const TargetColumn* const> columns, std::span<jet::Value> out) {
+  positions_.clear();
+  for (const TargetColumn* column : columns) {
+    if (column->present()) positions_.push_back(column->position);
+  }
+  read_.resize(positions_.size());
+  table_.ReadValues(row, positions_, read_);
+  std::size_t next = 0;
+  for (std::size_t k = 0; k < columns.size(); ++k) {
+    out[k] = columns[k]->present() ? std::move(read_[next++]) : jet::Value::Null();
+  }
+}
+
 std::string TargetTable::Text(jet::RowId row, const TargetColumn& column) { return TargetValueText(Value(row, column)); }
 
 float TargetTable::Single(jet::RowId row, const TargetColumn& column) {

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -91,6 +92,8 @@ class TargetTable {
   // One column of a row: as a value, as text (adogetfield), as a single-precision number
   // (text parsed, null 0) and as a flag.
   jet::Value Value(jet::RowId row, const TargetColumn& column);
+  // The values of COLUMNS of ROW into OUT, the row read once (a column not present gives null).
+  void Values(jet::RowId row, std::span<const TargetColumn* const> columns, std::span<jet::Value> out);
   std::string Text(jet::RowId row, const TargetColumn& column);
   float Single(jet::RowId row, const TargetColumn& column);
   bool Flag(jet::RowId row, const TargetColumn& column);
@@ -106,6 +109,8 @@ class TargetTable {
  private:
   jet::Table& table_;
   std::vector<std::string> missing_;
+  std::vector<std::size_t> positions_;  // Values' buffers
+  std::vector<jet::Value> read_;
   std::size_t reported_missing_ = 0;
 };
 

@@ -453,10 +453,9 @@ bool RecordSet::NoMatch() const { return state_->no_match; }
 
 void RecordSet::Edit() {
   State& s = *state_;
-  // Another record set on the same table may have written this record: start from the file.
-  s.table->Invalidate();
-  auto bytes = s.table->RecordBytes(s.Current());
-  s.edit_buffer.assign(bytes.begin(), bytes.end());
+  // Another record set on the same table may have written this record: start from the file
+  // (the record alone is read again, not the window around it).
+  s.edit_buffer = s.table->ReadRecordFromFile(s.Current());
   s.editing = true;
 }
 

@@ -18,6 +18,9 @@ namespace {
 
 constexpr std::size_t kWindowBytes = 256 * 1024;
 constexpr std::uint32_t kRandomWindowRecords = 4;
+// A table read out of order (look-ups by index) and no larger than this is read whole once,
+// so that looking records up costs no read of the file each.
+constexpr std::size_t kWholeTableBytes = 32u << 20;
 
 bool IsKnownType(char type) {
   return std::string_view("CNFDLMGPIYBTVQW0").find(type) != std::string_view::npos;
@@ -489,23 +492,49 @@ std::span<const std::byte> Table::RecordBytes(std::uint32_t record) const {
   if (record >= window_first_ && record - window_first_ < window_count_) {
     return std::span(window_.data() + std::size_t(record - window_first_) * length, length);
   }
+  const std::uint32_t wanted = record;
   bool sequential = window_count_ > 0 && record == window_first_ + window_count_;
   std::uint32_t count = sequential || window_count_ == 0
                             ? static_cast<std::uint32_t>(std::max<std::size_t>(1, kWindowBytes / length))
                             : kRandomWindowRecords;
+  if (!sequential && window_count_ > 0 && std::uint64_t(header_.records) * length <= kWholeTableBytes) {
+    // Out of order in a small table: all of it, once.
+    record = 0;
+    count = header_.records;
+  }
   count = std::min(count, header_.records - record);
+  const std::uint64_t start = header_.header_length + std::uint64_t(record) * length;
   window_.resize(std::size_t(count) * length);
-  std::size_t read = source_->ReadAt(offset, window_);
+  std::size_t read = source_->ReadAt(start, window_);
   if (read < length) {
     window_count_ = 0;
     // Cut since it was opened: say so (the walks check it too, see RecordSet).
     CheckFileUnchanged();
-    throw Error(ErrorKind::IoError, name_ + ": record " + std::to_string(record + 1) +
-                                        " cannot be read: the file ends at byte " + std::to_string(offset + read));
+    throw Error(ErrorKind::IoError, name_ + ": record " + std::to_string(wanted + 1) +
+                                        " cannot be read: the file ends at byte " + std::to_string(start + read));
   }
   window_first_ = record;
   window_count_ = static_cast<std::uint32_t>(read / length);
-  return std::span(window_.data(), length);
+  if (wanted < window_first_ || wanted - window_first_ >= window_count_) {
+    CheckFileUnchanged();
+    throw Error(ErrorKind::IoError, name_ + ": record " + std::to_string(wanted + 1) + " cannot be read: the file ends at byte " +
+                                        std::to_string(start + read));
+  }
+  return std::span(window_.data() + std::size_t(wanted - window_first_) * length, length);
+}
+
+std::vector<std::byte> Table::ReadRecordFromFile(std::uint32_t record) const {
+  std::span<const std::byte> cached = RecordBytes(record);  // checks the number, fills the window
+  if (!source_->Memory().empty()) return {cached.begin(), cached.end()};
+  const std::size_t length = header_.record_length;
+  std::vector<std::byte> bytes(length);
+  std::size_t read = source_->ReadAt(header_.header_length + std::uint64_t(record) * length, bytes);
+  if (read < length) {
+    CheckFileUnchanged();
+    throw Error(ErrorKind::IoError, name_ + ": record " + std::to_string(record + 1) + " cannot be read");
+  }
+  NoteRecordWritten(record, bytes);
+  return bytes;
 }
 
 bool Table::IsDeleted(std::uint32_t record) const {

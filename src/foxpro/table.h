@@ -91,6 +91,9 @@ class Table {
 
   // Forgets the read window, so that bytes written since are read again.
   void Invalidate() const;
+  // The record's bytes as the file holds them now (another record set on the table may have
+  // written it), read on their own; the read window keeps its other records.
+  std::vector<std::byte> ReadRecordFromFile(std::uint32_t record) const;
   // Tells the reader that record now holds bytes on disk (after an in-place write), so the
   // read window stays true without reading the file again.
   void NoteRecordWritten(std::uint32_t record, std::span<const std::byte> bytes) const;

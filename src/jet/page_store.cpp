@@ -222,7 +222,10 @@ void PageStore::RefusePastLimit(std::uint64_t pages) const {
 
 PageStore::CachedPage& PageStore::Load(std::uint32_t page) {
   auto found = cache_.find(page);
-  if (found != cache_.end()) return *found->second;
+  if (found != cache_.end()) {
+    found->second->used = ++uses_;
+    return *found->second;
+  }
   if (!copy_trusted_) RefuseWhenFailed();
   if (page >= page_count_) {
     throw Error(ErrorKind::Corrupt, file_name_ + ": page " + std::to_string(page) +
@@ -238,6 +241,7 @@ PageStore::CachedPage& PageStore::Load(std::uint32_t page) {
     file_.ReadAt(offset, cached->bytes);
   }
   CachedPage& result = *cached;
+  result.used = ++uses_;
   cache_.emplace(page, std::move(cached));
   return result;
 }
@@ -313,9 +317,11 @@ std::uint32_t PageStore::Allocate() {
   if (found != cache_.end()) {
     found->second->bytes.fill(std::byte{0});
     found->second->state = PageState::Dirty;
+    found->second->used = ++uses_;
   } else {
     auto cached = NewCachedPage();
     cached->state = PageState::Dirty;
+    cached->used = ++uses_;
     cache_[page] = std::move(cached);
   }
   return page;
@@ -334,10 +340,23 @@ void PageStore::set_cache_limit(std::size_t pages) { cache_limit_ = std::max<std
 void PageStore::TrimCache() {
   if (cache_.size() < cache_limit_) return;
   FlushDirty();
-  // The page buffers are kept for the pages read next: a bulk load goes through many times the
-  // cache's size, and reusing them saves allocating and faulting in fresh memory each time.
-  for (auto& [number, cached] : cache_) spare_pages_.push_back(std::move(cached));
-  cache_.clear();
+  // Every page is clean now; the half used least recently goes. The page buffers are kept for
+  // the pages read next: a bulk load goes through many times the cache's size, and reusing them
+  // saves allocating and faulting in fresh memory each time.
+  std::vector<std::uint64_t> uses;
+  uses.reserve(cache_.size());
+  for (const auto& [number, cached] : cache_) uses.push_back(cached->used);
+  auto middle = uses.begin() + static_cast<std::ptrdiff_t>(uses.size() / 2);
+  std::nth_element(uses.begin(), middle, uses.end());
+  const std::uint64_t keep_from = *middle;
+  for (auto it = cache_.begin(); it != cache_.end();) {
+    if (it->second->used < keep_from) {
+      spare_pages_.push_back(std::move(it->second));
+      it = cache_.erase(it);
+    } else {
+      ++it;
+    }
+  }
 }
 
 std::unique_ptr<PageStore::CachedPage> PageStore::NewCachedPage() {

@@ -95,7 +95,9 @@ class PageStore {
   void Free(std::uint32_t page);
 
   // Pages kept in memory (read or changed) before TrimCache writes the changed ones to the work
-  // file and drops them all; the buffers stay for reuse, so this bounds the store's memory.
+  // file and drops the half used least recently (the pages a walk keeps coming back to, as the
+  // maps, the page being filled and the index pages, stay); the buffers stay for reuse, so this
+  // bounds the store's memory.
   static constexpr std::size_t kDefaultCacheLimit = 16384;  // 64 MB
   void set_cache_limit(std::size_t pages);
   std::size_t cached_pages() const { return cache_.size(); }
@@ -118,6 +120,7 @@ class PageStore {
   struct CachedPage {
     std::array<std::byte, format::kPageSize> bytes;
     PageState state = PageState::Clean;
+    std::uint64_t used = 0;  // the store's use count when the page was last read or written
     bool dirty() const { return state == PageState::Dirty; }
   };
   PageStore() = default;
@@ -154,6 +157,7 @@ class PageStore {
   bool from_buffer_ = false;
   std::uint32_t page_count_ = 0;
   std::size_t cache_limit_ = kDefaultCacheLimit;
+  std::uint64_t uses_ = 0;  // counts page reads and writes, for the cache's least recently used
   std::unordered_map<std::uint32_t, std::unique_ptr<CachedPage>> cache_;
   std::vector<std::unique_ptr<CachedPage>> spare_pages_;
   // Global free-page map (page 1, row 0; a set bit means free), loaded on first use.

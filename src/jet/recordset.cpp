@@ -3,6 +3,7 @@
 #include "jet/recordset.h"
 
 #include <algorithm>
+#include <functional>
 #include <unordered_map>
 
 #include "common/error.h"
@@ -33,9 +34,24 @@ std::vector<RowId> SelectRows(Table& table, const Expression* where) {
   } else {
     candidates = table.RowIds();
   }
+  // Only the columns the condition names are decoded; the others stay null in the row given
+  // to the test.
+  std::vector<std::size_t> columns;
+  std::function<void(const Expression&)> collect = [&](const Expression& expression) {
+    if (expression.kind == Expression::Kind::Column &&
+        std::find(columns.begin(), columns.end(), expression.column) == columns.end()) {
+      columns.push_back(expression.column);
+    }
+    for (const auto& operand : expression.operands) collect(*operand);
+  };
+  collect(*where);
+  std::vector<Value> values(table.columns().size());
+  std::vector<Value> read(columns.size());
   std::vector<RowId> rows;
   for (RowId row : candidates) {
-    if (IsTrue(*where, table.ReadRow(row))) rows.push_back(row);
+    table.ReadValues(row, columns, read);
+    for (std::size_t k = 0; k < columns.size(); ++k) values[columns[k]] = std::move(read[k]);
+    if (IsTrue(*where, values)) rows.push_back(row);
   }
   return rows;
 }

@@ -47,7 +47,9 @@ struct RowFrame {
   throw Error(ErrorKind::Corrupt, context + ": damaged row: " + why);
 }
 
-RowFrame ReadFrame(const TableDefinition& definition, Bytes row, const std::string& context) {
+[[noreturn]] void DamagedRow(const RowPlace& context, const std::string& why) { DamagedRow(context.str(), why); }
+
+RowFrame ReadFrame(const TableDefinition& definition, Bytes row, const RowPlace& context) {
   RowFrame frame;
   if (row.size() < 2) DamagedRow(context, "shorter than 2 bytes");
   frame.column_count = Get16(row, 0);
@@ -114,13 +116,13 @@ Value DecodeVariable(const ColumnDefinition& column, Bytes data, const LongValue
 
 // Where a (non-Boolean) column's value lies in ROW; nullopt when it is null.
 std::optional<Bytes> Locate(const ColumnDefinition& column, Bytes row, const RowFrame& frame,
-                            const std::string& context) {
+                            const RowPlace& context) {
   if (!Present(row, frame, column.id)) return std::nullopt;
   if (column.is_fixed()) {
     std::size_t size = FixedSize(column);
     std::size_t start = 2 + column.fixed_offset;
     if (start + size > frame.mask_start) {
-      DamagedRow(context + ", column " + column.name, "fixed value lies outside the row");
+      DamagedRow(context.str() + ", column " + column.name, "fixed value lies outside the row");
     }
     return row.subspan(start, size);
   }
@@ -130,14 +132,14 @@ std::optional<Bytes> Locate(const ColumnDefinition& column, Bytes row, const Row
                         ? Get16(row, frame.offsets_start - 2 * (column.variable_slot + 1))
                         : frame.end_of_data;
   if (start > end || end > frame.end_of_data) {
-    DamagedRow(context + ", column " + column.name,
+    DamagedRow(context.str() + ", column " + column.name,
                "variable value at " + std::to_string(start) + ".." + std::to_string(end) + " is out of order");
   }
   return row.subspan(start, end - start);
 }
 
 Value DecodeOne(const ColumnDefinition& column, Bytes row, const RowFrame& frame,
-                const LongValueReader& long_values, const std::string& context) {
+                const LongValueReader& long_values, const RowPlace& context) {
   if (column.type == ColumnType::Boolean) return Value::Bool(Present(row, frame, column.id));
   std::optional<Bytes> stored = Locate(column, row, frame, context);
   if (!stored) return Value::Null();
@@ -257,7 +259,7 @@ void AppendEncodedText(std::string_view utf8, bool compress, std::vector<std::by
 }
 
 std::vector<Value> DecodeRow(const TableDefinition& definition, Bytes row, const LongValueReader& long_values,
-                             const std::string& context) {
+                             const RowPlace& context) {
   RowFrame frame = ReadFrame(definition, row, context);
   std::vector<Value> values;
   values.reserve(definition.columns.size());
@@ -268,7 +270,7 @@ std::vector<Value> DecodeRow(const TableDefinition& definition, Bytes row, const
 }
 
 void DecodeColumns(const TableDefinition& definition, std::span<const std::size_t> columns, Bytes row,
-                   const LongValueReader& long_values, const std::string& context, std::span<Value> out) {
+                   const LongValueReader& long_values, const RowPlace& context, std::span<Value> out) {
   RowFrame frame = ReadFrame(definition, row, context);
   for (std::size_t k = 0; k < columns.size(); ++k) {
     out[k] = DecodeOne(definition.columns[columns[k]], row, frame, long_values, context);
@@ -328,13 +330,13 @@ void WriteFixedInPlace(const ColumnDefinition& column, MutableBytes row, const V
 }
 
 std::optional<Bytes> ColumnBytes(const TableDefinition& definition, std::size_t column, Bytes row,
-                                 const std::string& context) {
+                                 const RowPlace& context) {
   RowFrame frame = ReadFrame(definition, row, context);
   return Locate(definition.columns[column], row, frame, context);
 }
 
 Value DecodeColumn(const TableDefinition& definition, std::size_t column, Bytes row,
-                   const LongValueReader& long_values, const std::string& context) {
+                   const LongValueReader& long_values, const RowPlace& context) {
   RowFrame frame = ReadFrame(definition, row, context);
   return DecodeOne(definition.columns[column], row, frame, long_values, context);
 }

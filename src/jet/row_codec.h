@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "jet/bytes.h"
@@ -16,6 +17,27 @@
 #include "jet/value.h"
 
 namespace qorvane::jet {
+
+// Text naming the row being decoded (file, table, row), built only when an error is thrown:
+// decoding a value names no row unless the row is damaged. Holds a reference to a string or to
+// a callable that returns one; either must outlive the call it is passed to.
+class RowPlace {
+ public:
+  RowPlace(const std::string& text) : object_(&text), build_(&FromText) {}
+  template <typename Build>
+    requires std::is_invocable_r_v<std::string, const Build&>
+  RowPlace(const Build& build) : object_(&build), build_(&Call<Build>) {}
+  std::string str() const { return build_(object_); }
+
+ private:
+  static std::string FromText(const void* text) { return *static_cast<const std::string*>(text); }
+  template <typename Build>
+  static std::string Call(const void* build) {
+    return (*static_cast<const Build*>(build))();
+  }
+  const void* object_;
+  std::string (*build_)(const void*);
+};
 
 // Reads a long value given its 12-byte descriptor followed by any inline data; returns the
 // value's raw bytes.
@@ -36,15 +58,15 @@ void AppendEncodedText(std::string_view utf8, bool compress, std::vector<std::by
 // Decodes every column of the definition (values in column order). CONTEXT names table and
 // row for errors; a damaged row throws Corrupt.
 std::vector<Value> DecodeRow(const TableDefinition& definition, Bytes row, const LongValueReader& long_values,
-                             const std::string& context);
+                             const RowPlace& context);
 // Decodes one column only (for hashing keys without decoding the whole row).
 Value DecodeColumn(const TableDefinition& definition, std::size_t column, Bytes row,
-                   const LongValueReader& long_values, const std::string& context);
+                   const LongValueReader& long_values, const RowPlace& context);
 
 // Decodes the columns COLUMNS (positions in the definition) of ROW into OUT, in that order,
 // reading the row's frame once.
 void DecodeColumns(const TableDefinition& definition, std::span<const std::size_t> columns, Bytes row,
-                   const LongValueReader& long_values, const std::string& context, std::span<Value> out);
+                   const LongValueReader& long_values, const RowPlace& context, std::span<Value> out);
 
 // Whether ROW has the place of COLUMN's fixed value (Boolean included: its null-mask bit), so
 // that WriteFixedInPlace can change it: false for a variable column and for a row written
@@ -58,7 +80,7 @@ void WriteFixedInPlace(const ColumnDefinition& column, MutableBytes row, const V
 // The stored bytes of one column of ROW (for a long value, its descriptor); nullopt when the
 // value is null. Not for Boolean columns, whose value is the null-mask bit.
 std::optional<Bytes> ColumnBytes(const TableDefinition& definition, std::size_t column, Bytes row,
-                                 const std::string& context);
+                                 const RowPlace& context);
 
 // Encodes rows of one table. The layout (column count, fixed region, variable slots) is worked
 // out once from the definition, and the buffers are kept from row to row, so encoding a row

@@ -9,6 +9,7 @@
 
 #include "common/error.h"
 #include "jet/data_page.h"
+#include "jet/format/index_pages.h"
 #include "jet/format/pages.h"
 #include "jet/format/table_definition.h"
 #include "jet/index/key.h"
@@ -380,20 +381,18 @@ std::vector<Value> Table::ReadRow(RowId row) {
   // A public read holds no page across the call: the cache may be trimmed here, which keeps a
   // scan that only reads (a query, a massage) from holding every page of the table.
   store_.TrimCache();
-  std::vector<std::byte> bytes = ReadRowBytes(row);
-  return DecodeRow(definition_, bytes,
-                   LongValues(row), Context(row));
+  return DecodeRow(definition_, RowBytes(row), LongValues(row), [&] { return Context(row); });
 }
 
 Value Table::ReadValue(RowId row, std::size_t column) {
   store_.TrimCache();
   // The row's bytes stay in the cache until the next trim; long values are read beside them.
-  return DecodeColumn(definition_, column, RowBytes(row), LongValues(row), Context(row));
+  return DecodeColumn(definition_, column, RowBytes(row), LongValues(row), [&] { return Context(row); });
 }
 
 void Table::ReadValues(RowId row, std::span<const std::size_t> columns, std::span<Value> out) {
   store_.TrimCache();
-  DecodeColumns(definition_, columns, RowBytes(row), LongValues(row), Context(row), out);
+  DecodeColumns(definition_, columns, RowBytes(row), LongValues(row), [&] { return Context(row); }, out);
 }
 
 LongValueReader Table::LongValues(RowId row) {
@@ -643,7 +642,7 @@ HashIndex& Table::Hash(const std::vector<std::size_t>& columns) {
     store_.TrimCache();
     std::vector<std::byte> bytes = ReadRowBytes(row);
     for (std::size_t k = 0; k < columns.size(); ++k) {
-      key[k] = DecodeColumn(definition_, columns[k], bytes, LongValues(row), Context(row));
+      key[k] = DecodeColumn(definition_, columns[k], bytes, LongValues(row), [&] { return Context(row); });
     }
     hash->Add(*RowKeyHash(definition_, columns, [&](std::size_t k) -> const Value& { return key[k]; },
                           Unmatchable::HashAsEmpty, key_scratch_),
@@ -722,7 +721,7 @@ std::optional<RowId> Table::FindFirst(std::size_t column, const Value& value) {
   if (candidates_.size() > 1) std::sort(candidates_.begin(), candidates_.end());
   for (RowId row : candidates_) {
     store_.TrimCache();
-    Value stored = DecodeColumn(definition_, column, RowBytes(row), LongValues(row), Context(row));
+    Value stored = DecodeColumn(definition_, column, RowBytes(row), LongValues(row), [&] { return Context(row); });
     key_scratch_.comparable.clear();
     if (AppendComparable(definition, stored, key_scratch_, key_scratch_.comparable) &&
         key_scratch_.comparable == wanted_) {
@@ -798,12 +797,28 @@ std::string Table::IndexName(std::size_t real) const {
 
 void Table::CheckKeys(const std::vector<Value>& values, const std::vector<Value>* old_values) {
   if (index_maintenance_ == IndexMaintenance::Skip || definition_.real_indexes.empty()) return;
-  const std::string where = store_.file_name() + ": table " + name_;
-  if (!key_layouts_) key_layouts_ = std::make_unique<std::vector<IndexKeyLayout>>(IndexKeyLayouts(definition_, where));
+  auto where = [&] { return store_.file_name() + ": table " + name_; };
+  if (!key_layouts_) key_layouts_ = std::make_unique<std::vector<IndexKeyLayout>>(IndexKeyLayouts(definition_, where()));
   for (std::size_t i = 0; i < key_layouts_->size(); ++i) {
     const IndexKeyLayout& layout = (*key_layouts_)[i];
     // A key whose columns did not change passes: the rebuild keeps that row's stored key.
     if (old_values && SameAt(layout.positions, *old_values, values)) continue;
+    // Printable ASCII text always has a weight, at most 4 key bytes a character, and a column's
+    // flag and section marks take fewer than 16: a key of such values and numbers that cannot
+    // pass the limit needs no building.
+    std::size_t bound = 0;
+    bool plain = true;
+    for (std::size_t position : layout.positions) {
+      const Value& value = values[position];
+      if (value.kind == Value::Kind::Binary) plain = false;
+      if (value.kind != Value::Kind::Text) {
+        bound += 32;
+        continue;
+      }
+      for (char c : value.bytes) plain &= c >= 0x20 && c <= 0x7E;
+      bound += 16 + 4 * value.bytes.size();
+    }
+    if (plain && bound <= format::kMaxKeySize) continue;
     key_values_.clear();
     for (std::size_t position : layout.positions) {
       const Value& value = values[position];
@@ -819,7 +834,7 @@ void Table::CheckKeys(const std::vector<Value>& values, const std::vector<Value>
       }
       std::string reason = error.what();
       if (reason.rfind("index key: ", 0) == 0) reason.erase(0, 11);
-      throw Error(ErrorKind::Constraint, where + ", index " + IndexName(i) + " (" + columns + "): the value " + shown +
+      throw Error(ErrorKind::Constraint, where() + ", index " + IndexName(i) + " (" + columns + "): the value " + shown +
                                              " cannot be indexed: " + reason);
     }
   }

@@ -290,6 +290,13 @@ int CompareValues(const Value& a, const Value& b) {
   if (a_text && b_text) {
     // The same text is equal in any order: most look-ups find their key as it was written.
     if (a.bytes == b.bytes) return 0;
+    // Empty text ranks before any text holding a letter, digit or sign of ASCII (a test for a
+    // blank value meets mostly these).
+    auto has_printable = [](const std::string& text) {
+      return std::any_of(text.begin(), text.end(), [](char c) { return c > 0x20 && c < 0x7F; });
+    };
+    if (a.bytes.empty() && has_printable(b.bytes)) return -1;
+    if (b.bytes.empty() && has_printable(a.bytes)) return 1;
     // As the General sort order ranks them (the order of their index keys); texts the keys
     // cannot tell apart past their first 255 characters, or that have a character without a
     // weight, fall back to their case-folded forms.

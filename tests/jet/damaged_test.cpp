@@ -46,7 +46,7 @@ class DamagedDatabaseTest : public ::testing::Test {
     Bytes page = Page(row >> 8);
     auto extent = FindRow(page, row & 0xFF);
     Bytes row_bytes = page.subspan(extent->start, extent->end - extent->start);
-    Bytes descriptor = *ColumnBytes(definition_, picture_, row_bytes, "test");
+    Bytes descriptor = *ColumnBytes(definition_, picture_, row_bytes, std::string("test"));
     return {RowPointer::Decode(Get32(descriptor, 4)).page, Get32(descriptor, 0) & kLongValueLengthMask};
   }
 

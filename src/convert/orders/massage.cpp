@@ -66,8 +66,26 @@ class MassageRows {
   std::size_t position_ = 0;
 };
 
-// A date column's value is unusable when it reads as no date, or as exactly 1/1/1900.
-bool Unusable(const std::string& text) { return !data::IsDate(text) || text == data::kMissingDate; }
+// A date column's value as the old converter tested it: its text usable as a date, and not
+// exactly "1/1/1900". A whole day (no time of day) between the years 100 and 9999 reads as
+// M/D/YYYY, usable unless it is 12/30/1899 (day 0); anything else is tested as its text.
+struct DateTest {
+  bool usable = false;
+  bool missing_date = false;  // reads exactly "1/1/1900"
+};
+DateTest TestDate(const jet::Value& value) {
+  static const double kMissingDay = *data::DateToOleDays(data::kMissingDate);
+  if (value.kind == jet::Value::Kind::DateTime && value.number == static_cast<double>(static_cast<std::int64_t>(value.number)) &&
+      jet::IsOleDateInRange(value.number)) {
+    return {value.number != 0, value.number == kMissingDay};
+  }
+  std::string text = data::TargetValueText(value);
+  return {data::IsDate(text), text == data::kMissingDate};
+}
+bool Unusable(const jet::Value& value) {
+  DateTest test = TestDate(value);
+  return !test.usable || test.missing_date;
+}
 
 }  // namespace
 
@@ -196,11 +214,15 @@ OrderDates::OrderDates(data::TargetTable& property)
       DateClosed(property.Column("DateClosed")) {}
 
 void CheckDates(data::TargetTable& property, const OrderDates& dates, jet::RowId row, data::TargetRow& changes) {
-  std::string reference = property.Text(row, dates.DateAssigned);
-  if (!data::IsDate(reference)) return;
-  bool assigned = Unusable(reference), received = Unusable(property.Text(row, dates.DateReceived)),
-       inspected = Unusable(property.Text(row, dates.DateInspected)), due = Unusable(property.Text(row, dates.DateDue)),
-       reviewed = Unusable(property.Text(row, dates.DateReviewed)), closed = Unusable(property.Text(row, dates.DateClosed));
+  const data::TargetColumn* columns[] = {&dates.DateAssigned, &dates.DateReceived, &dates.DateInspected,
+                                         &dates.DateDue,      &dates.DateReviewed, &dates.DateClosed};
+  jet::Value values[6];
+  property.Values(row, columns, values);
+  if (!TestDate(values[0]).usable) return;
+  // The reference date as the old converter wrote it back: its text, read again as a date.
+  std::string reference = data::TargetValueText(values[0]);
+  bool assigned = Unusable(values[0]), received = Unusable(values[1]), inspected = Unusable(values[2]),
+       due = Unusable(values[3]), reviewed = Unusable(values[4]), closed = Unusable(values[5]);
   if (assigned) changes.SetDate(dates.DateAssigned, reference);
   if (received) changes.SetDate(dates.DateReceived, reference);
   // The inspection date is tested, the received date written: the office's rule.

@@ -110,10 +110,63 @@ void AppendKanaFlags(std::vector<uint8_t>& key, std::vector<uint8_t>& flags) {
   key.insert(key.end(), std::begin(format::kKanaSuffix), std::end(format::kKanaSuffix));
 }
 
+// The key of text whose characters are all Latin-1 letters and symbols without an accent,
+// ignorable characters or characters ignored (nearly every key an office holds), built in one
+// pass as AppendTextKey builds it: the primary weights, the section ends, the ignorables. False,
+// with KEY as it was, when a character needs the full rules (an accent, a kana, no weight).
+bool AppendPlainTextKey(std::vector<uint8_t>& key, std::u16string_view text, size_t length) {
+  constexpr size_t kMostIgnorables = 16;
+  uint8_t ignorables[4 * kMostIgnorables];
+  size_t ignorable_bytes = 0;
+  const size_t start = key.size();
+  key.resize(start + 4 * length + 5);
+  uint8_t* out = key.data() + start;
+  uint32_t elements = 0;
+  for (size_t i = 0; i < length; ++i) {
+    if (text[i] >= 0x100) {
+      key.resize(start);
+      return false;
+    }
+    const CharWeight weight = WeightOf(text[i]);
+    if (weight.kind == WeightKind::Letters && weight.accent_size == 0) {
+      for (uint8_t b = 0; b < weight.primary_size; ++b) *out++ = weight.primary[b];
+      elements += weight.elements;
+    } else if (weight.kind == WeightKind::Ignorable && ignorable_bytes < sizeof ignorables) {
+      uint32_t position = format::kIgnorablePositionBase + format::kIgnorablePositionStep * elements;
+      if (position > 0x7FFF) {
+        key.resize(start);
+        return false;
+      }
+      uint16_t field = static_cast<uint16_t>(format::kIgnorablePositionFlag | position);
+      ignorables[ignorable_bytes++] = static_cast<uint8_t>(field >> 8);
+      ignorables[ignorable_bytes++] = static_cast<uint8_t>(field);
+      ignorables[ignorable_bytes++] = format::kIgnorableMarker;
+      ignorables[ignorable_bytes++] = weight.code;
+    } else if (weight.kind != WeightKind::Ignored) {
+      key.resize(start);
+      return false;
+    }
+  }
+  const size_t body = static_cast<size_t>(out - (key.data() + start));
+  key.resize(start + body + 1 + (ignorable_bytes ? 3 + ignorable_bytes : 0) + 1);
+  out = key.data() + start + body;
+  *out++ = format::kTextSectionEnd;
+  if (ignorable_bytes) {
+    *out++ = format::kTextSectionEnd;
+    *out++ = format::kTextSectionEnd;
+    *out++ = format::kTextSectionEnd;
+    std::memcpy(out, ignorables, ignorable_bytes);
+    out += ignorable_bytes;
+  }
+  *out++ = format::kTextKeyEnd;
+  return true;
+}
+
 // The General-order sort key of TEXT, ascending, without the column flag.
 void AppendTextKey(std::vector<uint8_t>& key, std::u16string_view text) {
   size_t length = std::min(text.size(), format::kMaxTextKeyCharacters);
   while (length > 0 && text[length - 1] == u' ') --length;
+  if (AppendPlainTextKey(key, text, length)) return;
 
   // The accent section holds one slot per sort element once any accent occurs; a combining mark
   // before any element leaves one byte ahead of the slots (LEAD).
