@@ -183,6 +183,29 @@ bool AppendComparable(const ColumnDefinition& column, const Value& value, KeyScr
   return true;
 }
 
+// Whether two texts of printable ASCII are the same to an index: letters without regard to
+// case, trailing blanks not counting, only the first characters a text key holds. Nullopt when
+// either holds anything else (such text is compared by its sort key). Each printable ASCII
+// character has a weight of its own apart from case (a test of the weights table checks it).
+std::optional<bool> SameAsciiText(std::string_view a, std::string_view b) {
+  auto printable = [](std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c <= 0x7E; });
+  };
+  if (!printable(a) || !printable(b)) return std::nullopt;
+  a = a.substr(0, std::min(a.size(), format::kMaxTextKeyCharacters));
+  b = b.substr(0, std::min(b.size(), format::kMaxTextKeyCharacters));
+  while (!a.empty() && a.back() == ' ') a.remove_suffix(1);
+  while (!b.empty() && b.back() == ' ') b.remove_suffix(1);
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    char x = a[i], y = b[i];
+    if (x >= 'a' && x <= 'z') x = static_cast<char>(x - 32);
+    if (y >= 'a' && y <= 'z') y = static_cast<char>(y - 32);
+    if (x != y) return false;
+  }
+  return true;
+}
+
 std::optional<std::string> KeyOf(const ColumnDefinition& column, const Value& value, KeyScratch& scratch) {
   std::string key;
   if (!AppendComparable(column, value, scratch, key)) return std::nullopt;
@@ -722,6 +745,12 @@ std::optional<RowId> Table::FindFirst(std::size_t column, const Value& value) {
   for (RowId row : candidates_) {
     store_.TrimCache();
     Value stored = DecodeColumn(definition_, column, RowBytes(row), LongValues(row), [&] { return Context(row); });
+    if (IsTextType(definition.type) && value.kind == Value::Kind::Text && stored.kind == Value::Kind::Text) {
+      if (std::optional<bool> same = SameAsciiText(value.bytes, stored.bytes)) {
+        if (*same) return row;
+        continue;
+      }
+    }
     key_scratch_.comparable.clear();
     if (AppendComparable(definition, stored, key_scratch_, key_scratch_.comparable) &&
         key_scratch_.comparable == wanted_) {

@@ -122,12 +122,13 @@ bool AppendPlainTextKey(std::vector<uint8_t>& key, std::u16string_view text, siz
   key.resize(start + 4 * length + 5);
   uint8_t* out = key.data() + start;
   uint32_t elements = 0;
+  static const CharWeight* const latin1 = Latin1Weights();
   for (size_t i = 0; i < length; ++i) {
     if (text[i] >= 0x100) {
       key.resize(start);
       return false;
     }
-    const CharWeight weight = WeightOf(text[i]);
+    const CharWeight& weight = latin1[text[i]];
     if (weight.kind == WeightKind::Letters && weight.accent_size == 0) {
       for (uint8_t b = 0; b < weight.primary_size; ++b) *out++ = weight.primary[b];
       elements += weight.elements;

@@ -150,6 +150,8 @@ static_assert(RunsAreOrdered(), "weight runs must be sorted and must not overlap
 
 }  // namespace
 
+const CharWeight* Latin1Weights() { return kLatin1.data(); }
+
 CharWeight WeightOf(char16_t character) {
   if (character < 0x100) return kLatin1[character];
   const WeightRun* run = std::upper_bound(std::begin(kRuns), std::end(kRuns), character,

@@ -31,5 +31,8 @@ struct CharWeight {
 
 // The weight of one UTF-16 code unit.
 CharWeight WeightOf(char16_t character);
+// The weights of U+0000..U+00FF, by character: the table WeightOf answers Latin-1 from, for
+// loops over long runs of such text.
+const CharWeight* Latin1Weights();
 
 }  // namespace qorvane::jet::index
