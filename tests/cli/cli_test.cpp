@@ -159,7 +159,8 @@ TEST_F(CommandLineTest, DamageReadPastIsShownAFewTimesPerFileAndLoggedInFull) {
 // conversion reaches what one uninterrupted run reaches (mdb-count), nothing added twice.
 TEST_F(CommandLineTest, AStoppedRunSaysWhereAndTheSameRunAgainFinishesTheJob) {
   if (test::Command("command -v mdb-count").empty()) GTEST_SKIP() << "mdb-count (mdbtools) is not installed";
-  ASSERT_EQ(RunQorvane("sample " + source + " --orders 4000").status, 0);
+  // Enough orders that the run is still going when the signal comes from the polling below.
+  ASSERT_EQ(RunQorvane("sample " + source + " --orders 12000").status, 0);
   ASSERT_EQ(RunQorvane("init-target " + target).status, 0);
   std::string whole = dir.path() + "/W";
   ASSERT_EQ(RunQorvane("init-target " + whole).status, 0);
@@ -171,7 +172,7 @@ TEST_F(CommandLineTest, AStoppedRunSaysWhereAndTheSameRunAgainFinishesTheJob) {
   std::string command = std::string(QORVANE_CLI_PATH) + " convert " + common + choices + " </dev/null >" + out_file +
                         " 2>/dev/null & pid=$!; "
                         "for i in $(seq 1 600); do grep -qs 'Begin conversion: Invoice.mdb' " + target +
-                        "/ConvLog-*.log && break; sleep 0.02; done; kill -INT $pid; wait $pid; echo $?";
+                        "/ConvLog-*.log && break; sleep 0.01; done; kill -INT $pid; wait $pid; echo $?";
   std::string status = test::Command(command);
   ASSERT_EQ(status, "1\n") << "the stopped run exits 1";
   std::string out = ReadText(out_file);
