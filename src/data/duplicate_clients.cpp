@@ -189,12 +189,17 @@ app::StepResult CorrectDuplicateClients(Context& context) {
       foxpro::RecordSet& records = clients.Recordset();
       if (auto refusal = records.WriteRefusal()) throw Error(ErrorKind::Corrupt, records.table().name() + ": " + *refusal);
       if (foxpro::BackupSession* backup = context.connections().backup()) backup->EnsureBackedUp(records.Files());
+      // One write and one sync for the whole plan; "planned" comes last, so a plan cut short
+      // by a crash is not taken for a whole one.
+      std::vector<foxpro::JournalEntry> plan;
+      plan.reserve(listed + 1);
       for (std::size_t i = 0; i < listed; ++i) {
         const std::string& number = form.lstclinum[i];
-        journal->Append({"client-key", number, form.lstduplicateclients[i],
-                         DaoTrim(clients, CorrectedClientKey(number, form.lstduplicateclients[i]), "Cli_lname")});
+        plan.push_back({"client-key", number, form.lstduplicateclients[i],
+                        DaoTrim(clients, CorrectedClientKey(number, form.lstduplicateclients[i]), "Cli_lname")});
       }
-      journal->Append({"client-keys", "planned", std::to_string(listed)});
+      plan.push_back({"client-keys", "planned", std::to_string(listed)});
+      journal->Append(plan);
     }
     for (std::size_t i = 0; i < listed; ++i) {
       context.DoEvents();

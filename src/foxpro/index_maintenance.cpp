@@ -64,11 +64,35 @@ std::vector<std::vector<IndexEntry>> ComputeEntries(const Table& table, const st
   }
   for (std::size_t t = 0; t < tags.size(); ++t) {
     auto& entries = result[t];
-    // Records are distinct, so (key, record) orders every entry: no stable sort is needed.
-    std::sort(entries.begin(), entries.end(), [](const IndexEntry& a, const IndexEntry& b) {
-      int compared = a.key.compare(b.key);
-      return compared != 0 ? compared < 0 : a.record < b.record;
-    });
+    // Sorted by (key, record), which orders every entry as records are distinct. The sort moves
+    // small items (the first eight key bytes and the entry's place) rather than the entries, and
+    // a tag whose keys come in record order already costs one pass.
+    struct SortItem {
+      std::uint64_t prefix;
+      std::uint32_t place;
+    };
+    std::vector<SortItem> order(entries.size());
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      const std::string& key = entries[i].key;
+      std::uint64_t prefix = 0;
+      for (std::size_t b = 0; b < 8; ++b) prefix = (prefix << 8) | (b < key.size() ? static_cast<unsigned char>(key[b]) : 0u);
+      order[i] = {prefix, static_cast<std::uint32_t>(i)};
+    }
+    auto item_less = [&entries](const SortItem& a, const SortItem& b) {
+      const IndexEntry& left = entries[a.place];
+      const IndexEntry& right = entries[b.place];
+      // Equal prefixes, or a key shorter than eight bytes, fall back to the whole key.
+      if (a.prefix != b.prefix && left.key.size() >= 8 && right.key.size() >= 8) return a.prefix < b.prefix;
+      int compared = left.key.compare(right.key);
+      return compared != 0 ? compared < 0 : left.record < right.record;
+    };
+    if (!std::is_sorted(order.begin(), order.end(), item_less)) {
+      std::sort(order.begin(), order.end(), item_less);
+      std::vector<IndexEntry> sorted;
+      sorted.reserve(entries.size());
+      for (const SortItem& item : order) sorted.push_back(std::move(entries[item.place]));
+      entries = std::move(sorted);
+    }
     if (tags[t].tag->unique()) {
       entries.erase(std::unique(entries.begin(), entries.end(),
                                 [](const IndexEntry& a, const IndexEntry& b) { return a.key == b.key; }),

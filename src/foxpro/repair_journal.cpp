@@ -49,7 +49,7 @@ bool EndsWith(const std::string& text, const std::string& tail) {
 RepairJournal::RepairJournal(std::string folder, std::string run_start)
     : folder_(std::move(folder)), path_(os::JoinPath(folder_, kRepairJournalName)), run_start_(std::move(run_start)) {}
 
-void RepairJournal::Append(const JournalEntry& entry) {
+void RepairJournal::Append(std::span<const JournalEntry> entries) {
   std::string text;
   if (!file_.is_open()) {
     bool existed = os::IsRegularFile(path_);
@@ -67,8 +67,10 @@ void RepairJournal::Append(const JournalEntry& entry) {
     text += "run\t" + Escaped(run_start_) + "\n";
     run_written_ = true;
   }
-  for (std::size_t i = 0; i < entry.size(); ++i) text += (i ? "\t" : "") + Escaped(entry[i]);
-  text += '\n';
+  for (const JournalEntry& entry : entries) {
+    for (std::size_t i = 0; i < entry.size(); ++i) text += (i ? "\t" : "") + Escaped(entry[i]);
+    text += '\n';
+  }
   file_.WriteAt(size_, std::as_bytes(std::span(text.data(), text.size())));
   size_ += text.size();
   file_.Sync();

@@ -14,6 +14,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -36,7 +37,10 @@ class RepairJournal {
   const std::string& run_start() const { return run_start_; }
   // Appends ENTRY as one line and syncs it. Throws qorvane::Error when it cannot be written;
   // the caller must then not make the change the line announces.
-  void Append(const JournalEntry& entry);
+  void Append(const JournalEntry& entry) { Append(std::span<const JournalEntry>(&entry, 1)); }
+  // Appends ENTRIES as lines in one write and one sync: a crash keeps a whole-line prefix of
+  // them, never a line cut short that is read.
+  void Append(std::span<const JournalEntry> entries);
 
  private:
   std::string folder_;

@@ -88,20 +88,20 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
         Value value = DecodeColumn(definition, position, bytes, table.LongValues(row), where);
         key_values.push_back(ToKeyValue(value));
       }
-      std::optional<std::vector<std::uint8_t>> key;
+      Keys& list = keys[i];
+      bool has_key = false;
       try {
-        key = index::MakeKey(layouts[i].columns, key_values, layouts[i].nulls);
+        has_key = index::AppendKey(list.arena, layouts[i].columns, key_values, layouts[i].nulls);
       } catch (const Error& error) {
         // Insert and Update refuse such keys, so this row's indexed values are as they were
         // when the tree was written (by Access, or by us keeping its key): keep the stored key.
         if (!stored_keys[i]) stored_keys[i] = StoredKeys(store, definition.real_indexes[i].root_page);
         auto found = stored_keys[i]->find(row);
         if (found == stored_keys[i]->end()) throw Error(error.kind(), where + ": " + error.what());
-        key = found->second;
+        list.arena.insert(list.arena.end(), found->second.begin(), found->second.end());
+        has_key = true;
       }
-      if (!key) continue;
-      Keys& list = keys[i];
-      list.arena.insert(list.arena.end(), key->begin(), key->end());
+      if (!has_key) continue;
       if (list.arena.size() > 0xFFFFFFFFu) {
         throw Error(ErrorKind::NotSupported, where + ": index keys exceed 4 GB");
       }
@@ -140,13 +140,15 @@ std::vector<std::uint32_t> IndexRebuild::Run(Table& table) {
       for (std::size_t b = 0; b < 8; ++b) prefix = (prefix << 8) | (b < key.size() ? key[b] : 0u);
       order[k] = {prefix, static_cast<std::uint32_t>(k), static_cast<std::uint32_t>(key.size())};
     }
-    std::sort(order.begin(), order.end(), [&key_less](const SortItem& a, const SortItem& b) {
+    auto item_less = [&key_less](const SortItem& a, const SortItem& b) {
       if (a.prefix != b.prefix) {
         std::uint32_t first_difference = static_cast<std::uint32_t>(std::countl_zero(a.prefix ^ b.prefix)) / 8;
         if (first_difference < a.length && first_difference < b.length) return a.prefix < b.prefix;
       }
       return key_less(a.key, b.key);
-    });
+    };
+    // Keys that come in order already (a counter's, rows added in key order) need one pass only.
+    if (!std::is_sorted(order.begin(), order.end(), item_less)) std::sort(order.begin(), order.end(), item_less);
 
     RealIndexDefinition& real = definition.real_indexes[i];
     UsageMap& map = table.Map(real.usage_map, "index " + std::to_string(i) + " pages");

@@ -330,6 +330,13 @@ void AppendKeyColumn(std::vector<uint8_t>& key, KeyType type, SortOrder order,
 
 std::optional<std::vector<uint8_t>> MakeKey(std::span<const KeyColumn> columns,
                                             std::span<const KeyValue> values, NullKeys nulls) {
+  std::vector<uint8_t> key;
+  if (!AppendKey(key, columns, values, nulls)) return std::nullopt;
+  return key;
+}
+
+bool AppendKey(std::vector<uint8_t>& out, std::span<const KeyColumn> columns, std::span<const KeyValue> values,
+               NullKeys nulls) {
   if (columns.size() != values.size()) {
     throw Error(ErrorKind::InvalidArgument, "index key: " + std::to_string(values.size()) +
                                                 " values for " + std::to_string(columns.size()) +
@@ -338,18 +345,25 @@ std::optional<std::vector<uint8_t>> MakeKey(std::span<const KeyColumn> columns,
   if (nulls == NullKeys::Ignore) {
     bool all_null = true;
     for (const KeyValue& value : values) all_null = all_null && std::holds_alternative<Null>(value);
-    if (all_null) return std::nullopt;
+    if (all_null) return false;
   }
-  std::vector<uint8_t> key;
-  for (size_t i = 0; i < columns.size(); ++i) {
-    AppendKeyColumn(key, columns[i].type, columns[i].order, values[i]);
+  const size_t start = out.size();
+  try {
+    for (size_t i = 0; i < columns.size(); ++i) {
+      AppendKeyColumn(out, columns[i].type, columns[i].order, values[i]);
+    }
+  } catch (...) {
+    out.resize(start);
+    throw;
   }
-  if (key.size() > format::kMaxKeySize) {
-    throw Error(ErrorKind::Constraint, "index key: the key is " + std::to_string(key.size()) +
+  const size_t length = out.size() - start;
+  if (length > format::kMaxKeySize) {
+    out.resize(start);
+    throw Error(ErrorKind::Constraint, "index key: the key is " + std::to_string(length) +
                                            " bytes long, more than the " +
                                            std::to_string(format::kMaxKeySize) + " Jet allows");
   }
-  return key;
+  return true;
 }
 
 bool AnyNull(std::span<const KeyValue> values) {

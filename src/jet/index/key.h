@@ -58,6 +58,10 @@ enum class NullKeys { Store, Ignore };
 // Error(Constraint) when the key is longer than Jet allows (format::kMaxKeySize).
 std::optional<std::vector<uint8_t>> MakeKey(std::span<const KeyColumn> columns,
                                             std::span<const KeyValue> values, NullKeys nulls);
+// The same key appended to OUT (which may hold other keys before it); false, OUT unchanged, when
+// the row gets no entry. On a throw OUT holds what it held before.
+bool AppendKey(std::vector<uint8_t>& out, std::span<const KeyColumn> columns, std::span<const KeyValue> values,
+               NullKeys nulls);
 
 // True when any of VALUES is NULL: such a key never breaks a unique index (as in Access, a
 // unique index accepts any number of rows with a NULL in one of its columns).
