@@ -1,6 +1,15 @@
 // The plain-words end of `qorvane check` (see check_summary.h).
 #include "cli/check_summary.h"
 
+#include <algorithm>
+#include <unordered_set>
+
+#include "common/error.h"
+#include "common/os.h"
+#include "common/text.h"
+#include "convert/orders/order_fields.h"
+#include "foxpro/table.h"
+
 #include <map>
 #include <set>
 #include <sstream>
@@ -98,6 +107,41 @@ std::string CheckSummary(const std::string& text, const std::string& folder,
     summary += "next: qorvane convert --source " + source + " --target DIR\n";
   }
   return summary;
+}
+
+std::string ListedNumbersNotHeld(const std::string& folder, int code_page, const std::vector<std::string>& numbers) {
+  if (numbers.empty()) return "";
+  std::unordered_set<std::string> held;
+  std::string unreadable;
+  for (auto [table_name, field_name] : {std::pair{"property.dbf", "File_num"}, std::pair{"invoice.dbf", "Inv_num"}}) {
+    try {
+      auto path = os::FindCaseInsensitive(folder, table_name);
+      if (!path) continue;
+      auto table = foxpro::Table::Open(*path, {.default_code_page = code_page});
+      auto field = table->FindField(field_name);
+      if (!field) continue;
+      std::string text;
+      for (std::uint32_t record = 0; record < table->record_count(); ++record) {
+        if (table->IsDeleted(record)) continue;
+        text.clear();
+        table->AppendText(table->RecordBytes(record), *field, text);
+        held.insert(text::UCaseTrim(text));
+      }
+    } catch (const Error& error) {
+      unreadable += std::string(table_name) + " could not be read (" + error.what() + "); ";
+    }
+  }
+  std::string out;
+  for (const std::string& number : numbers) {
+    std::vector<std::string> forms = convert::ListedNumberForms(number);
+    if (std::any_of(forms.begin(), forms.end(), [&](const std::string& form) { return held.count(form) != 0; })) continue;
+    std::string shown = text::UCaseTrim(number);
+    out += "File number " + shown + " is not in property.dbf or invoice.dbf: " + unreadable +
+           "a conversion with --files " + shown +
+           " would delete its rows in office.mdb and have nothing to convert in their place. Check the number as "
+           "the old program shows it.\n";
+  }
+  return out;
 }
 
 }  // namespace qorvane::cli

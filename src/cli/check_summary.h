@@ -17,4 +17,10 @@ namespace qorvane::cli {
 std::string CheckSummary(const std::string& text, const std::string& folder,
                          const std::vector<app::ClientKeyChange>& clients, int unreadable);
 
+// `check --files`: the listed NUMBERS that neither property.dbf nor invoice.dbf of FOLDER holds
+// in any form a conversion looks for (trimmed and upper-cased, or as the corrections would
+// store it), each with a line saying what a conversion limited to it would do. Empty when every
+// number is there. A table that cannot be read is said in the line instead.
+std::string ListedNumbersNotHeld(const std::string& folder, int code_page, const std::vector<std::string>& numbers);
+
 }  // namespace qorvane::cli

@@ -191,7 +191,7 @@ std::optional<std::string> UnknownOption(const CLI::App& command, int first, int
 }
 
 // `check`: the report, its last line replaced by the summary in plain words and what to do next.
-int RunCheck(const std::string& source, int codepage) {
+int RunCheck(const std::string& source, int codepage, const std::vector<std::string>& files) {
   std::ostringstream report;
   data::SourceCheckResult result = data::CheckSource(source, codepage, report);
   std::string text = report.str();
@@ -203,6 +203,7 @@ int RunCheck(const std::string& source, int codepage) {
   app::CkRSlash(folder);
   std::cout << cli::CheckSummary(text, folder, preview::PlanClientKeyChanges(folder, codepage),
                                  result.tables_unreadable);
+  std::cout << cli::ListedNumbersNotHeld(folder, codepage, files);
   return data::SourceCheckExitStatus(result);
 }
 
@@ -302,6 +303,10 @@ int main(int argc, char** argv) {
       "Exit status: 0 nothing to repair; 1 the Preliminary Corrections would repair something;\n"
       "2 bad use of the command line; 3 a table could not be read.");
   check_command->add_option("--source", check_source, "Source data folder (.dbf/.cdx/.fpt)")->required()->type_name("DIR");
+  std::string check_files;
+  check_command->add_option("--files", check_files,
+                            "Also say which of these file numbers the source does not hold (as convert --files takes them)")
+      ->type_name("N[,N...]");
   check_command->add_option("--source-codepage", check_codepage,
                              "Code page of source tables whose header names none (default 437)")
       ->type_name("CP");
@@ -376,8 +381,16 @@ int main(int argc, char** argv) {
       std::cerr << "qorvane: " << check_source << ": no such folder (give the folder of the old program's .dbf tables)\n";
       return kExitUsage;
     }
+    cli::ConvertChoices listed;
+    listed.files = check_files;
+    app::FormModel scratch;
+    cli::ApplyChoices(listed, scratch);
+    if (auto error = cli::CheckFileNumbers(scratch.lstfilenum)) {
+      std::cerr << "qorvane: --files: " << *error << "\n";
+      return kExitUsage;
+    }
     try {
-      return RunCheck(check_source, check_codepage);
+      return RunCheck(check_source, check_codepage, scratch.lstfilenum);
     } catch (const std::exception& error) {
       // What the check finds in the tables is reported line by line; this is what stopped it.
       std::cout.flush();

@@ -22,8 +22,8 @@ struct CheckRun {
   std::string out;
 };
 
-CheckRun Check(const std::string& folder) {
-  std::string command = std::string(QORVANE_CLI_PATH) + " check --source " + test::ShellQuote(folder) + " 2>&1";
+CheckRun Check(const std::string& folder, const std::string& options = "") {
+  std::string command = std::string(QORVANE_CLI_PATH) + " check --source " + test::ShellQuote(folder) + options + " 2>&1";
   CheckRun run;
   FILE* pipe = popen(command.c_str(), "r");
   char buffer[4096];
@@ -80,8 +80,12 @@ TEST_F(SourceCheck, IllegalNumbersAndBadClientKeysAreListedAndNothingIsWritten) 
   WriteProperty({{{"FILE_NUM", "1#2#3&4"}, {"INV_NUM", "1#2#3&4"}, {"CLI_NUM", "C&1"}}, {{"FILE_NUM", "ab 12"}}});
   WriteClients({{{"CLI_NUM", "7"}, {"CLI_LNAME", "SMITH"}}, {{"CLI_NUM", "9"}, {"CLI_LNAME", "SMITH"}, {"CLI_BILL", "X*"}}});
   auto before = Snapshot(source);
-  CheckRun run = Check(source);
+  // Listed numbers: one the source holds (as the old program shows it), one it does not.
+  CheckRun run = Check(source, " --files '1#2#3&4,77-1'");
   EXPECT_EQ(run.status, 1) << run.out;
+  EXPECT_NE(run.out.find("File number 77-1 is not in property.dbf or invoice.dbf: a conversion with --files 77-1 would "
+                         "delete its rows in office.mdb"), std::string::npos) << run.out;
+  EXPECT_EQ(run.out.find("File number 1#2#3&4"), std::string::npos) << run.out;
   for (const char* line : {"Preliminary data correction to illegal VL property.dbf fields (file_num and Inv_num)\n"
                            "VL CORRECTION: illegal file_num (1#2#3&4) converted = 1-2-3&4\n"
                            "VL CORRECTION: illegal Inv_num (1#2#3&4) converted = 1-2-3&4\n"
