@@ -107,6 +107,9 @@ std::string RunChangesText(const FormModel& form, const DataPaths& paths, const 
     if (form.Checked(CheckBox::ckbApplied)) {
       text += " Applied payments are converted for " + form.lstfilenum.back() + " only (the last listed).";
     }
+    if (form.Checked(CheckBox::ckbclearapplied) && (form.lstfilenum.size() > 1 || !form.Checked(CheckBox::ckbApplied))) {
+      text += " The payments already in Assigned of the numbers whose payments this run does not convert stay as they are.";
+    }
     text += "\n";
     for (const std::string& number : form.FileNumbersNotFound) {
       text += "- " + number + " is in neither property.dbf nor invoice.dbf: its rows in office.mdb are deleted and "

@@ -70,6 +70,25 @@ void ClearWholeTable(Context& context, app::Ledger& ledger, const char* table, c
 }
 
 
+// The Assigned rows of the listed numbers. The payments step converts the last listed number
+// only, so the payment rows ("Converted Form Payment", code "0") of the other listed numbers
+// stay: nothing in this run would convert them again. Their expense and assignment rows go.
+app::StepResult DeleteListedAssigned(Context& context, AdoControl& control) {
+  app::StepResult result;
+  const std::vector<std::string>& numbers = context.FileNumbers();
+  const bool payments_converted = context.form().Checked(CheckBox::ckbApplied);
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    const bool keep_payments = !payments_converted || i + 1 != numbers.size();
+    context.Guard("DeleteListedFileNumbers", [&] {
+      control.RecordSource = "Select * from ASSIGNED where FileNumber='" + MakeFileNumberDashA(numbers[i]) + "'" +
+                             (keep_payments ? " and not (Description='Converted Form Payment' and DescCode='0')" : "");
+      control.Refresh();
+      result.ledger.Merge(ClearData(context, control).ledger);
+    });
+  }
+  return result;
+}
+
 // An order table: whole, or (limited to listed numbers) only their rows, without the whole
 // table's log line; the control then sees its whole table again.
 void ClearOrderTable(Context& context, app::Ledger& ledger, const OrderClear& clear) {
@@ -79,7 +98,11 @@ void ClearOrderTable(Context& context, app::Ledger& ledger, const OrderClear& cl
   }
   AdoControl& control = context.Target(clear.control);
   std::string bound = control.RecordSource;
-  ledger.Merge(DeleteListedFileNumbers(context, control, clear.listed_table).ledger);
+  if (&clear == &kAssigned) {
+    ledger.Merge(DeleteListedAssigned(context, control).ledger);
+  } else {
+    ledger.Merge(DeleteListedFileNumbers(context, control, clear.listed_table).ledger);
+  }
   context.Guard("ClearSelectedTables", [&] { Rebind(control, bound); });
 }
 

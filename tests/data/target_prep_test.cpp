@@ -84,18 +84,29 @@ TEST_F(TargetPreparation, NoBoxWritesOnlyTheHeadingAndAListLimitsTheOrderTablesT
   EXPECT_EQ(test::LinesFrom(log, "Clearing Selected Office.MDB tables (listed below if any)", "Qorvane"),
             (std::vector<std::string>{"Clearing Selected Office.MDB tables (listed below if any)", ""}));
 
-  // Assigned as Property: a run limited to 1001 clears only 1001's rows, not the other orders'.
-  AddRows(mdb, "Assigned", {{{"FileNumber", Text("    1001-A")}, {"Appraiser", Text("JANE ROE")}},
+  // Assigned as Property: a run limited to 1001 and 1003 clears only their rows, not the other
+  // orders'; the payments of 1001 stay, since the payments step converts only the last listed
+  // number (deleting them lost them).
+  Cells payment = {{"Description", Text("Converted Form Payment")}, {"DescCode", Text("0")}};
+  auto with = [](Cells cells, std::initializer_list<std::pair<std::string, jet::Value>> more) {
+    cells.insert(cells.end(), more.begin(), more.end());
+    return cells;
+  };
+  AddRows(mdb, "Assigned", {{{"FileNumber", Text("    1001-A")}, {"Appraiser", Text("JANE ROE")}, {"DescCode", Text("E1")}},
+                            with(payment, {{"FileNumber", Text("    1001-A")}, {"Appraiser", Text("ANN")}}),
+                            with(payment, {{"FileNumber", Text("    1003-A")}, {"Appraiser", Text("BOB")}}),
                             {{"FileNumber", Text("    1002-A")}, {"Appraiser", Text("JANE ROE")}}});
   run.model().SetCheck(app::CheckBox::ckbClearProperty, true);
   run.model().SetCheck(app::CheckBox::ckbclearapplied, true);
-  run.model().lstfilenum = {"1001"};
+  run.model().SetCheck(app::CheckBox::ckbApplied, true);
+  run.model().lstfilenum = {"1001", "1003"};
   log = run.Convert();
   EXPECT_EQ(std::count(log.begin(), log.end(), "Property table cleared from office.mdb"), 0);
   EXPECT_EQ(std::count(log.begin(), log.end(), "Assigned table cleared from office.mdb"), 0);
   EXPECT_EQ(Column(mdb, "Property", "FileNumber"),
             (std::vector<std::string>{"          ", "      1001", "      1002"}));
-  EXPECT_EQ(Column(mdb, "Assigned", "FileNumber"), (std::vector<std::string>{"    1002-A"}));
+  EXPECT_EQ(Column(mdb, "Assigned", "FileNumber"), (std::vector<std::string>{"    1001-A", "    1002-A"}));
+  EXPECT_EQ(Column(mdb, "Assigned", "Appraiser"), (std::vector<std::string>{"ANN", "JANE ROE"}));
 }
 
 TEST_F(TargetPreparation, RowsWithoutAKeyGoAndAMissingTableIsReportedNotFatal) {
