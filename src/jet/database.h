@@ -31,9 +31,9 @@ struct DatabaseOptions {
   // The largest the file may grow, in bytes; Jet's 2 GiB limit, and never above it (a lower
   // one leaves room, and lets tests reach it).
   std::uint64_t size_limit = format::kMaxFileSize;
-  // Pages the database keeps in memory at most between row operations (16384: 64 MB); a read,
+  // Pages the database keeps in memory at most between row operations (32768: 128 MB); a read,
   // insert, update or delete beyond it first writes changed pages to the work file.
-  std::size_t cache_pages = 16384;
+  std::size_t cache_pages = 32768;
 };
 
 struct TableSummary {

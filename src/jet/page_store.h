@@ -98,7 +98,7 @@ class PageStore {
   // file and drops the half used least recently (the pages a walk keeps coming back to, as the
   // maps, the page being filled and the index pages, stay); the buffers stay for reuse, so this
   // bounds the store's memory.
-  static constexpr std::size_t kDefaultCacheLimit = 16384;  // 64 MB
+  static constexpr std::size_t kDefaultCacheLimit = 32768;  // 128 MB
   void set_cache_limit(std::size_t pages);
   std::size_t cached_pages() const { return cache_.size(); }
   // Writes changed pages to the work file and empties the cache when it holds the limit or more.
