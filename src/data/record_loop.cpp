@@ -3,6 +3,8 @@
 
 #include <limits>
 
+#include "app/paths.h"
+
 namespace qorvane::data {
 namespace {
 
@@ -143,6 +145,11 @@ app::StepResult RunRecordLoop(Context& context, const RecordLoop& loop, const Re
     }
   });
   return result;
+}
+
+app::StepResult RunSourceTableLoop(Context& context, const char* file, const RecordLoop& loop, const RecordBody& body) {
+  if (!app::FileExists(context.Paths().source_folder + file)) return {};
+  return RunRecordLoop(context, loop, body);
 }
 
 }  // namespace qorvane::data

@@ -23,14 +23,7 @@ namespace {
 
 using test::FoxText;
 
-TEST(FileNumberRules, LegalCharactersRepairsAndKeys) {
-  EXPECT_TRUE(ValidateFileName("4521-A(1)"));
-  EXPECT_TRUE(ValidateFileName("ab{}~"));
-  EXPECT_FALSE(ValidateFileName("4521/A"));
-  EXPECT_FALSE(ValidateFileName("45 21"));
-  EXPECT_FALSE(ValidateFileName(" 4521"));  // a leading blank fails at the first position
-  EXPECT_FALSE(ValidateFileName(""));
-  EXPECT_FALSE(ValidateFileName("Zürich"));
+TEST(FileNumberRules, IllegalCharactersRepairsAndKeys) {
   EXPECT_TRUE(HasIllegalFileChars("12#3"));
   EXPECT_FALSE(HasIllegalFileChars("12/3"));
   EXPECT_TRUE(HasIllegalFileChars("12\t3"));

@@ -5,7 +5,6 @@
 
 #include "common/text.h"
 #include "convert/parties/clients.h"
-#include "data/party_helpers.h"
 #include "data/record_loop.h"
 #include "data/transfer.h"
 

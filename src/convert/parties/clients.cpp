@@ -7,7 +7,6 @@
 #include "common/error.h"
 #include "common/text.h"
 #include "data/lookups.h"
-#include "data/party_helpers.h"
 #include "data/record_loop.h"
 #include "data/transfer.h"
 
