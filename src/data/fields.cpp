@@ -64,6 +64,10 @@ bool SepDate(std::string_view text, int& month, int& day, int& year) {
 
 }  // namespace
 
+std::string AdoGetFieldRJ(TargetTable& table, jet::RowId row, const TargetColumn& column) {
+  return text::RightJustify(table.Text(row, column), column.width);
+}
+
 std::int16_t DaoGetSize(DataControl& control, std::string_view field) {
   // Widths are 16-bit, as the office's program kept them.
   return Guarded(control, "DaoGetSize", [&] { return static_cast<std::int16_t>(control.Recordset().FieldSize(field)); });

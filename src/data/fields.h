@@ -1,9 +1,12 @@
-// The source-record field helpers the corrections use, and the value rules every converter
-// shares. A source field is read as trimmed text (DATgetfield) and written back trimmed and cut
-// to its width (DaoSetField); each helper runs under its own routine name, so a failure (an
-// unknown field, a value the field cannot take) is reported and the helper returns its empty
-// value. The value rules are those of the office's records: SQL quoting, dates with two-digit
-// years, amounts typed with currency signs. Widths count characters, not bytes.
+// The field helpers: every value a converter reads from a source record or sets for a target row
+// goes through these, under the office's names for them. On the typed path they take a
+// field or column handle resolved once per step (source_table.h, target_table.h): text is
+// trimmed and cut to the column's width one way, right-justified keys padded one way, memos
+// kept whole, numbers and flags converted one way; a failure is the record's, caught by the
+// record loop's guard. The corrections of the source keep a control-based pair (DATgetfield,
+// DaoSetField), each under its own routine name: a failure is reported and the helper returns
+// its empty value. The value rules are those of the office's records: SQL quoting, dates with
+// two-digit years, amounts typed with currency signs. Widths count characters, not bytes.
 #pragma once
 
 #include <cstdint>
@@ -12,8 +15,45 @@
 #include <string_view>
 
 #include "data/controls.h"
+#include "data/source_table.h"
+#include "data/target_table.h"
 
 namespace qorvane::data {
+
+// Sets for COLUMN of the row being written (saved when the step adds or updates the row): text
+// trimmed and cut to the width, text right-justified to the width, a memo whole, a
+// single-precision number, a flag, a date (M/D/YYYY; "" stores none).
+inline void AdoSetField(TargetRow& row, const TargetColumn& column, std::string_view text) { row.Set(column, text); }
+inline void AdoSetFieldRJ(TargetRow& row, const TargetColumn& column, std::string_view text) {
+  row.SetRJ(column, text);
+}
+inline void AdoSetFieldMemo(TargetRow& row, const TargetColumn& column, std::string_view text) {
+  row.SetMemo(column, text);
+}
+inline void AdoSetFieldSingle(TargetRow& row, const TargetColumn& column, float value) { row.SetSingle(column, value); }
+inline void AdoSetFieldTF(TargetRow& row, const TargetColumn& column, bool value) { row.SetFlag(column, value); }
+inline void AdoSetFieldDate(TargetRow& row, const TargetColumn& column, std::string_view date) {
+  row.SetDate(column, date);
+}
+
+// Reads of COLUMN of a stored target row: trimmed text, the text right-justified to the
+// column's width (a key as stored), a single-precision number, a flag.
+inline std::string adogetfield(TargetTable& table, jet::RowId row, const TargetColumn& column) {
+  return table.Text(row, column);
+}
+std::string AdoGetFieldRJ(TargetTable& table, jet::RowId row, const TargetColumn& column);
+inline float adogetfieldSingle(TargetTable& table, jet::RowId row, const TargetColumn& column) {
+  return table.Single(row, column);
+}
+inline bool adogetfieldtf(TargetTable& table, jet::RowId row, const TargetColumn& column) {
+  return table.Flag(row, column);
+}
+
+// Reads of FIELD of the current source record: trimmed text, a single-precision number (text
+// through Csingle, blank 0), a flag (a logical, or T, Y, TRUE in a text field).
+inline std::string DATgetfield(const SourceTable& source, const SourceField& field) { return source.Text(field); }
+inline float adogetfieldSingle(const SourceTable& source, const SourceField& field) { return source.Single(field); }
+inline bool adogetfieldtf(const SourceTable& source, const SourceField& field) { return source.Flag(field); }
 
 // The width of a source field (its Size, as a 16-bit number).
 std::int16_t DaoGetSize(DataControl& control, std::string_view field);

@@ -96,7 +96,8 @@ std::vector<std::string> ListedNumbersNotInSource(data::Context& context) {
     context.Guard("ListedNumbersNotInSource", [&] {
       const data::SourceField field = source.Field(field_name);
       foxpro::RecordSet& records = source.records();
-      for (records.MoveFirst(); !records.EndOfFile(); records.MoveNext()) held.insert(text::UCaseTrim(source.Text(field)));
+      for (records.MoveFirst(); !records.EndOfFile(); records.MoveNext())
+        held.insert(text::UCaseTrim(data::DATgetfield(source, field)));
     });
   };
   collect(app::SourceControl::datproperty, "File_num");
