@@ -15,7 +15,7 @@ using text::Trim;
 
 template <typename Body>
 auto Guarded(DataControl& control, const char* routine, Body&& body) {
-  return control.form().Guard(routine, std::forward<Body>(body));
+  return control.run().Guard(routine, std::forward<Body>(body));
 }
 
 std::string FoxValueText(const foxpro::Value& value) {

@@ -92,8 +92,7 @@ app::StepResult CorrectTable(Context& context, const char* routine, DataControl&
                        "; its file numbers are not repaired in the table (the conversion still corrects them as it "
                        "converts). Rebuild the index in the old program (REINDEX), then run the corrections again";
     if (context.connections().FirstTimeSaid(text)) {
-      context.main_form().session().SetRoutine(routine);
-      context.main_form().ReportError(app::error_number::kUnrecognizedFormat, text);
+      context.run().ReportRoutineError(routine, app::error_number::kUnrecognizedFormat, text);
     }
     return {};
   }

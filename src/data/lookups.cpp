@@ -9,7 +9,7 @@
 namespace qorvane::data {
 
 bool FindRecord(DataControl& control, std::string_view key, std::string_view field) {
-  return control.form().Guard("FindRecord", [&] {
+  return control.run().Guard("FindRecord", [&] {
     if (text::Trim(key).empty()) return false;
     // A table that could not be opened was said once; a look-up in it finds nothing.
     if (control.Unreadable()) return false;

@@ -17,7 +17,7 @@ std::string KeyText(std::string_view text) {
 }  // namespace
 
 void SourceKeyIndex::Build(DataControl& control, std::string_view field) {
-  control.form().Guard("SourceKeyIndex", [&] {
+  control.run().Guard("SourceKeyIndex", [&] {
     groups_.clear();
     foxpro::RecordSet& records = control.Recordset();
     if (records.RecordCount() > 0) {

@@ -130,7 +130,7 @@ app::StepResult DeleteListedFileNumbers(Context& context, AdoControl& control, s
 app::StepResult ClearSelectedTables(Context& context) {
   app::StepResult result;
   context.Guard("ClearSelectedTables", [&] {
-    const app::FormModel& form = context.form();
+    const app::FormModel& form = context.run().form();
     context.Log("Clearing Selected Office.MDB tables (listed below if any)");
     if (form.Checked(CheckBox::ckbClearFormTypes)) {
       AdoControl& formtypes = context.Target(TargetControl::adoformtypes);

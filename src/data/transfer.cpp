@@ -29,10 +29,9 @@ std::string KeyAsStored(Context& context, const SourceTable& source, const Targe
 
 void ReportMissingColumns(Context& context, TargetTable& table) {
   for (const std::string& column : table.TakeUnreportedMissingColumns()) {
-    context.main_form().session().SetRoutine("CheckColumns");
-    context.main_form().ReportError(app::error_number::kInvalidProcedureCall,
-                                    context.Paths().target_file + ": table " + table.name() + " has no column " +
-                                        column + "; the rows are written without it");
+    context.run().ReportRoutineError("CheckColumns", app::error_number::kInvalidProcedureCall,
+                                     context.Paths().target_file + ": table " + table.name() + " has no column " +
+                                         column + "; the rows are written without it");
   }
 }
 

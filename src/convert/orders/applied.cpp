@@ -45,8 +45,7 @@ app::StepResult ConvertAppliedDBF(data::Context& context) {
     loop.source = &control;
     loop.key = [&] { return "File_num " + data::DATgetfield(applied, file_num); };
     loop.show = [&](std::int64_t) {
-      context.form().lblCaption = "Applied.DBF FileNumber";
-      context.form().lblAddress = data::DATgetfield(applied, file_num) + "-A";
+      context.ShowRecord("Applied.DBF FileNumber", data::DATgetfield(applied, file_num) + "-A");
     };
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
       std::string number = data::DATgetfield(applied, app_num);

@@ -76,8 +76,7 @@ app::StepResult ConvertClientExpDBF(data::Context& context) {
     loop.routine = "ConvertClientExpDBF";
     loop.source = &control;
     loop.show = [&](std::int64_t) {
-      context.form().lblCaption = "Apprexp.DBF File_Num";
-      context.form().lblAddress = data::DATgetfield(cliexp, expenses.Inv_Num);
+      context.ShowRecord("Apprexp.DBF File_Num", data::DATgetfield(cliexp, expenses.Inv_Num));
     };
     loop.select_file_number = [&](const std::string& number) {
       ShowListedFileNumber(context, number);
@@ -141,8 +140,7 @@ app::StepResult ConvertApprExpDBF(data::Context& context) {
     loop.routine = "ConvertApprExpDBF";
     loop.source = &control;
     loop.show = [&](std::int64_t) {
-      context.form().lblCaption = "Apprexp.DBF File_Num";
-      context.form().lblAddress = data::DATgetfield(expenses, file_num);
+      context.ShowRecord("Apprexp.DBF File_Num", data::DATgetfield(expenses, file_num));
     };
     loop.key = [&] { return "File_num " + data::DATgetfield(expenses, file_num); };
     // With listed file numbers, only the expenses of those orders, a pass each. The pass does

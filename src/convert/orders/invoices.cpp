@@ -129,8 +129,7 @@ app::StepResult ConvertInvoiceDBF(data::Context& context) {
       if (text::Trim(key) == "-A") return app::RecordResult::Skipped("no invoice number");
 
       // ShowInvoiceProgress
-      context.form().lblCaption = "Invoice.DBF Inv_Num:";
-      context.form().lblAddress = data::DATgetfield(step.source, step.Inv_Num);
+      context.ShowRecord("Invoice.DBF Inv_Num:", data::DATgetfield(step.source, step.Inv_Num));
       counter.Show(context);
       data::RecordPlace place{context, "invoice.dbf", "invoice # " + std::string(text::Trim(*number))};
       if (data::SelectInvoice(step.invoice, step.FileNumber, key)) {

@@ -146,8 +146,8 @@ app::StepResult MassageInvoice(data::Context& context) {
     data::RecordLoop loop = rows.Loop("MassageInvoice");
     data::TargetRow changes = invoice.table.NewRow();
     loop.show = [&](std::int64_t) {
-      context.form().lblCaption = "Massaging Data... INVOICE";
-      context.form().lblAddress = data::adogetfield(invoice.table, rows.current(), invoice.FileNumber);
+      context.ShowRecord("Massaging Data... INVOICE",
+                         data::adogetfield(invoice.table, rows.current(), invoice.FileNumber));
     };
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
       std::string key = data::MakeFileNumber(data::adogetfield(invoice.table, rows.current(), invoice.FileNumber));
@@ -279,8 +279,7 @@ app::StepResult MassageProperty(data::Context& context) {
                                 "Automatically Added: " + key);
         }
       });
-      context.form().lblCaption = "Massaging Data... Property";
-      context.form().lblAddress = data::adogetfield(property, row, address);
+      context.ShowRecord("Massaging Data... Property", data::adogetfield(property, row, address));
       return app::RecordResult::Updated();
     });
   });

@@ -53,7 +53,7 @@ void FirstListedFileNumber(data::Context& context) {
   if (!context.FileNumbers().empty()) ShowListedFileNumber(context, context.FileNumbers().front());
 }
 
-void ShowListedFileNumber(data::Context& context, const std::string& number) { context.form().txtfilenum = number; }
+void ShowListedFileNumber(data::Context& context, const std::string& number) { context.ShowFileNumber(number); }
 
 std::vector<std::string> ListedNumberForms(std::string_view number) {
   std::vector<std::string> forms{text::UCaseTrim(number)};
@@ -142,7 +142,7 @@ void OpenOrderSource(data::Context& context, const OrderSource& order) {
 }
 
 void ShownCounter::Show(data::Context& context) {
-  context.form().lblRecord = std::to_string(current_);
+  context.ShowCounter(current_);
   shown_ = current_;
 }
 

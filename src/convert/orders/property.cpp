@@ -219,8 +219,7 @@ app::StepResult ConvertPropertyDBF(data::Context& context) {
 
       std::string key = data::MakeFileNumber(candidate);
       // ShowPropertyProgress
-      context.form().lblCaption = "Property.DBF Address";
-      context.form().lblAddress = data::DATgetfield(step.source, step.Pr_Street);
+      context.ShowRecord("Property.DBF Address", data::DATgetfield(step.source, step.Pr_Street));
       counter.Show(context);
       data::RecordPlace place{context, "property.dbf", "file number " + std::string(text::Trim(key))};
       if (!converted.insert(key).second) {

@@ -49,9 +49,8 @@ app::StepResult ConvertAppraisrDBF(data::Context& context) {
     data::RecordLoop loop = SourceLoop(
         "ConvertAppraisrDBF", appraisers.control(),
         [&](std::int64_t) {
-          context.form().lblCaption = "Appraisr.DBF Appraiser";
-          context.form().lblAddress =
-              label_field.present() ? data::DATgetfield(appraisers, label_field) : std::string();
+          context.ShowRecord("Appraisr.DBF Appraiser",
+                             label_field.present() ? data::DATgetfield(appraisers, label_field) : std::string());
         },
         [&] { return "App_num " + data::DATgetfield(appraisers, number_field); });
     return data::RunSourceTableLoop(context, "appraisr.dbf", loop, [&]() -> RecordResult {
@@ -118,10 +117,7 @@ app::StepResult ConvertUsers(data::Context& context) {
     data::TargetRow row = users.NewRow();
     data::RecordLoop loop = SourceLoop(
         "ConvertUsers", rooms.control(),
-        [&](std::int64_t) {
-          context.form().lblCaption = "ROOMS.DBF User";
-          context.form().lblAddress = data::DATgetfield(rooms, initials_field);
-        },
+        [&](std::int64_t) { context.ShowRecord("ROOMS.DBF User", data::DATgetfield(rooms, initials_field)); },
         [&] { return "initials " + data::DATgetfield(rooms, initials_field); });
     return data::RunSourceTableLoop(context, "rooms.dbf", loop, [&]() -> RecordResult {
       std::string initials = text::UCase(data::DATgetfield(rooms, initials_field));

@@ -83,10 +83,7 @@ app::StepResult RunClientPass(data::Context& context, ClientPass pass) {
     data::RecordLoop loop;
     loop.routine = routine;
     loop.source = &clients.control();
-    loop.show = [&](std::int64_t) {
-      context.form().lblCaption = "Client.DBF";
-      context.form().lblAddress = data::DATgetfield(clients, fields.Cli_num);
-    };
+    loop.show = [&](std::int64_t) { context.ShowRecord("Client.DBF", data::DATgetfield(clients, fields.Cli_num)); };
     loop.key = [&] { return "Cli_num " + data::DATgetfield(clients, fields.Cli_num); };
     return data::RunSourceTableLoop(context, "client.dbf", loop, [&]() -> RecordResult {
       std::string number = data::DATgetfield(clients, fields.Cli_num);

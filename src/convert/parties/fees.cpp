@@ -106,10 +106,7 @@ app::StepResult AddFormTypesToParties(data::Context& context, const char* routin
   loop.rows = &rows;
   loop.row_table = &parties.table();
   loop.row_position = &next;
-  loop.show = [&](std::int64_t) {
-    context.form().lblCaption = caption;
-    context.form().lblAddress = data::adogetfield(parties, rows[next], column);
-  };
+  loop.show = [&](std::int64_t) { context.ShowRecord(caption, data::adogetfield(parties, rows[next], column)); };
   loop.key = [&] { return std::string(party_column) + " " + data::adogetfield(parties, rows[next], column); };
   return data::RunRecordLoop(context, loop, [&]() -> RecordResult {
     std::string name = text::UCaseTrim(data::adogetfield(parties, rows[next], column));
@@ -162,10 +159,7 @@ app::StepResult ConvertApprFeeDBF(data::Context& context) {
     data::RecordLoop loop;
     loop.routine = "ConvertApprFeeDBF";
     loop.source = &control;
-    loop.show = [&](std::int64_t) {
-      context.form().lblCaption = "Apprfee.DBF Apprfee";
-      context.form().lblAddress = data::DATgetfield(source, app_num);
-    };
+    loop.show = [&](std::int64_t) { context.ShowRecord("Apprfee.DBF Apprfee", data::DATgetfield(source, app_num)); };
     loop.key = [&] { return "App_num " + data::DATgetfield(source, app_num); };
     return data::RunRecordLoop(context, loop, [&]() -> RecordResult {
       std::string number = data::DATgetfield(source, app_num);
@@ -209,10 +203,7 @@ app::StepResult ConvertClientFeeDBF(data::Context& context) {
     data::RecordLoop loop;
     loop.routine = "ConvertClientFeeDBF";
     loop.source = &control;
-    loop.show = [&](std::int64_t) {
-      context.form().lblCaption = "CliFee.DBF Client";
-      context.form().lblAddress = data::DATgetfield(source, cli_num);
-    };
+    loop.show = [&](std::int64_t) { context.ShowRecord("CliFee.DBF Client", data::DATgetfield(source, cli_num)); };
     loop.key = [&] { return "Cli_num " + data::DATgetfield(source, cli_num); };
     return data::RunRecordLoop(context, loop, [&]() -> RecordResult {
       std::string number = data::DATgetfield(source, cli_num);

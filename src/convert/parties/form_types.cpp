@@ -196,10 +196,7 @@ app::StepResult ConvertFormTypesDBF(data::Context& context) {
     data::RecordLoop loop;
     loop.routine = "ConvertFormTypesDBF";
     loop.source = &control;
-    loop.show = [&](std::int64_t) {
-      context.form().lblCaption = "Forms.DBF Form";
-      context.form().lblAddress = data::DATgetfield(forms, form_type);
-    };
+    loop.show = [&](std::int64_t) { context.ShowRecord("Forms.DBF Form", data::DATgetfield(forms, form_type)); };
     loop.key = [&] { return "Form_type " + data::DATgetfield(forms, form_type); };
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
       std::string code = text::UCaseTrim(data::DATgetfield(forms, form_type));
