@@ -59,7 +59,6 @@ class Connections {
   Connections(app::RunLayer& run, SourceOptions options);
   ~Connections();
 
-  app::RunLayer& run() { return run_; }
   SourceControls& source() { return source_; }
   TargetControls& target() { return target_; }
   TargetDatabase& target_database() { return target_database_; }

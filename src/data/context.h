@@ -12,22 +12,25 @@
 #include <vector>
 
 #include "app/run_layer.h"
-#include "data/connections.h"
 #include "data/source_table.h"
 #include "data/target_table.h"
 
 namespace qorvane::data {
 
+class AdoControl;
+class Connections;
+class DataControl;
+
 class Context {
  public:
   Context(app::RunLayer& run, Connections& connections) : run_(run), connections_(connections) {}
 
-  DataControl& Source(app::SourceControl control) { return connections_.source()[control]; }
-  AdoControl& Target(app::TargetControl control) { return connections_.target()[control]; }
+  DataControl& Source(app::SourceControl control);
+  AdoControl& Target(app::TargetControl control);
   // A source control read through typed field handles, and a table of office.mdb written
   // through typed column handles (see source_table.h, target_table.h).
   SourceTable SourceOf(app::SourceControl control) { return SourceTable(Source(control)); }
-  TargetTable& Table(std::string_view name) { return connections_.target_database().Table(name); }
+  TargetTable& Table(std::string_view name);
   const app::DataPaths& Paths() const { return run_.session().Paths; }
 
   // A line of the conversion log.

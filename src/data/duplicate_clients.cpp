@@ -5,6 +5,7 @@
 #include "app/vb_text.h"
 #include "common/sql_tokens.h"
 #include "common/error.h"
+#include "data/connections.h"
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"

@@ -6,6 +6,7 @@
 #include <charconv>
 
 #include "common/text.h"
+#include "data/controls.h"
 #include "jet/value.h"
 
 namespace qorvane::data {

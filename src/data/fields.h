@@ -14,11 +14,12 @@
 #include <string>
 #include <string_view>
 
-#include "data/controls.h"
 #include "data/source_table.h"
 #include "data/target_table.h"
 
 namespace qorvane::data {
+
+class DataControl;
 
 // Sets for COLUMN of the row being written (saved when the step adds or updates the row): text
 // trimmed and cut to the width, text right-justified to the width, a memo whole, a

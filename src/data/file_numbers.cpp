@@ -9,6 +9,7 @@
 #include "app/errors.h"
 #include "app/paths.h"
 #include "common/utf8.h"
+#include "data/connections.h"
 #include "data/fields.h"
 #include "data/record_loop.h"
 

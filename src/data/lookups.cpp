@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "common/text.h"
+#include "data/controls.h"
 #include "data/fields.h"
 
 namespace qorvane::data {

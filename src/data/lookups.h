@@ -10,10 +10,11 @@
 #include <string_view>
 #include <vector>
 
-#include "data/controls.h"
 #include "data/target_table.h"
 
 namespace qorvane::data {
+
+class DataControl;
 
 // A look-up's filter: COLUMN = VALUE. The value goes in as the column stores it: the caller
 // trims, upper-cases and cuts a key as the row that holds it was written.

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "app/paths.h"
+#include "data/connections.h"
 
 namespace qorvane::data {
 namespace {

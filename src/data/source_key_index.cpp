@@ -3,6 +3,8 @@
 
 #include <cctype>
 
+#include "data/connections.h"
+#include "data/controls.h"
 #include "foxpro/value.h"
 
 namespace qorvane::data {

@@ -8,9 +8,11 @@
 #include <unordered_map>
 #include <vector>
 
-#include "data/controls.h"
+#include "foxpro/record_set.h"
 
 namespace qorvane::data {
+
+class DataControl;
 
 // The records of a source record set grouped by the trimmed, upper-cased text of one field,
 // each group in table order. Built in one pass over the control's current record source.

@@ -7,6 +7,7 @@
 #include "app/errors.h"
 #include "common/error.h"
 #include "common/os.h"
+#include "data/connections.h"
 
 namespace qorvane::data {
 namespace {

@@ -1,6 +1,7 @@
 // Preparing office.mdb (see target_prep.h).
 #include "data/target_prep.h"
 
+#include "data/connections.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"
 #include "data/record_loop.h"

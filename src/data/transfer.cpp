@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "common/text.h"
+#include "data/connections.h"
 #include "data/fields.h"
 
 namespace qorvane::data {

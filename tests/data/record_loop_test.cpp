@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "../app/fake_view.h"
+#include "data/connections.h"
 #include "data/fields.h"
 #include "jet/create/create.h"
 #include "data/office_schema.h"

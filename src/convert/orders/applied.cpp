@@ -9,6 +9,7 @@
 #include "common/text.h"
 #include "convert/orders/order_fields.h"
 #include "convert/parties/appraisers.h"
+#include "data/controls.h"
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"

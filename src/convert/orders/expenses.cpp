@@ -16,6 +16,7 @@
 #include "convert/orders/invoices.h"
 #include "convert/orders/order_fields.h"
 #include "convert/parties/appraisers.h"
+#include "data/controls.h"
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"

@@ -6,6 +6,7 @@
 
 #include "app/paths.h"
 #include "common/text.h"
+#include "data/controls.h"
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"

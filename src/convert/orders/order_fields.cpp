@@ -8,6 +8,7 @@
 #include <unordered_set>
 
 #include "common/text.h"
+#include "data/controls.h"
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"

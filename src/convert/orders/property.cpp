@@ -10,6 +10,7 @@
 #include "common/text.h"
 #include "convert/parties/clients.h"
 #include "convert/parties/form_types.h"
+#include "data/controls.h"
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"

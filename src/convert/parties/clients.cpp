@@ -10,6 +10,7 @@
 #include "data/lookups.h"
 #include "data/record_loop.h"
 #include "data/transfer.h"
+#include "foxpro/record_set.h"
 
 namespace qorvane::convert {
 namespace {

@@ -9,6 +9,7 @@
 
 #include "app/paths.h"
 #include "common/text.h"
+#include "data/controls.h"
 #include "data/fields.h"
 #include "data/lookups.h"
 #include "data/record_loop.h"
