@@ -92,7 +92,6 @@ class Connections {
   // Takes the lock of the source folder, which a run holds while it repairs the source tables,
   // until EndRun; false when another run holds it.
   bool LockSourceFolder();
-  bool SourceFolderLocked() const { return source_lock_.has_value(); }
   void UnlockSourceFolder();
   // The lock file of the source folder.
   std::string SourceLockPath() const;

@@ -1,7 +1,6 @@
 // The duplicate-client check and its correction (see duplicate_clients.h).
 #include "data/duplicate_clients.h"
 
-#include "app/result_lists.h"
 #include "app/vb_text.h"
 #include "common/sql_tokens.h"
 #include "common/error.h"
@@ -234,10 +233,6 @@ app::StepResult CheckAndCorrectDuplicateClients(Context& context) {
   if (context.AbortRequested()) return result;
   context.run().ShowMessage("Invalid Client records were found and corrected automatically.");
   return result;
-}
-
-std::string DuplicateClientListText(const app::FormModel& form) {
-  return app::PrintedListText(app::kDuplicateClientHeading, form.lstduplicateclients);
 }
 
 }  // namespace qorvane::data
