@@ -39,6 +39,15 @@ inline std::optional<jet::RowId> AdoFindRec(TargetTable& table, const Filter& fi
   return table.Find(filter.column, filter.value);
 }
 
+// Whether any row of TABLE holds VALUE in FIELD.
+inline bool AdoFindfield(TargetTable& table, const TargetColumn& field, std::string_view value) {
+  return table.Find(field, value).has_value();
+}
+// Deletes ROWS of TABLE (the rows a look-up or a selector found).
+inline void DeleteAllRows(TargetTable& table, const std::vector<jet::RowId>& rows) {
+  for (jet::RowId row : rows) table.Delete(row);
+}
+
 // An order's rows by its file-number KEY as stored (MakeFileNumber's form, which the caller
 // built): its first Property row, its first Invoice row, and its Assigned rows in table order.
 inline std::optional<jet::RowId> SelectProperty(TargetTable& property, const TargetColumn& file_number,

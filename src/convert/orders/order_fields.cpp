@@ -137,7 +137,7 @@ void OpenOrderSource(data::Context& context, const OrderSource& order) {
     data::TargetTable& target = context.Table(order.target_table);
     const data::TargetColumn file_number = target.Column("FileNumber");
     for (const std::string& key : keys) {
-      for (jet::RowId row : target.FindAll(file_number, key)) target.Delete(row);
+      data::DeleteAllRows(target, target.FindAll(file_number, key));
     }
   });
 }
