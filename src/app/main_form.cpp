@@ -413,6 +413,20 @@ MessageResult MainForm::MsgBox(const std::string& text, MessageButtons buttons,
   return view_.MessageBox(text, buttons, title);
 }
 
+bool MainForm::RetryAfterFailure(const std::string& name, const ErrorInfo& info, const std::string& where) {
+  session_.SetRoutine(name);
+  // The run stops at the first such error; the same refusal met again on the way out (the end
+  // of the run saving office.mdb) is not reported a second time.
+  if (info.ends_run && !stopping_error_.empty()) return false;
+  int action = ReportError(info.number, where.empty() ? info.description : info.description + " (" + where + ")");
+  if (action == kReportRetry && !info.ends_run) return true;
+  if (action == kReportAbort || info.ends_run) {
+    session_.AbortRequested = true;
+    if (stopping_error_.empty() && session_.InConversion()) stopping_error_ = last_error_;
+  }
+  return false;
+}
+
 int MainForm::ReportError(int number, const std::string& description) {
   std::string where = Trim(session_.Routine());
   if (session_.InConversion()) ++errors_reported_;

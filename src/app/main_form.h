@@ -2,23 +2,24 @@
 // and the tests. It owns the run state (ConvertSession), the form model, the settings and the
 // conversion log, and drives one View. Start-up, the conversion run, the log, the gauge, the
 // Quit/ESC/close prompt and the error reporter live here; the data layer and the converters
-// plug in through RunRoutines (routines.h), so this library depends on neither.
+// plug in through RunRoutines (routines.h), so this library depends on neither, and work
+// through the run layer it implements (run_layer.h), so they depend on nothing here.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <span>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 #include "app/errors.h"
 #include "app/form_model.h"
 #include "app/routines.h"
 #include "app/run_changes.h"
+#include "app/run_layer.h"
 #include "app/session.h"
 #include "app/settings.h"
 #include "app/steps.h"
@@ -47,18 +48,12 @@ struct StartupPaths {
   std::optional<std::string> target;
 };
 
-// Error-reporter results.
-inline constexpr int kReportRetry = 0;
-inline constexpr int kReportIgnore = 1;
-inline constexpr int kReportAbort = 2;
-inline constexpr int kReportOther = 3;
-
-class MainForm {
+class MainForm : public RunLayer {
  public:
   MainForm(View& view, Settings settings, Clock& clock);
 
-  ConvertSession& session() { return session_; }
-  FormModel& form() { return form_; }
+  ConvertSession& session() override { return session_; }
+  FormModel& form() override { return form_; }
   const FormModel& form() const { return form_; }
   View& view() { return view_; }
   // The routines the run calls; until SetRoutines they do nothing. ROUTINES must outlive the
@@ -100,7 +95,7 @@ class MainForm {
   const std::vector<ClientKeyChange>& PlannedClientKeys() const { return planned_client_keys_; }
   RunOutcome outcome() const { return outcome_; }
   // When the current (or last) run started.
-  const Timestamp& RunStart() const { return run_start_; }
+  const Timestamp& RunStart() const override { return run_start_; }
   const std::string& LogPath() const { return log_path_; }
   // What each step of the current (or last) run returned, in the order the steps ran.
   // Preparation: a correction of the source; ClientKeys: the duplicate-client check and its
@@ -148,12 +143,12 @@ class MainForm {
   int FileErrorsReported() const { return file_errors_; }
 
   // The conversion log.
-  void AddtoLogFile(const std::string& line);
-  void CloseLog();
+  void AddtoLogFile(const std::string& line) override;
+  void CloseLog() override;
 
   // Progress, buttons, abort.
   void InitProgressBar();
-  void SetGaugeValue(float current, std::int32_t total);
+  void SetGaugeValue(float current, std::int32_t total) override;
   void EnableButtons(bool enabled);
   void AbortConversion();
   void ShowCompletionNotice();
@@ -163,7 +158,7 @@ class MainForm {
   // Closing the window; returns true when the close is cancelled (the run goes on).
   bool Form_Unload();
   // Shows the form and serves the user's pending requests; converters call it once per record.
-  void DoEvents();
+  void DoEvents() override;
 
   // The error reporter: shows the Abort/Retry/Ignore box for 57, 61, 68 and 71, ends the
   // program for 3218, and returns kReportRetry..kReportOther.
@@ -176,20 +171,34 @@ class MainForm {
   // The hint for a target folder that is not there (what makes it, what else to do).
   void TargetFolderMissingHint(const std::string& folder);
 
-  // Runs BODY as the routine NAME: records the name, and hands any failure to the reporter;
-  // Retry runs BODY again, Abort sets AbortRequested; then the routine returns its empty value.
-  template <typename Body>
-  auto Guard(const std::string& name, Body&& body) -> std::invoke_result_t<Body>;
-  // As Guard, for one record of a loop: the report names the record (WHERE), and after a
-  // failure the result is ON_FAILURE(error) instead of the empty value.
-  template <typename Body, typename OnFailure>
-  auto GuardOr(const std::string& name, const std::string& where, Body&& body, OnFailure&& on_failure)
-      -> std::invoke_result_t<Body>;
-  // As GuardOr, with the place named by WHERE_OF() only when a failure is reported (the record
-  // loop names a record for its report, never for every record).
-  template <typename Where, typename Body, typename OnFailure>
-  auto GuardNamed(const std::string& name, Where&& where_of, Body&& body, OnFailure&& on_failure)
-      -> std::invoke_result_t<Body>;
+  // The run layer the steps work through (run_layer.h): the form's lists, labels and file
+  // numbers, the session's abort flag, and the error guard's report.
+  void ListIllegalFileNumber(const std::string& entry) override { form_.lstIllegalFilenumbers.push_back(entry); }
+  void ListNotConverted(const std::string& entry) override { form_.lstWasNotConverted.push_back(entry); }
+  const std::vector<std::string>& FileNumbers() const override { return form_.lstfilenum; }
+  const std::string& SingleFileNumber() const override { return form_.txtfilenum; }
+  void ShowFileNumber(const std::string& number) override { form_.txtfilenum = number; }
+  bool AbortRequested() const override { return session_.AbortRequested; }
+  void ShowRecord(std::string_view caption, std::string_view address) override {
+    form_.lblCaption = caption;
+    form_.lblAddress = address;
+  }
+  void ShowCounter(std::int64_t counter) override { form_.lblRecord = std::to_string(counter); }
+  void ShowPosition(std::int64_t record, std::int64_t total) override {
+    form_.RecordNumber = record;
+    form_.RecordTotal = total;
+  }
+  void EnterRoutine(const std::string& name) override { session_.SetRoutine(name); }
+  // Reports the failure; Retry runs the routine again, Abort (or an error every later record
+  // would meet) sets AbortRequested.
+  bool RetryAfterFailure(const std::string& name, const ErrorInfo& info, const std::string& where) override;
+  int ReportRoutineError(std::string_view routine, int number, const std::string& description) override {
+    session_.SetRoutine(routine);
+    return ReportError(number, description);
+  }
+  void Notify(const std::string& text) override { view_.Notify(text); }
+  void ShowMessage(const std::string& text) override { MsgBox(text); }
+  Timestamp Now() override { return clock_.Now(); }
 
  private:
   bool HandleQuitRequest();  // the prompt; true when the user chose Stop
@@ -251,48 +260,6 @@ class MainForm {
   std::optional<StopPlace> stopped_at_;
   std::vector<ClientKeyChange> planned_client_keys_;
 };
-
-template <typename Body, typename OnFailure>
-auto MainForm::GuardOr(const std::string& name, const std::string& where, Body&& body,
-                       OnFailure&& on_failure) -> std::invoke_result_t<Body> {
-  return GuardNamed(name, [&] { return where; }, std::forward<Body>(body), std::forward<OnFailure>(on_failure));
-}
-
-template <typename Where, typename Body, typename OnFailure>
-auto MainForm::GuardNamed(const std::string& name, Where&& where_of, Body&& body, OnFailure&& on_failure)
-    -> std::invoke_result_t<Body> {
-  for (;;) {
-    session_.SetRoutine(name);
-    try {
-      return body();
-    } catch (const ProgramEnd&) {
-      throw;
-    } catch (...) {
-      ErrorInfo info = DescribeException(std::current_exception());
-      // Named before the routine is set again: naming the place may run other routines.
-      std::string where = where_of();
-      session_.SetRoutine(name);
-      // The run stops at the first such error; the same refusal met again on the way out (the
-      // end of the run saving office.mdb) is not reported a second time.
-      if (info.ends_run && !stopping_error_.empty()) return on_failure(info);
-      int action = ReportError(info.number, where.empty() ? info.description : info.description + " (" + where + ")");
-      if (action == kReportRetry && !info.ends_run) continue;
-      if (action == kReportAbort || info.ends_run) {
-        session_.AbortRequested = true;
-        if (stopping_error_.empty() && session_.InConversion()) stopping_error_ = last_error_;
-      }
-      return on_failure(info);
-    }
-  }
-}
-
-template <typename Body>
-auto MainForm::Guard(const std::string& name, Body&& body) -> std::invoke_result_t<Body> {
-  using Result = std::invoke_result_t<Body>;
-  return GuardOr(name, std::string(), std::forward<Body>(body), [](const ErrorInfo&) {
-    if constexpr (!std::is_void_v<Result>) return Result{};
-  });
-}
 
 // The conversion log's file name for a run started at START: ConvLog-YYMMDD-HMS.log.
 std::string LogFileName(const Timestamp& start);

@@ -37,7 +37,7 @@ void Office::PrepareSource() {
   connections_.PrepareSource();
   // Before the confirmation: a listed number the source does not hold is named there, since the
   // run deletes its rows and has nothing to convert in their place.
-  context_.form().FileNumbersNotFound = ListedNumbersNotInSource(context_);
+  context_.run().form().FileNumbersNotFound = ListedNumbersNotInSource(context_);
 }
 bool Office::AdoConnect() {
   connections_.AdoConnect();
@@ -54,7 +54,7 @@ void Office::RefreshSource() { connections_.RefreshSource(); }
 // the Preliminary Corrections (the other repair of the source); otherwise clients that share a
 // key are merged by the client step as they always were.
 app::StepResult Office::CheckDuplicateClients() {
-  if (!context_.form().Checked(app::CheckBox::ckbPrelim)) return {};
+  if (!context_.run().form().Checked(app::CheckBox::ckbPrelim)) return {};
   return Checked("CheckDuplicateClients", [&] { return data::CheckAndCorrectDuplicateClients(context_); });
 }
 app::StepResult Office::DeleteEmptyFilenumbers() { return data::DeleteEmptyFilenumbers(context_); }

@@ -89,26 +89,27 @@ void LogReporter::Report(const Damage& damage) {
   // line), not only whoever reads the log later. Notices (a backup taken, where the copy went)
   // are all shown; damage the first few times per file, then one line says the rest are in the log.
   if (damage.kind == DamageKind::Notice || damage.file.empty()) {
-    main_form_.view().Notify(message);
+    run_.Notify(message);
   } else {
     int shown = shown_per_file_[damage.file]++;
     if (shown < kDamageShownPerFile) {
-      main_form_.view().Notify(message);
+      run_.Notify(message);
     } else if (shown == kDamageShownPerFile) {
-      main_form_.view().Notify(damage.file + ": more values like these are read past; from here on each is written "
-                               "only to the conversion log");
+      run_.Notify(damage.file +
+                  ": more values like these are read past; from here on each is written "
+                  "only to the conversion log");
     }
   }
-  if (main_form_.session().LogOpen()) {
-    main_form_.AddtoLogFile(message);
+  if (run_.session().LogOpen()) {
+    run_.AddtoLogFile(message);
   } else {
     pending_.push_back(message);
   }
 }
 
 void LogReporter::FlushPending() {
-  if (!main_form_.session().LogOpen()) return;
-  for (const std::string& message : pending_) main_form_.AddtoLogFile(message);
+  if (!run_.session().LogOpen()) return;
+  for (const std::string& message : pending_) run_.AddtoLogFile(message);
   pending_.clear();
 }
 
@@ -121,11 +122,8 @@ void LogReporter::StartRun() {
   FlushPending();
 }
 
-Connections::Connections(app::MainForm& main_form, SourceOptions options)
-    : main_form_(main_form),
-      reporter_(main_form),
-      source_(&record_options_, &main_form),
-      target_(&target_database_, &main_form) {
+Connections::Connections(app::RunLayer& run, SourceOptions options)
+    : run_(run), reporter_(run), source_(&record_options_, &run), target_(&target_database_, &run) {
   record_options_.default_code_page = options.default_code_page;
   record_options_.reporter = &reporter_;
   target_database_.SetReporter(&reporter_);
@@ -141,12 +139,12 @@ std::string Connections::ConnectionString(const std::string& target_folder) {
 
 bool Connections::Connect2DBF(DataControl& control, const std::string& folder,
                               const std::string& table_name, int recordset_type) {
-  return main_form_.Guard("Connect2DBF", [&] {
+  return run_.Guard("Connect2DBF", [&] {
     std::string dir = folder;
     app::CkRSlash(dir);
     std::string file = EndsWithDbf(table_name) ? dir + table_name : dir + table_name + ".DBF";
     if (!app::FileExists(file)) {
-      main_form_.MsgBox("The file " + file + " was not found.  Please correct and try again.");
+      run_.ShowMessage("The file " + file + " was not found.  Please correct and try again.");
       throw app::ProgramEnd(3);
     }
     control.Connect = "FoxPro 2.6;";
@@ -163,9 +161,9 @@ bool Connections::Connect2DBF(DataControl& control, const std::string& folder,
 }
 
 void Connections::Connect2Data() {
-  main_form_.Guard("Connect2Data", [&] {
+  run_.Guard("Connect2Data", [&] {
     // The folder the directory discovery resolved, ending in '/'.
-    const std::string& dir = main_form_.session().Paths.source_folder;
+    const std::string& dir = run_.session().Paths.source_folder;
     // A table that cannot be opened is said once, however many controls it has: the others
     // are left without records for the same reason.
     std::map<std::string, std::string> unreadable;
@@ -186,9 +184,9 @@ void Connections::Connect2Data() {
             source_[id].MarkUnreadable(source_[id].OpenError());
           }
         }
-        main_form_.session().SetRoutine("Connect2Data");
+        run_.EnterRoutine("Connect2Data");
         // A table that could not be opened has had its error reported instead.
-        if (connected) main_form_.AddtoLogFile("Connected to " + dir + binding.log_name);
+        if (connected) run_.AddtoLogFile("Connected to " + dir + binding.log_name);
       } else if (auto path = os::FindCaseInsensitive(dir, binding.file); path && os::FileSize(*path) == 0u) {
         // The file is there but empty: not missing, and not a table either.
         std::string why;
@@ -199,8 +197,7 @@ void Connections::Connect2Data() {
         }
         for (app::SourceControl id : binding.controls) source_[id].MarkUnreadable(why);
         if (FirstTimeSaid(why)) {
-          main_form_.session().SetRoutine("Connect2Data");
-          main_form_.ReportError(app::error_number::kUnrecognizedFormat, why);
+          run_.ReportRoutineError("Connect2Data", app::error_number::kUnrecognizedFormat, why);
         }
       } else {
         std::string warning = "Warning.  The file " + dir + binding.file + " is missing.";
@@ -208,15 +205,15 @@ void Connections::Connect2Data() {
           source_[id].Unbind();
           source_[id].BoundSource.clear();
         }
-        main_form_.MsgBox(warning);
-        main_form_.AddtoLogFile(warning);
+        run_.ShowMessage(warning);
+        run_.AddtoLogFile(warning);
       }
     }
   });
 }
 
 void Connections::SelectPropertyOrder() {
-  main_form_.Guard("SelectPropertyOrder", [&] {
+  run_.Guard("SelectPropertyOrder", [&] {
     DataControl& property = source_[app::SourceControl::datproperty];
     property.RecordSource = "Select * from Property order by file_num";
     property.Refresh();
@@ -224,8 +221,8 @@ void Connections::SelectPropertyOrder() {
 }
 
 void Connections::AdoConnect() {
-  main_form_.Guard("AdoConnect", [&] {
-    const app::DataPaths& paths = main_form_.session().Paths;
+  run_.Guard("AdoConnect", [&] {
+    const app::DataPaths& paths = run_.session().Paths;
     target_database_.SetPath(paths.target_file);
     std::string connection = ConnectionString(paths.target_folder);
     for (const TargetBinding& binding : kTargetBindings) {
@@ -233,7 +230,7 @@ void Connections::AdoConnect() {
       control.ConnectionString = connection;
       if (binding.record_source == nullptr) {
         SelectAdoPropertyOrder();
-        main_form_.session().SetRoutine("AdoConnect");
+        run_.EnterRoutine("AdoConnect");
         continue;
       }
       control.RecordSource = binding.record_source;
@@ -247,7 +244,7 @@ void Connections::AdoConnect() {
 }
 
 void Connections::SelectAdoPropertyOrder() {
-  main_form_.Guard("SelectAdoPropertyOrder", [&] {
+  run_.Guard("SelectAdoPropertyOrder", [&] {
     AdoControl& property = target_[app::TargetControl::adoproperty];
     property.RecordSource = "Select * from property order by FileNumber";
     property.Refresh();
@@ -255,10 +252,10 @@ void Connections::SelectAdoPropertyOrder() {
 }
 
 void Connections::LoadCompanyLabels() {
-  main_form_.Guard("LoadCompanyLabels", [&] {
+  run_.Guard("LoadCompanyLabels", [&] {
     DataControl& users = source_[app::SourceControl::datuser];
     if (!users.bound() || users.Recordset().EndOfFile()) return;
-    auto& form = main_form_.form();
+    auto& form = run_.form();
     form.lblCompany = DATgetfield(users, "Name");
     form.lblphone = DATgetfield(users, "user_PHone");
     form.lblfax = DATgetfield(users, "user_fax");
@@ -266,31 +263,31 @@ void Connections::LoadCompanyLabels() {
 }
 
 void Connections::PrepareSource() {
-  main_form_.Guard("PrepareSource", [&] {
+  run_.Guard("PrepareSource", [&] {
     reporter_.StartRun();
     said_.clear();
     // The folder the confirmation named, and the journal of what this run writes there.
-    journals_.push_back(std::make_unique<foxpro::RepairJournal>(main_form_.session().Paths.source_folder,
-                                                                app::DateTimeText(main_form_.RunStart())));
-    backups_.push_back(std::make_unique<foxpro::BackupSession>(app::BackupFolderName(main_form_.RunStart()), &reporter_,
+    journals_.push_back(std::make_unique<foxpro::RepairJournal>(run_.session().Paths.source_folder,
+                                                                app::DateTimeText(run_.RunStart())));
+    backups_.push_back(std::make_unique<foxpro::BackupSession>(app::BackupFolderName(run_.RunStart()), &reporter_,
                                                                journals_.back().get()));
     record_options_.backup = backups_.back().get();
     Connect2Data();
     SelectPropertyOrder();
-    main_form_.session().SourceHistory = SourceHistoryLines(main_form_.session().Paths.source_folder,
-                                                            main_form_.form().Checked(app::CheckBox::ckbPrelim));
+    run_.session().SourceHistory =
+        SourceHistoryLines(run_.session().Paths.source_folder, run_.form().Checked(app::CheckBox::ckbPrelim));
   });
 }
 
 void Connections::RefreshSource() {
-  main_form_.Guard("RefreshSource", [&] {
+  run_.Guard("RefreshSource", [&] {
     // The corrections pointed controls at narrow queries of their own (and a query that failed
     // left its control unbound): every control bound at the start goes back to its table (the
     // property control to its file-number order) and reads the corrected records.
     source_.ForEach([&](DataControl& control) {
       // A table that could not be opened was said so; it is not tried again.
       if (control.BoundSource.empty() || control.Unreadable()) return;
-      main_form_.Guard("RefreshSource", [&] {
+      run_.Guard("RefreshSource", [&] {
         if (control.bound()) control.Recordset().Flush();
         control.RecordSource = control.BoundSource;
         control.Refresh();
@@ -301,12 +298,12 @@ void Connections::RefreshSource() {
 }
 
 app::TableCounts Connections::EndRun() {
-  return main_form_.Guard("EndRun", [&] {
+  return run_.Guard("EndRun", [&] {
     source_.ForEach([](DataControl& control) {
       if (control.bound()) control.Recordset().Flush();
     });
     // Each control saves its pending row; one that cannot is reported and the others go on.
-    target_.ForEach([&](AdoControl& control) { main_form_.Guard("EndRun", [&] { control.Unbind(); }); });
+    target_.ForEach([&](AdoControl& control) { run_.Guard("EndRun", [&] { control.Unbind(); }); });
     // The repairs are written: another run may now repair the source.
     UnlockSourceFolder();
     app::TableCounts written = TargetRowCounts();
@@ -316,7 +313,7 @@ app::TableCounts Connections::EndRun() {
 }
 
 std::string Connections::SourceLockPath() const {
-  return os::JoinPath(main_form_.session().Paths.source_folder, "qorvane-repairs.lock");
+  return os::JoinPath(run_.session().Paths.source_folder, "qorvane-repairs.lock");
 }
 
 bool Connections::LockSourceFolder() {
@@ -350,13 +347,13 @@ app::TableCounts RowCounts(jet::Database& database) {
 
 app::TableCounts Connections::TargetRowCounts() {
   if (!target_database_.is_open()) return {};
-  return main_form_.Guard("TargetRowCounts", [&] { return RowCounts(target_database_.database()); });
+  return run_.Guard("TargetRowCounts", [&] { return RowCounts(target_database_.database()); });
 }
 
 app::TableCounts Connections::CommittedRowCounts() {
-  const std::string& path = main_form_.session().Paths.target_file;
+  const std::string& path = run_.session().Paths.target_file;
   if (path.empty()) return {};
-  return main_form_.Guard("CommittedRowCounts", [&] {
+  return run_.Guard("CommittedRowCounts", [&] {
     auto database = jet::Database::Open(path, {.open_for = jet::OpenFor::Reading, .reporter = &reporter_});
     return RowCounts(*database);
   });

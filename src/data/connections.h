@@ -4,16 +4,17 @@
 // when a run ends. The conversion layer (convert/office.h) calls them for the run.
 #pragma once
 
-#include <memory>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "app/main_form.h"
-#include "common/reporter.h"
+#include "app/routines.h"  // TableCounts
+#include "app/run_layer.h"
 #include "common/os.h"
+#include "common/reporter.h"
 #include "data/controls.h"
 #include "foxpro/backup.h"
 #include "foxpro/repair_journal.h"
@@ -24,14 +25,14 @@ namespace qorvane::data {
 // while no log is open the lines wait and go into the next run's log.
 class LogReporter : public Reporter {
  public:
-  explicit LogReporter(app::MainForm& main_form) : main_form_(main_form) {}
+  explicit LogReporter(app::RunLayer& run) : run_(run) {}
   void Report(const Damage& damage) override;
   void FlushPending();
   // A run starts (its log is open): earlier runs' messages are forgotten, pending ones logged.
   void StartRun();
 
  private:
-  app::MainForm& main_form_;
+  app::RunLayer& run_;
   std::vector<std::string> pending_;
   std::set<std::string> reported_;  // a damaged table is opened by several controls: say it once
   std::map<std::string, int> shown_per_file_;  // messages shown on the screen, by file
@@ -55,10 +56,9 @@ struct SourceOptions {
 
 class Connections {
  public:
-  Connections(app::MainForm& main_form, SourceOptions options);
+  Connections(app::RunLayer& run, SourceOptions options);
   ~Connections();
 
-  app::MainForm& main_form() { return main_form_; }
   SourceControls& source() { return source_; }
   TargetControls& target() { return target_; }
   TargetDatabase& target_database() { return target_database_; }
@@ -92,7 +92,6 @@ class Connections {
   // Takes the lock of the source folder, which a run holds while it repairs the source tables,
   // until EndRun; false when another run holds it.
   bool LockSourceFolder();
-  bool SourceFolderLocked() const { return source_lock_.has_value(); }
   void UnlockSourceFolder();
   // The lock file of the source folder.
   std::string SourceLockPath() const;
@@ -109,7 +108,7 @@ class Connections {
   static std::string ConnectionString(const std::string& target_folder);
 
  private:
-  app::MainForm& main_form_;
+  app::RunLayer& run_;
   LogReporter reporter_;
   foxpro::RecordSetOptions record_options_;
   // One backup session per run; record sets opened in an earlier run may still point at theirs.

@@ -64,19 +64,7 @@ void TargetDatabase::CommitAndClose() {
   path_.clear();
 }
 
-void AdoControl::SavePending() {
-  if (recordset_ && recordset_->edit_mode() != jet::EditMode::None) recordset_->Update();
-}
-
-void AdoControl::Unbind() {
-  // The record set is closed even when its pending row cannot be saved; the failure is the
-  // caller's to report.
-  std::unique_ptr<jet::Recordset> closing = std::move(recordset_);
-  if (closing && closing->edit_mode() != jet::EditMode::None) closing->Update();
-}
-
 void AdoControl::Refresh() {
-  SavePending();
   recordset_.reset();
   jet::Database& database = target_->Open();
   if (RecordSource.empty()) return;

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "app/controls.h"
-#include "app/main_form.h"
+#include "app/run_layer.h"
 #include "data/target_table.h"
 #include "foxpro/record_set.h"
 #include "jet/database.h"
@@ -20,11 +20,10 @@ namespace qorvane::data {
 // A source data control. Refresh opens RecordSource (a table name or a query) in DatabaseName.
 class DataControl {
  public:
-  DataControl(app::SourceControl id, const foxpro::RecordSetOptions* options, app::MainForm* form)
-      : id_(id), name_(app::NameOf(id)), options_(options), form_(form) {}
-  // The main form that owns the control: the field helpers report their failures through it.
-  app::MainForm& form() const { return *form_; }
-  app::SourceControl id() const { return id_; }
+  DataControl(app::SourceControl id, const foxpro::RecordSetOptions* options, app::RunLayer* run)
+      : name_(app::NameOf(id)), options_(options), run_(run) {}
+  // The run the control serves: the field helpers report their failures through it.
+  app::RunLayer& run() const { return *run_; }
   const std::string& name() const { return name_; }
 
   std::string Connect;        // always "FoxPro 2.6;"
@@ -59,10 +58,9 @@ class DataControl {
   foxpro::RecordSet& Recordset();
 
  private:
-  app::SourceControl id_;
   std::string name_;
   const foxpro::RecordSetOptions* options_;
-  app::MainForm* form_;
+  app::RunLayer* run_;
   std::unique_ptr<foxpro::RecordSet> recordset_;
   std::string open_error_;
   bool unreadable_ = false;
@@ -97,31 +95,26 @@ class TargetDatabase {
 // An ADO data control. Refresh opens RecordSource on the database of ConnectionString.
 class AdoControl {
  public:
-  AdoControl(app::TargetControl id, TargetDatabase* target, app::MainForm* form)
-      : id_(id), name_(app::NameOf(id)), target_(target), form_(form) {}
-  app::MainForm& form() const { return *form_; }
-  app::TargetControl id() const { return id_; }
+  AdoControl(app::TargetControl id, TargetDatabase* target, app::RunLayer* run)
+      : name_(app::NameOf(id)), target_(target), run_(run) {}
+  app::RunLayer& run() const { return *run_; }
   const std::string& name() const { return name_; }
 
   // Shown as the office's connection string; the database itself is the run's resolved path.
   std::string ConnectionString;
   std::string RecordSource;
 
-  // Opens the record source again. A row still being added or edited is saved first, as the
-  // target's driver saves it when its control moves or closes.
+  // Opens the record source again (rows are written through the typed tables, never through
+  // a control, so no row is pending).
   void Refresh();
   bool bound() const { return recordset_ != nullptr; }
   jet::Recordset& Recordset();
-  // Closes the record set, saving a pending row first.
-  void Unbind();
+  void Unbind() { recordset_.reset(); }
 
  private:
-  void SavePending();
-
-  app::TargetControl id_;
   std::string name_;
   TargetDatabase* target_;
-  app::MainForm* form_;
+  app::RunLayer* run_;
   std::unique_ptr<jet::Recordset> recordset_;
 };
 

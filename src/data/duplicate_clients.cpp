@@ -1,10 +1,10 @@
 // The duplicate-client check and its correction (see duplicate_clients.h).
 #include "data/duplicate_clients.h"
 
-#include "app/result_lists.h"
 #include "app/vb_text.h"
 #include "common/sql_tokens.h"
 #include "common/error.h"
+#include "data/connections.h"
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"
@@ -15,8 +15,8 @@ namespace {
 
 // A Stop during the check or the correction ends the run here, with the date and time.
 void LogStop(Context& context) {
-  context.Log("Conversion aborted (ESC key): " + app::DateTimeText(context.main_form().clock().Now()));
-  context.main_form().CloseLog();
+  context.Log("Conversion aborted (ESC key): " + app::DateTimeText(context.run().Now()));
+  context.run().CloseLog();
 }
 
 // The other controls on client.dbf read their records before the correction wrote the new
@@ -126,7 +126,7 @@ std::string ClientKeyScan::Next(const std::string& key, std::string& reported_ke
 
 app::StepResult CheckDuplicateClientKeys(Context& context) {
   return context.Guard("CheckDuplicateClients", [&]() -> app::StepResult {
-    app::FormModel& form = context.form();
+    app::FormModel& form = context.run().form();
     form.lstduplicateclients.clear();
     form.lstafterdup.clear();
     form.lstclinum.clear();
@@ -177,7 +177,7 @@ app::StepResult CheckDuplicateClientKeys(Context& context) {
 app::StepResult CorrectDuplicateClients(Context& context) {
   return context.Guard("CorrectDuplicateClients", [&]() -> app::StepResult {
     app::StepResult result;
-    app::FormModel& form = context.form();
+    app::FormModel& form = context.run().form();
     DataControl& clients = context.Source(app::SourceControl::datClient);
     const std::size_t listed = std::min(form.lstduplicateclients.size(), form.lstclinum.size());
     // Each listed client is a record this pass reads again, to correct it.
@@ -232,16 +232,12 @@ app::StepResult CorrectDuplicateClients(Context& context) {
 
 app::StepResult CheckAndCorrectDuplicateClients(Context& context) {
   app::StepResult result = CheckDuplicateClientKeys(context);
-  if (context.AbortRequested() || context.form().lstduplicateclients.empty()) return result;
+  if (context.AbortRequested() || context.run().form().lstduplicateclients.empty()) return result;
   result.ledger.Merge(CorrectDuplicateClients(context).ledger);
   ReadCorrectedClients(context, context.Source(app::SourceControl::datClient));
   if (context.AbortRequested()) return result;
-  context.main_form().MsgBox("Invalid Client records were found and corrected automatically.");
+  context.run().ShowMessage("Invalid Client records were found and corrected automatically.");
   return result;
-}
-
-std::string DuplicateClientListText(const app::FormModel& form) {
-  return app::PrintedListText(app::kDuplicateClientHeading, form.lstduplicateclients);
 }
 
 }  // namespace qorvane::data

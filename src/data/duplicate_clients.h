@@ -58,7 +58,5 @@ app::StepResult CheckDuplicateClientKeys(Context& context);
 app::StepResult CorrectDuplicateClients(Context& context);
 // The check, then the correction when anything was listed.
 app::StepResult CheckAndCorrectDuplicateClients(Context& context);
-// The printed list: heading, underline, one line per listed key.
-std::string DuplicateClientListText(const app::FormModel& form);
 
 }  // namespace qorvane::data

@@ -9,8 +9,8 @@
 #include "app/errors.h"
 #include "app/paths.h"
 #include "common/utf8.h"
+#include "data/connections.h"
 #include "data/fields.h"
-#include "data/lookups.h"
 #include "data/record_loop.h"
 
 namespace qorvane::data {
@@ -93,8 +93,7 @@ app::StepResult CorrectTable(Context& context, const char* routine, DataControl&
                        "; its file numbers are not repaired in the table (the conversion still corrects them as it "
                        "converts). Rebuild the index in the old program (REINDEX), then run the corrections again";
     if (context.connections().FirstTimeSaid(text)) {
-      context.main_form().session().SetRoutine(routine);
-      context.main_form().ReportError(app::error_number::kUnrecognizedFormat, text);
+      context.run().ReportRoutineError(routine, app::error_number::kUnrecognizedFormat, text);
     }
     return {};
   }
@@ -124,20 +123,6 @@ std::vector<KeyCorrection> PlanKeyCorrections(const std::vector<std::string>& va
     }
   }
   return plan;
-}
-
-bool ValidateFileName(std::string_view text) {
-  std::size_t first = text.find_first_not_of(' ');
-  if (first == std::string_view::npos) return false;
-  std::size_t length = text.find_last_not_of(' ') - first + 1;
-  // The positions of the trimmed text, read from the text as given: a leading blank fails.
-  for (std::size_t i = 0; i < length && i < text.size(); ++i) {
-    unsigned char c = static_cast<unsigned char>(std::toupper(static_cast<unsigned char>(text[i])));
-    if (c == ' ') return false;
-    bool legal = (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || std::strchr("_^$~!{}#%&-()@'`", c) != nullptr;
-    if (!legal || c == 0) return false;
-  }
-  return true;
 }
 
 bool HasIllegalFileChars(std::string_view text) {
@@ -170,25 +155,6 @@ std::string MakeFileNumber(std::string_view number) { return RightJustified10(Tr
 
 std::string MakeFileNumberDashA(std::string_view number) { return RightJustified10(TrimUpper(number) + "-A"); }
 
-void SelectOnlyFileNumber(Context& context, std::string_view number) {
-  context.Guard("SelectOnlyFileNumber", [&] {
-    DataControl& property = context.Source(app::SourceControl::datproperty);
-    property.RecordSource = "Select * from Property where TRIM(UCASE(file_num))='" + SqlQuote(TrimUpper(number)) + "'";
-    property.Refresh();
-  });
-}
-
-void SelectOnlyadoFileNumber(Context& context, std::string_view number) {
-  context.Guard("SelectOnlyadoFileNumber", [&] {
-    AdoControl& property = context.Target(app::TargetControl::adoproperty);
-    std::string trimmed(number);
-    trimmed = trimmed.substr(0, trimmed.find_last_not_of(' ') + 1);
-    trimmed.erase(0, trimmed.find_first_not_of(' '));
-    property.RecordSource = "Select * from Property where filenumber='" + SqlQuote(MakeFileNumber(trimmed) + "-A") + "'";
-    property.Refresh();
-  });
-}
-
 app::StepResult FixPropertyFileNum(Context& context) {
   return context.Guard("FixPropertyFileNum", [&]() -> app::StepResult {
     DataControl& property = context.Source(app::SourceControl::datproperty2);
@@ -211,26 +177,6 @@ app::StepResult FixDataFileNums(Context& context, app::SourceControl id, const c
     control.Refresh();
     context.Log(std::string("Preliminary data correction to illegal VL ") + table + ".dbf field (" + field + ")");
     return CorrectTable(context, "FixDataFileNums", control, {{field, std::string(table) + "." + field + ": ", field}});
-  });
-}
-
-app::StepResult AdoFixDataFileNums(Context& context, AdoControl& control, std::string_view table,
-                                   std::string_view key_field, std::string_view field) {
-  return context.Guard("AdoFixDataFileNums", [&]() -> app::StepResult {
-    control.RecordSource = "select " + std::string(key_field) + "," + std::string(field) + " from " + std::string(table);
-    control.Refresh();
-    AdoControl& writer = context.Target(app::TargetControl::adoquery);
-    RecordLoop loop;
-    loop.routine = "AdoFixDataFileNums";
-    loop.target = &control;
-    loop.counter_in_label = false;
-    return RunRecordLoop(context, loop, [&] {
-      std::string value = adogetfield(control, field);
-      std::erase(value, ' ');
-      if (!HasIllegalFileChars(value)) return app::RecordResult::Unchanged();
-      SetFieldWhere(writer, table, key_field, adogetfield(control, key_field), field, FixIllegalFileChars(value));
-      return app::RecordResult::Updated();
-    });
   });
 }
 

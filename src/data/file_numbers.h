@@ -13,9 +13,6 @@
 
 namespace qorvane::data {
 
-// A legal file name: letters, digits and _ ^ $ ~ ! { } # % & - ( ) @ ' ` only, no blank (a
-// leading blank fails too).
-bool ValidateFileName(std::string_view text);
 // A character below 32 or above 126, or one of % * $ # &.
 bool HasIllegalFileChars(std::string_view text);
 // Every occurrence of the first illegal character replaced by "-"; other kinds stay.
@@ -36,16 +33,9 @@ struct KeyCorrection {
 };
 std::vector<KeyCorrection> PlanKeyCorrections(const std::vector<std::string>& values);
 
-// Points datproperty at one file number's records / adoproperty at its "-A" row.
-void SelectOnlyFileNumber(Context& context, std::string_view number);
-void SelectOnlyadoFileNumber(Context& context, std::string_view number);
-
 // The preliminary corrections: the file, invoice and client numbers of property.dbf, and one
 // file-number field of another source table. Every record read is in the result's ledger.
 app::StepResult FixPropertyFileNum(Context& context);
 app::StepResult FixDataFileNums(Context& context, app::SourceControl control, const char* field, const char* table);
-// The same repair on one column of a target table; no list or log lines.
-app::StepResult AdoFixDataFileNums(Context& context, AdoControl& control, std::string_view table,
-                                   std::string_view key_field, std::string_view field);
 
 }  // namespace qorvane::data

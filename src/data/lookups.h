@@ -1,84 +1,73 @@
-// Look-ups in office.mdb as the converters make them: a filter built from one value, and a
-// control positioned on the first row that matches it. The filters are the texts the office's
-// look-ups always used (every value through SqlQuote); the search itself is a hash look-up in
-// the engine, so it costs the same however large the table is.
+// Look-ups, under the office's names for them. In office.mdb: a filter (the column a look-up
+// compares and the value it looks for) answered by the column's prepared hash look-up, and the
+// selectors of an order's rows by file number; no SQL text, no record set, no row decoded to
+// learn whether a key is there. Jet's '=' is kept: text compares without regard to case or
+// trailing blanks. In a source table: a control positioned on the record whose indexed field
+// holds a key.
 #pragma once
 
-#include <functional>
-#include <string>
+#include <optional>
 #include <string_view>
+#include <vector>
 
-#include "data/connections.h"
-#include "data/controls.h"
+#include "data/target_table.h"
 
 namespace qorvane::data {
 
-std::string FilterFormClient(std::string_view value);
-std::string FilterClient(std::string_view value);
-std::string FilterOldCliNum(std::string_view value);
-std::string FilterFormtype(std::string_view value);
-std::string FilterForm(std::string_view value);
-std::string FilterUser(std::string_view value);
-std::string FilterAppraiser(std::string_view value);
-std::string FilterFormAppraiser(std::string_view value);
-std::string FilterFileNumber(std::string_view value);
+class DataControl;
 
-// Keys: the file number trimmed, upper-cased and right-justified in 10 characters (a longer
-// one kept whole); the invoice number trimmed, cut or padded to 10 and upper-cased.
-std::string PadFileNumber(std::string_view number);
-std::string PadInvNum(std::string_view number);
+// A look-up's filter: COLUMN = VALUE. The value goes in as the column stores it: the caller
+// trims, upper-cases and cuts a key as the row that holds it was written.
+struct Filter {
+  const TargetColumn& column;
+  std::string_view value;
+};
+// The office's filters, each on the column it is named after.
+inline Filter FilterClient(const TargetColumn& client, std::string_view value) { return {client, value}; }
+inline Filter FilterOldCliNum(const TargetColumn& old_cli_num, std::string_view value) { return {old_cli_num, value}; }
+inline Filter FilterFormtype(const TargetColumn& form_type, std::string_view value) { return {form_type, value}; }
+inline Filter FilterAppraiser(const TargetColumn& appraiser, std::string_view value) { return {appraiser, value}; }
+inline Filter FilterUser(const TargetColumn& user, std::string_view value) { return {user, value}; }
+inline Filter FilterFormAppraiser(const TargetColumn& form_appraiser, std::string_view value) {
+  return {form_appraiser, value};
+}
+inline Filter FilterFormClient(const TargetColumn& form_client, std::string_view value) { return {form_client, value}; }
 
-// Fixed record sources.
+// The first row of TABLE, in table order, that FILTER finds; nullopt when none does (or the
+// table lacks the column).
+inline std::optional<jet::RowId> AdoFindRec(TargetTable& table, const Filter& filter) {
+  return table.Find(filter.column, filter.value);
+}
+
+// Whether any row of TABLE holds VALUE in FIELD.
+inline bool AdoFindfield(TargetTable& table, const TargetColumn& field, std::string_view value) {
+  return table.Find(field, value).has_value();
+}
+// Deletes ROWS of TABLE (the rows a look-up or a selector found).
+inline void DeleteAllRows(TargetTable& table, const std::vector<jet::RowId>& rows) {
+  for (jet::RowId row : rows) table.Delete(row);
+}
+
+// An order's rows by its file-number KEY as stored (MakeFileNumber's form, which the caller
+// built): its first Property row, its first Invoice row, and its Assigned rows in table order.
+inline std::optional<jet::RowId> SelectProperty(TargetTable& property, const TargetColumn& file_number,
+                                                std::string_view key) {
+  return property.Find(file_number, key);
+}
+inline std::optional<jet::RowId> SelectInvoice(TargetTable& invoice, const TargetColumn& file_number,
+                                               std::string_view key) {
+  return invoice.Find(file_number, key);
+}
+inline std::vector<jet::RowId> SelectAssigned(TargetTable& assigned, const TargetColumn& file_number,
+                                              std::string_view key) {
+  return assigned.FindAll(file_number, key);
+}
+
+// The record source the form-types control is given back after a clearing.
 inline constexpr const char* kFormTypesSource = "Select * from FormTypes";
-inline constexpr const char* kAppraiserFeeSource = "Select * from AppraiserFee ORDER BY DisplayOrder";
-inline constexpr const char* kClientFeeSource = "Select * from ClientFee ORDER BY DisplayOrder";
 
-// Record-source selectors: each sets the control's RecordSource to the office's query and
-// refreshes it. An empty key selects the whole table.
-void SelectPropertyFileNumbers(AdoControl& control, std::string_view number);
-void SelectInvoiceFileNumbers(AdoControl& control, std::string_view number);
-void SelectClient(AdoControl& control, std::string_view client, bool active_only);
-void SelectClientFee(AdoControl& control, std::string_view client, std::string_view form);
-void SelectAssigned(AdoControl& control, std::string_view number);
-void SelectAssignedFileNumbers(AdoControl& control, std::string_view number);
-void SelectProperty(AdoControl& control, std::string_view number);
-void SelectProperty(DataControl& control, std::string_view number);
-void SelectInvoice(AdoControl& control, std::string_view number);
-void SelectInvoice(DataControl& control, std::string_view number);
-void SelectClientExpenses(DataControl& control, std::string_view invoice_number);
-
-// Whether VALUE is in FIELD of TABLE (the control is pointed at the one-column query).
-bool AdoFindfield(AdoControl& control, std::string_view table, std::string_view field, std::string_view value);
 // Seeks KEY (padded to the field's size) on the index named FIELD of a source table; on no
 // match the cursor stays where it was.
 bool FindRecord(DataControl& control, std::string_view key, std::string_view field);
-// ReportFee + Desc1Amount + Desc2Amount + Desc3Amount of the current row, as text.
-std::string ReportFee(AdoControl& control);
-// Positions CONTROL on the first row whose FIELD holds VALUE.
-bool AdoPointAtField(AdoControl& control, std::string_view field, std::string_view value, bool refresh_first);
-// Writes NEW_VALUE into FIELD of the rows of TABLE whose KEY_FIELD holds KEY_VALUE (the
-// file-number key when KEY_FIELD is FILENUMBER) and saves.
-void SetFieldWhere(AdoControl& control, std::string_view table, std::string_view key_field,
-                   std::string_view key_value, std::string_view field, std::string_view new_value);
-// Deletes every row of the control's record set; MoveFirstIfAny moves to the first row of a
-// record set that has one.
-void DeleteAllRows(AdoControl& control);
-// Runs VISIT on each row of the control's record set in turn: the few rows a selector found
-// for one record (a whole table is walked by the record loop, record_loop.h). Returns the
-// number of rows visited.
-std::size_t ForEachRow(AdoControl& control, const std::function<void()>& visit);
-// Whether CONTROL stands on a row: the look-up or selector that just ran found one.
-inline bool FoundRow(AdoControl& control) { return !control.Recordset().eof(); }
-void MoveFirstIfAny(AdoControl& control);
-// The names of the text columns of every user table of the target, comma-separated.
-std::string AdoReturnTextFieldNames(Connections& connections);
-// The table name after "FROM " of an SQL statement (upper-cased).
-std::string ParseFromClause(std::string_view sql);
-std::string ReplaceAll(std::string_view text, std::string_view find, std::string_view with);
-
-// Refreshes CONTROL (a pending row is saved first); false when its record set is empty;
-// otherwise moves to the first row and finds the first row matching CRITERIA. True when one
-// was found: the control is then positioned on it.
-bool AdoFindRec(AdoControl& control, const std::string& criteria);
 
 }  // namespace qorvane::data

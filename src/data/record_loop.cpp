@@ -3,6 +3,9 @@
 
 #include <limits>
 
+#include "app/paths.h"
+#include "data/connections.h"
+
 namespace qorvane::data {
 namespace {
 
@@ -70,8 +73,7 @@ bool RunPass(Context& context, const RecordLoop& loop, const RecordBody& body, a
   const std::string table = records.Table();
   auto gauge_total = static_cast<std::int32_t>(std::min<std::int64_t>(total, std::numeric_limits<std::int32_t>::max()));
 
-  app::MainForm& main_form = context.main_form();
-  app::FormModel& form = context.form();
+  app::RunLayer& run = context.run();
   // The record as reports name it ("PROPERTY.DBF record 12 (File_num 1001)"), built only when a
   // report or a ledger note needs it.
   auto record_name = [&] {
@@ -90,15 +92,14 @@ bool RunPass(Context& context, const RecordLoop& loop, const RecordBody& body, a
     context.DoEvents();
     if (context.AbortRequested()) return false;
     ++counter;
-    form.RecordNumber = counter;
-    form.RecordTotal = total;
+    run.ShowPosition(counter, total);
     if (loop.counter_in_label) {
-      form.lblRecord = std::to_string(counter);
+      run.ShowCounter(counter);
       result.shown_count = counter;
     }
     // A failure is the record's: reported naming it, the record refused, the loop goes on
     // (Retry runs the record again, Abort stops the step).
-    app::RecordResult outcome = main_form.GuardNamed(
+    app::RecordResult outcome = run.GuardNamed(
         loop.routine, record_name,
         [&] {
           if (loop.show) loop.show(counter);
@@ -128,10 +129,10 @@ bool RunPass(Context& context, const RecordLoop& loop, const RecordBody& body, a
 app::StepResult RunRecordLoop(Context& context, const RecordLoop& loop, const RecordBody& body) {
   app::StepResult result;
   struct ClearProgress {
-    app::FormModel& form;
-    ~ClearProgress() { form.RecordNumber = form.RecordTotal = 0; }
-  } clear_progress{context.form()};
-  context.main_form().Guard(loop.routine, [&] {
+    app::RunLayer& run;
+    ~ClearProgress() { run.ShowPosition(0, 0); }
+  } clear_progress{context.run()};
+  context.run().Guard(loop.routine, [&] {
     const std::vector<std::string>& numbers = context.FileNumbers();
     if (!loop.select_file_number || numbers.empty()) {
       RunPass(context, loop, body, result);
@@ -143,6 +144,11 @@ app::StepResult RunRecordLoop(Context& context, const RecordLoop& loop, const Re
     }
   });
   return result;
+}
+
+app::StepResult RunSourceTableLoop(Context& context, const char* file, const RecordLoop& loop, const RecordBody& body) {
+  if (!app::FileExists(context.Paths().source_folder + file)) return {};
+  return RunRecordLoop(context, loop, body);
 }
 
 }  // namespace qorvane::data

@@ -48,4 +48,8 @@ using RecordBody = std::function<app::RecordResult()>;
 // it and the ledger of every record read.
 app::StepResult RunRecordLoop(Context& context, const RecordLoop& loop, const RecordBody& body);
 
+// LOOP over the source table FILE (a file name in the source folder, "client.dbf"), or nothing
+// at all when that file is missing.
+app::StepResult RunSourceTableLoop(Context& context, const char* file, const RecordLoop& loop, const RecordBody& body);
+
 }  // namespace qorvane::data

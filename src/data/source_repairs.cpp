@@ -71,11 +71,10 @@ void RebuildIndex(Context& context, const IndexDisagreement& disagreement) {
                 "; it was rebuilt from the table's records" +
                 (copies.empty() ? std::string() : " (both as they were are in " + copies + "/)"));
   } catch (const Error& error) {
-    context.main_form().session().SetRoutine("PrepareSourceRepairs");
-    context.main_form().ReportError(app::error_number::kUnrecognizedFormat,
-                                    disagreement.index + " does not agree with " + disagreement.table + first +
-                                        " and cannot be rebuilt: " + error.what() +
-                                        ". Rebuild it in the old program (REINDEX) before using it there");
+    context.run().ReportRoutineError("PrepareSourceRepairs", app::error_number::kUnrecognizedFormat,
+                                     disagreement.index + " does not agree with " + disagreement.table + first +
+                                         " and cannot be rebuilt: " + error.what() +
+                                         ". Rebuild it in the old program (REINDEX) before using it there");
   }
 }
 

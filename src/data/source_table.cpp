@@ -5,9 +5,14 @@
 
 #include "common/error.h"
 #include "common/text.h"
+#include "data/controls.h"
 #include "data/fields.h"
 
 namespace qorvane::data {
+
+bool SourceTable::bound() const { return control_.bound(); }
+
+foxpro::RecordSet& SourceTable::records() const { return control_.Recordset(); }
 
 std::string SourceTable::name() const { return records().table().name(); }
 

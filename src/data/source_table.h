@@ -9,9 +9,14 @@
 #include <string>
 #include <string_view>
 
-#include "data/controls.h"
+namespace qorvane::foxpro {
+class RecordSet;
+struct Value;
+}  // namespace qorvane::foxpro
 
 namespace qorvane::data {
+
+class DataControl;
 
 // One field of a source table's record source: its position among the table's fields, type
 // and width. Not present when the record source has no field of that name.
@@ -31,8 +36,8 @@ class SourceTable {
   explicit SourceTable(DataControl& control) : control_(control) {}
 
   DataControl& control() const { return control_; }
-  bool bound() const { return control_.bound(); }
-  foxpro::RecordSet& records() const { return control_.Recordset(); }
+  bool bound() const;
+  foxpro::RecordSet& records() const;
   // "PROPERTY.DBF"
   std::string name() const;
 

@@ -7,6 +7,7 @@
 #include "app/errors.h"
 #include "common/error.h"
 #include "common/os.h"
+#include "data/connections.h"
 
 namespace qorvane::data {
 namespace {
@@ -163,8 +164,7 @@ std::optional<std::string> FindTable(Context& context, const TableNeed& need) {
 // Reports TEXT as an error of the routine, unless this run already said it.
 void SayOnce(Context& context, std::string_view routine, const std::string& text) {
   if (!context.connections().FirstTimeSaid(text)) return;
-  context.main_form().session().SetRoutine(routine);
-  context.main_form().ReportError(app::error_number::kUnrecognizedFormat, text);
+  context.run().ReportRoutineError(routine, app::error_number::kUnrecognizedFormat, text);
 }
 
 }  // namespace
@@ -252,7 +252,7 @@ app::StepResult RunCheckedRoutine(Context& context, std::string_view routine,
                           " cannot be read (see the error above), so nothing of it is converted.";
     if (context.connections().FirstTimeSaid(skipped)) {
       context.Log(skipped);
-      context.main_form().view().Notify(skipped);
+      context.run().Notify(skipped);
     }
     return {};
   }
@@ -280,7 +280,7 @@ app::StepResult RunCheckedRoutine(Context& context, std::string_view routine,
                             "and none of the " + std::to_string(records) + " records of " + walked->need->file +
                             " can be converted without it.";
       context.Log(skipped);
-      context.main_form().view().Notify(skipped);
+      context.run().Notify(skipped);
     } else {
       SayOnce(context, routine,
               reason + "; " + step + " is skipped and the " + std::to_string(records) + " records of " +
@@ -304,7 +304,7 @@ app::StepResult RunCheckedRoutine(Context& context, std::string_view routine,
                        "left out.";
     if (context.connections().FirstTimeSaid(note)) {
       context.Log(note);
-      context.main_form().view().Notify(note);
+      context.run().Notify(note);
     }
     if (finding.need->control) {
       DataControl& control = context.Source(*finding.need->control);

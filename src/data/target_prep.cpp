@@ -1,7 +1,7 @@
 // Preparing office.mdb (see target_prep.h).
 #include "data/target_prep.h"
 
-#include "data/fields.h"
+#include "data/connections.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"
 #include "data/record_loop.h"
@@ -154,7 +154,7 @@ app::StepResult DeleteListedFileNumbers(Context& context, AdoControl& control, s
 app::StepResult ClearSelectedTables(Context& context) {
   app::StepResult result;
   context.Guard("ClearSelectedTables", [&] {
-    const app::FormModel& form = context.form();
+    const app::FormModel& form = context.run().form();
     context.Log("Clearing Selected Office.MDB tables (listed below if any)");
     if (form.Checked(CheckBox::ckbClearFormTypes)) {
       AdoControl& formtypes = context.Target(TargetControl::adoformtypes);
@@ -193,46 +193,6 @@ app::StepResult DeleteEmptyFilenumbers(Context& context) {
     });
   }
   return result;
-}
-
-void AdoPassedQuickCheckForIllegalSql(Context& context, AdoControl& control, std::string_view table, std::string_view field) {
-  context.Guard("AdoPassedQuickCheckForIllegalSql", [&] {
-    control.RecordSource = "Select * from " + std::string(table) + " Where " + std::string(field) + " LIKE '*'";
-    control.Refresh();
-  });
-}
-
-std::int64_t AdoCheckRecsForIllegalSql(Context& context, std::string_view table, std::string_view field) {
-  return context.Guard("AdoCheckRecsForIllegalSql", [&] {
-    AdoControl& control = context.Target(TargetControl::adoquery);
-    control.RecordSource = "Select " + std::string(field) + " from " + std::string(table);
-    control.Refresh();
-    RecordLoop loop;
-    loop.routine = "AdoCheckRecsForIllegalSql";
-    loop.target = &control;
-    loop.counter_in_label = false;
-    app::StepResult scan = RunRecordLoop(context, loop, [&] {
-      std::string value = adogetfield(control, field);
-      if (!AdoQuickCheckChars(value)) return app::RecordResult::Unchanged();
-      context.Log("Illegal SQL character (' # *) in " + std::string(table) + "." + std::string(field) + ": " + value);
-      return app::RecordResult::Skipped("holds ' # or *");
-    });
-    return scan.ledger.count(app::RecordOutcome::Skipped);
-  });
-}
-
-std::int64_t AdoCheckTableForIllegalSql(Context& context, std::string_view table) {
-  return context.Guard("AdoCheckTableForIllegalSql", [&] {
-    jet::Database& database = context.connections().target_database().Open();
-    jet::Recordset columns(database, "Select * from [" + std::string(table) + "] where 1=2");
-    std::int64_t hits = 0;
-    for (const jet::FieldInfo& field : columns.fields()) {
-      if (field.type == jet::ColumnType::Text || field.type == jet::ColumnType::Memo) {
-        hits += AdoCheckRecsForIllegalSql(context, table, field.name);
-      }
-    }
-    return hits;
-  });
 }
 
 }  // namespace qorvane::data

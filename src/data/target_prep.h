@@ -1,6 +1,6 @@
 // Preparing office.mdb before and after the converters: emptying the tables the user chose
-// ("Clear Data First"), deleting rows whose key is blank, and the scans for text that would
-// break an SQL literal. Deletions are counted in the result's ledger.
+// ("Clear Data First") and deleting rows whose key is blank, each with the SQL statement the
+// office's program ran. Deletions are counted in the result's ledger.
 #pragma once
 
 #include <string>
@@ -23,12 +23,5 @@ app::StepResult DeleteEmptyFilenumbers(Context& context);
 app::StepResult ClearData(Context& context, AdoControl& control);
 // Deletes the "-A" rows of the listed file numbers from TABLE.
 app::StepResult DeleteListedFileNumbers(Context& context, AdoControl& control, std::string_view table);
-
-// Points CONTROL at the rows of TABLE whose FIELD is LIKE '*' (every row with a value).
-void AdoPassedQuickCheckForIllegalSql(Context& context, AdoControl& control, std::string_view table, std::string_view field);
-// Logs every value of FIELD (or of every text column) of TABLE that holds ', # or *; returns
-// the number of such values.
-std::int64_t AdoCheckRecsForIllegalSql(Context& context, std::string_view table, std::string_view field);
-std::int64_t AdoCheckTableForIllegalSql(Context& context, std::string_view table);
 
 }  // namespace qorvane::data

@@ -73,9 +73,8 @@ class TargetTable {
   const std::string& name() const { return table_.name(); }
   jet::Table& table() { return table_; }
   // The column NAME (without regard to case); not present when the table lacks it, and then
-  // listed in missing_columns().
+  // counted among the missing columns.
   TargetColumn Column(std::string_view name);
-  const std::vector<std::string>& missing_columns() const { return missing_; }
   // The missing columns not yet said, which are then counted as said (each is said once per
   // open database).
   std::vector<std::string> TakeUnreportedMissingColumns();

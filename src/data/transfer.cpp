@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "common/text.h"
+#include "data/connections.h"
 #include "data/fields.h"
 
 namespace qorvane::data {
@@ -29,27 +30,26 @@ std::string KeyAsStored(Context& context, const SourceTable& source, const Targe
 
 void ReportMissingColumns(Context& context, TargetTable& table) {
   for (const std::string& column : table.TakeUnreportedMissingColumns()) {
-    context.main_form().session().SetRoutine("CheckColumns");
-    context.main_form().ReportError(app::error_number::kInvalidProcedureCall,
-                                    context.Paths().target_file + ": table " + table.name() + " has no column " +
-                                        column + "; the rows are written without it");
+    context.run().ReportRoutineError("CheckColumns", app::error_number::kInvalidProcedureCall,
+                                     context.Paths().target_file + ": table " + table.name() + " has no column " +
+                                         column + "; the rows are written without it");
   }
 }
 
 void convertField(const SourceTable& source, const SourceField& field, TargetRow& row, const TargetColumn& column,
                   const RecordPlace* place) {
-  std::string value = source.Text(field);
+  std::string value = DATgetfield(source, field);
   if (place && column.type == jet::ColumnType::Text && column.width > 0 &&
       text::CharLength(value) > static_cast<std::size_t>(column.width)) {
     place->Note(field.name, "is longer than " + column.name + " (" + std::to_string(column.width) +
                                 " characters); cut to '" + text::TrimToWidth(value, column.width) + "'");
   }
-  row.Set(column, value);
+  AdoSetField(row, column, value);
 }
 
 void ConvertNumericField(const SourceTable& source, const SourceField& field, TargetRow& row,
                          const TargetColumn& column, const RecordPlace* place) {
-  std::string value = source.Text(field);
+  std::string value = DATgetfield(source, field);
   if (value.empty()) {
     if (place) {
       std::string stored = source.Stored(field);
@@ -63,14 +63,14 @@ void ConvertNumericField(const SourceTable& source, const SourceField& field, Ta
     place->Note(field.name, "'" + value + "' is not a number " + column.name + " can hold; 0 written");
     number = 0;
   }
-  row.SetSingle(column, number);
+  AdoSetFieldSingle(row, column, number);
 }
 
 void VerifyAndSet(const SourceTable& source, const SourceField& field, TargetRow& row, const TargetColumn& column,
                   const RecordPlace* place) {
-  std::string value = source.Text(field);
+  std::string value = DATgetfield(source, field);
   if (IsDate(value)) {
-    row.SetDate(column, value);
+    AdoSetFieldDate(row, column, value);
     return;
   }
   if (place) {
@@ -79,7 +79,7 @@ void VerifyAndSet(const SourceTable& source, const SourceField& field, TargetRow
       place->Note(field.name, "'" + stored + "' is not a usable date; " + kMissingDate + " written to " + column.name);
     }
   }
-  row.SetDate(column, kMissingDate);
+  AdoSetFieldDate(row, column, kMissingDate);
 }
 
 }  // namespace qorvane::data

@@ -101,7 +101,6 @@ void Recordset::Refresh() {
   edit_buffer_.clear();
   cached_row_.reset();
   current_deleted_ = false;
-  after_first_ = false;
   if (whole_table_) {
     rows_.clear();
     current_ = table_->FirstRow();
@@ -182,7 +181,6 @@ std::optional<std::size_t> Recordset::PositionOf(RowId row) {
 void Recordset::SetCurrent(std::optional<RowId> row) {
   current_ = row;
   current_deleted_ = false;
-  if (!row) after_first_ = false;
 }
 
 std::size_t Recordset::RecordCount() {
@@ -226,11 +224,6 @@ void Recordset::MoveLast() {
 void Recordset::MoveNext() {
   FinishEdit();
   if (!current_) {
-    if (after_first_) {
-      after_first_ = false;
-      MoveFirst();
-      return;
-    }
     throw Error(ErrorKind::InvalidArgument, table_->name() + ": MoveNext past the end of the record set");
   }
   if (whole_table_) {
@@ -241,29 +234,6 @@ void Recordset::MoveNext() {
     ++position_;
   } while (position_ < rows_.size() && !table_->IsLive(rows_[position_]));
   SetCurrent(position_ < rows_.size() ? std::optional<RowId>(rows_[position_]) : std::nullopt);
-}
-
-void Recordset::MovePrevious() {
-  FinishEdit();
-  if (!current_) {
-    if (after_first_) throw Error(ErrorKind::InvalidArgument, table_->name() + ": MovePrevious before the start");
-    MoveLast();
-    return;
-  }
-  std::optional<RowId> previous;
-  if (whole_table_) {
-    previous = table_->PreviousRow(*current_);
-  } else {
-    while (position_ > 0) {
-      --position_;
-      if (table_->IsLive(rows_[position_])) {
-        previous = rows_[position_];
-        break;
-      }
-    }
-  }
-  SetCurrent(previous);
-  if (!previous) after_first_ = true;
 }
 
 bool Recordset::Find(const std::string& criteria) {
@@ -381,13 +351,9 @@ void Recordset::Update() {
   }
 }
 
-void Recordset::CancelUpdate() {
+void Recordset::Delete() {
   edit_mode_ = EditMode::None;
   edit_buffer_.clear();
-}
-
-void Recordset::Delete() {
-  CancelUpdate();
   if (!current_ || current_deleted_) {
     throw Error(ErrorKind::InvalidArgument, database_.file_name() + ": table " + table_->name() +
                                                 ": Delete without a current record");

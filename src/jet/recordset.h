@@ -1,6 +1,6 @@
-// ADO-like record sets over a Jet database, as the converters use them: open from SQL, move
-// (MoveFirst/MoveLast/MoveNext/MovePrevious, EOF/BOF), read and set fields by name, AddNew /
-// Update / CancelUpdate / Delete with an edit mode, RecordCount, Refresh, and Find with a
+// ADO-like record sets over a Jet database, for what the run states as SQL (record sources,
+// clearing rows): open from SQL, move (MoveFirst/MoveLast/MoveNext, EOF), read and set fields by
+// name, AddNew / Update / Delete with an edit mode, RecordCount, Refresh, and Find with a
 // filter. "Select * from T" walks the table itself; WHERE terms of the form column = value
 // and Find filters of that form use the table's hash look-up, so they cost O(1).
 #pragma once
@@ -37,18 +37,15 @@ class Recordset {
   Recordset(Database& database, std::string sql);
   ~Recordset();
 
-  const std::string& sql() const { return sql_; }
   Table& table() { return *table_; }
   // Runs the query again (ADO Refresh/Requery); the cursor goes to the first row.
   void Refresh();
 
-  bool eof() const { return !current_.has_value() && !after_first_; }
-  bool bof() const { return !current_.has_value() && after_first_; }
+  bool eof() const { return !current_.has_value(); }
   std::size_t RecordCount();
   void MoveFirst();
   void MoveLast();
   void MoveNext();
-  void MovePrevious();
   // Searches from the current row forward for the first row matching CRITERIA ("Client='X'");
   // leaves the cursor there, or at EOF when none. Returns whether one was found.
   bool Find(const std::string& criteria);
@@ -65,7 +62,6 @@ class Recordset {
   void AddNew();
   // Writes the edit buffer (a new row after AddNew, else the current row).
   void Update();
-  void CancelUpdate();
   // Deletes the current row; the cursor stays on it until the next move.
   void Delete();
 
@@ -93,7 +89,6 @@ class Recordset {
   std::vector<RowId> rows_;  // the result otherwise, in result order
   std::size_t position_ = 0;
   std::optional<RowId> current_;
-  bool after_first_ = false;    // at BOF rather than EOF when no current row
   bool current_deleted_ = false;
   std::optional<RowId> cached_row_;
   std::vector<Value> cached_values_;

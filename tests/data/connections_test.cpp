@@ -134,11 +134,11 @@ TEST_F(ConnectionsTest, RowsWrittenDuringARunAreInOfficeMdbAfterItEvenAfterStop)
   main_form.form().SetCheck(app::CheckBox::ckbappraiser, true);
   main_form.form().SetCheck(app::CheckBox::ckbProperty, true);
   routines.On(&app::RunRoutines::ConvertAppraisrDBF, [&] {
-    auto& appraisers = connections.target()[app::TargetControl::adoappraiser];
-    appraisers.Recordset().AddNew();
-    AdoSetField(appraisers, "JANE ROE", "Appraiser");
-    AdoSetFieldTF(appraisers, true, "Active");
-    appraisers.Recordset().Update();
+    TargetTable& appraisers = connections.target_database().Table("Appraiser");
+    TargetRow row = appraisers.NewRow();
+    row.Set(appraisers.Column("Appraiser"), "JANE ROE");
+    row.SetFlag(appraisers.Column("Active"), true);
+    appraisers.Add(row);
     view.requests.push_back(app::UserRequest::Quit);
     return test::Shown(1);
   });

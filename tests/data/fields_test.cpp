@@ -1,14 +1,19 @@
-// The width rules and the SQL quoting of the field helpers, on the cases the office's data
-// holds: blanks around values, values longer than their column, accents (widths count
-// characters, not bytes), and names with apostrophes.
+// The width rules every value written to a column follows and the value rules of the office's
+// records, on the cases its data holds: blanks around values, values longer than their column,
+// accents (widths count characters, not bytes), names with apostrophes, two-digit years and
+// amounts typed with currency signs.
 #include "data/fields.h"
 
 #include <gtest/gtest.h>
 
-#include "data/lookups.h"
+#include "common/text.h"
 
 namespace qorvane::data {
 namespace {
+
+using text::PadToWidth;
+using text::RightJustify;
+using text::TrimToWidth;
 
 TEST(FieldWidths, TrimCutAndJustifyByCharacters) {
   EXPECT_EQ(TrimToWidth("  ABC  ", 2), "AB");
@@ -29,16 +34,8 @@ TEST(SqlQuoting, DoublesQuotesHashesAndStars) {
   EXPECT_EQ(SqlQuote("O'Neil #5"), "O''Neil ##5");
   EXPECT_EQ(SqlQuote("a*b"), "a**b");
   EXPECT_EQ(SqlQuote("plain"), "plain");
-  EXPECT_FALSE(AdoQuickCheckChars("plain"));
-  EXPECT_EQ(FilterFormtype("O'Neil"), "Formtype='O''Neil'");
-  EXPECT_EQ(FilterClient(""), "Client=''");
 }
 
-}  // namespace
-}  // namespace qorvane::data
-
-namespace qorvane::data {
-namespace {
 
 TEST(DatesAndNumbers, TwoDigitYearsTheEmptyDateAndAmounts) {
   EXPECT_EQ(NormalizeDate("3/4/24"), "3/4/2024");
@@ -60,16 +57,6 @@ TEST(DatesAndNumbers, TwoDigitYearsTheEmptyDateAndAmounts) {
   EXPECT_EQ(Csingle("n/a"), 0.0f);
   EXPECT_FLOAT_EQ(Csingle("(-12.5)"), -12.5f);
   EXPECT_EQ(NumericChars("A1-2.3b"), "1-2.3");
-  EXPECT_EQ(Int2Str(-42), "-42");
-}
-
-TEST(Keys, FileNumbersAndInvoiceNumbersAsTheLookUpsBuildThem) {
-  EXPECT_EQ(PadFileNumber("4521"), "      4521");
-  EXPECT_EQ(PadFileNumber(" ab-1 "), "      AB-1");
-  EXPECT_EQ(PadInvNum(" inv7 "), "INV7      ");
-  EXPECT_EQ(PadInvNum("12345678901"), "1234567890");
-  EXPECT_EQ(ParseFromClause("select * from Property where x=1"), "PROPERTY");
-  EXPECT_EQ(ReplaceAll("a--b--", "--", "-"), "a-b-");
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "../app/fake_view.h"
+#include "data/connections.h"
 #include "data/fields.h"
 #include "jet/create/create.h"
 #include "data/office_schema.h"
@@ -44,7 +45,7 @@ class RecordLoopTest : public ::testing::Test {
       RecordLoop loop;
       loop.routine = "ConvertPropertyDBF";
       loop.source = &property;
-      loop.show = [&](std::int64_t) { context.form().lblCaption = "Property.DBF Address"; };
+      loop.show = [&](std::int64_t) { context.ShowRecord("Property.DBF Address", ""); };
       loop.key = [&] { return "File_num " + DATgetfield(property, "FILE_NUM"); };
       if (by_file_number) {
         loop.select_file_number = [&](const std::string& number) {

@@ -9,6 +9,7 @@
 #include "common/text.h"
 #include "convert/orders/order_fields.h"
 #include "convert/parties/appraisers.h"
+#include "data/controls.h"
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"
@@ -43,32 +44,31 @@ app::StepResult ConvertAppliedDBF(data::Context& context) {
     data::RecordLoop loop;
     loop.routine = "ConvertAppliedDBF";
     loop.source = &control;
-    loop.key = [&] { return "File_num " + applied.Text(file_num); };
+    loop.key = [&] { return "File_num " + data::DATgetfield(applied, file_num); };
     loop.show = [&](std::int64_t) {
-      context.form().lblCaption = "Applied.DBF FileNumber";
-      context.form().lblAddress = applied.Text(file_num) + "-A";
+      context.ShowRecord("Applied.DBF FileNumber", data::DATgetfield(applied, file_num) + "-A");
     };
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
-      std::string number = applied.Text(app_num);
-      std::string key = text::UCase(text::RightJustify(applied.Text(file_num), 8) + "-A");
+      std::string number = data::DATgetfield(applied, app_num);
+      std::string key = text::UCase(text::RightJustify(data::DATgetfield(applied, file_num), 8) + "-A");
       if (data::HasIllegalFileChars(key)) key = data::FixIllegalFileChars(key);
       // Read as the office's routine read them; their values change nothing.
-      applied.Text(split_bool);
-      applied.Text(split_val);
+      data::DATgetfield(applied, split_bool);
+      data::DATgetfield(applied, split_val);
 
       std::string name;
       bool found = appraisers.bound() && data::FindRecord(appraisers.control(), number, "App_Num");
-      if (found) name = text::UCaseTrim(appraisers.Text(last_name));
+      if (found) name = text::UCaseTrim(data::DATgetfield(appraisers, last_name));
       if (!found || name.empty()) {
         name = number;
         if (!name.empty()) AddAppraiserIfMissing(context, appraiser_table, name, "Automatically Added: " + key);
       }
-      applied.Text(pd_appr);
-      float fee = data::Csingle(applied.Text(pay_fee));
+      data::DATgetfield(applied, pd_appr);
+      float fee = data::Csingle(data::DATgetfield(applied, pay_fee));
 
       data::RecordPlace place{context, "applied.dbf", "file number " + std::string(text::Trim(key))};
       std::string combined = std::string(text::Trim(key)) + "0" + name;
-      if (assigned.table.Find(assigned.FileNumberCodeAppraiser, combined)) {
+      if (data::AdoFindRec(assigned.table, {assigned.FileNumberCodeAppraiser, combined})) {
         if (converted.count(text::UCaseTrim(combined)) != 0) {
           place.NoteRecord("payment to " + name + " appears again in applied.dbf; the payment converted first is kept");
         }
@@ -76,15 +76,15 @@ app::StepResult ConvertAppliedDBF(data::Context& context) {
       }
       converted.insert(text::UCaseTrim(combined));
       std::string order_key = text::RightJustify(key, 10);
-      if (!orders.Find(order_number, order_key)) {
+      if (!data::SelectProperty(orders, order_number, order_key)) {
         place.NoteRecord("has no order in Property; the payment is converted without it");
       }
-      row.SetRJ(assigned.FileNumber, text::UCaseTrim(order_key));
-      row.Set(assigned.Appraiser, name);
-      row.SetSingle(assigned.Amount, fee);
-      row.Set(assigned.Description, "Converted Form Payment");
-      row.Set(assigned.DescCode, "0");
-      row.Set(assigned.FileNumberCodeAppraiser, text::UCaseTrim(key) + "0" + text::UCaseTrim(name));
+      data::AdoSetFieldRJ(row, assigned.FileNumber, text::UCaseTrim(order_key));
+      data::AdoSetField(row, assigned.Appraiser, name);
+      data::AdoSetFieldSingle(row, assigned.Amount, fee);
+      data::AdoSetField(row, assigned.Description, "Converted Form Payment");
+      data::AdoSetField(row, assigned.DescCode, "0");
+      data::AdoSetField(row, assigned.FileNumberCodeAppraiser, text::UCaseTrim(key) + "0" + text::UCaseTrim(name));
       assigned.table.Add(row);
       return app::RecordResult::Added();
     });

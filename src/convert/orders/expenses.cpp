@@ -16,6 +16,7 @@
 #include "convert/orders/invoices.h"
 #include "convert/orders/order_fields.h"
 #include "convert/parties/appraisers.h"
+#include "data/controls.h"
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"
@@ -52,10 +53,10 @@ void SetClientExpenses(ClientExpenses& expenses, std::string_view invoice_number
   // Compared trimmed and upper-cased, as the value itself: quoting is for SQL text only.
   for (auto record : expenses.index.Records(invoice_number)) {
     cliexp.records().SetBookmark(record);
-    const ExpenseSlot* slot = SlotOf(expenses.slots, text::UCaseTrim(cliexp.Text(expenses.Exp_Type)));
+    const ExpenseSlot* slot = SlotOf(expenses.slots, text::UCaseTrim(data::DATgetfield(cliexp, expenses.Exp_Type)));
     if (!slot) continue;
     data::convertField(cliexp, expenses.Exp_Desc, row, slot->description);
-    if (data::Csingle(cliexp.Text(expenses.Exp_Amt)) > 0) {
+    if (data::Csingle(data::DATgetfield(cliexp, expenses.Exp_Amt)) > 0) {
       data::ConvertNumericField(cliexp, expenses.Exp_Amt, row, slot->amount);
     }
   }
@@ -76,8 +77,7 @@ app::StepResult ConvertClientExpDBF(data::Context& context) {
     loop.routine = "ConvertClientExpDBF";
     loop.source = &control;
     loop.show = [&](std::int64_t) {
-      context.form().lblCaption = "Apprexp.DBF File_Num";
-      context.form().lblAddress = cliexp.Text(expenses.Inv_Num);
+      context.ShowRecord("Apprexp.DBF File_Num", data::DATgetfield(cliexp, expenses.Inv_Num));
     };
     loop.select_file_number = [&](const std::string& number) {
       ShowListedFileNumber(context, number);
@@ -85,15 +85,15 @@ app::StepResult ConvertClientExpDBF(data::Context& context) {
     };
     if (context.FileNumbers().empty()) OpenInvoiceSource(context);
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
-      std::string key = text::RightJustify(cliexp.Text(expenses.Inv_Num), 8) + "-A";
+      std::string key = text::RightJustify(data::DATgetfield(cliexp, expenses.Inv_Num), 8) + "-A";
       if (data::HasIllegalFileChars(key)) key = data::FixIllegalFileChars(key);
       key = data::MakeFileNumber(key);
-      std::optional<jet::RowId> found = invoice.Find(file_number, key);
+      std::optional<jet::RowId> found = data::SelectInvoice(invoice, file_number, key);
       if (!found) return app::RecordResult::Skipped("no invoice in office.mdb");
       // Compared as read: "exp1" fills no slot here.
-      if (const ExpenseSlot* slot = SlotOf(expenses.slots, cliexp.Text(expenses.Exp_Type))) {
-        row.Set(slot->description, cliexp.Text(expenses.Exp_Desc));
-        row.SetSingle(slot->amount, data::Csingle(cliexp.Text(expenses.Exp_Amt)));
+      if (const ExpenseSlot* slot = SlotOf(expenses.slots, data::DATgetfield(cliexp, expenses.Exp_Type))) {
+        data::AdoSetField(row, slot->description, data::DATgetfield(cliexp, expenses.Exp_Desc));
+        data::AdoSetFieldSingle(row, slot->amount, data::Csingle(data::DATgetfield(cliexp, expenses.Exp_Amt)));
       }
       invoice.Update(*found, row);
       return app::RecordResult::Updated();
@@ -128,7 +128,7 @@ app::StepResult ConvertApprExpDBF(data::Context& context) {
     auto expense_appraiser = [&](const std::string& number, const std::string& key) {
       std::string name;
       if (appraisers.bound() && data::FindRecord(appraisers.control(), number, "App_Num")) {
-        name = text::UCaseTrim(appraisers.Text(last_name));
+        name = text::UCaseTrim(data::DATgetfield(appraisers, last_name));
       }
       if (!name.empty()) return name;
       name = number;
@@ -141,10 +141,9 @@ app::StepResult ConvertApprExpDBF(data::Context& context) {
     loop.routine = "ConvertApprExpDBF";
     loop.source = &control;
     loop.show = [&](std::int64_t) {
-      context.form().lblCaption = "Apprexp.DBF File_Num";
-      context.form().lblAddress = expenses.Text(file_num);
+      context.ShowRecord("Apprexp.DBF File_Num", data::DATgetfield(expenses, file_num));
     };
-    loop.key = [&] { return "File_num " + expenses.Text(file_num); };
+    loop.key = [&] { return "File_num " + data::DATgetfield(expenses, file_num); };
     // With listed file numbers, only the expenses of those orders, a pass each. The pass does
     // not move txtfilenum: the payment step converts the number the order steps left there.
     loop.select_file_number = [&](const std::string& number) {
@@ -152,24 +151,24 @@ app::StepResult ConvertApprExpDBF(data::Context& context) {
     };
 
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
-      std::string candidate = text::UCase(text::RightJustify(expenses.Text(file_num) + "-A", 10));
+      std::string candidate = text::UCase(text::RightJustify(data::DATgetfield(expenses, file_num) + "-A", 10));
       // An illegal number is corrected silently, as the order step corrected its order's.
       if (data::HasIllegalFileChars(candidate)) candidate = data::FixIllegalFileChars(candidate);
       std::string key = data::MakeFileNumber(candidate);
       data::RecordPlace place{context, "apprexp.dbf", "file number " + std::string(text::Trim(key))};
 
-      if (!orders.Find(order_number, key)) {
+      if (!data::SelectProperty(orders, order_number, key)) {
         place.NoteRecord("has no order in Property; the expense is not converted");
         context.ListNotConverted("Apprexp: " + std::string(text::Trim(key)));
         return app::RecordResult::Skipped("no order in office.mdb");
       }
-      std::string appraiser = expense_appraiser(expenses.Text(app_num), key);
-      std::string expense_number = expenses.Text(exp_num);
-      float amount = data::Csingle(expenses.Text(exp_amt));
+      std::string appraiser = expense_appraiser(data::DATgetfield(expenses, app_num), key);
+      std::string expense_number = data::DATgetfield(expenses, exp_num);
+      float amount = data::Csingle(data::DATgetfield(expenses, exp_amt));
       std::string code = text::TrimToWidth("E" + text::UCaseTrim(expense_number), assigned.DescCode.width);
       std::string combined = text::UCaseTrim(key) + text::UCaseTrim(code) + text::UCaseTrim(appraiser);
 
-      if (assigned.table.Find(assigned.FileNumberCodeAppraiser, combined)) {
+      if (data::AdoFindRec(assigned.table, {assigned.FileNumberCodeAppraiser, combined})) {
         if (converted.count(combined) != 0) {
           place.NoteRecord("expense " + expense_number + " of " + appraiser +
                            " appears again in apprexp.dbf; the expense converted first is kept");
@@ -177,12 +176,12 @@ app::StepResult ConvertApprExpDBF(data::Context& context) {
         return app::RecordResult::Skipped("expense already in Assigned");
       }
       converted.insert(combined);
-      row.SetRJ(assigned.FileNumber, text::UCaseTrim(key));
-      row.Set(assigned.Appraiser, appraiser);
-      row.SetSingle(assigned.Amount, amount);
-      row.Set(assigned.Description, expense_number);
-      row.Set(assigned.DescCode, code);
-      row.Set(assigned.FileNumberCodeAppraiser, combined);
+      data::AdoSetFieldRJ(row, assigned.FileNumber, text::UCaseTrim(key));
+      data::AdoSetField(row, assigned.Appraiser, appraiser);
+      data::AdoSetFieldSingle(row, assigned.Amount, amount);
+      data::AdoSetField(row, assigned.Description, expense_number);
+      data::AdoSetField(row, assigned.DescCode, code);
+      data::AdoSetField(row, assigned.FileNumberCodeAppraiser, combined);
       assigned.table.Add(row);
       return app::RecordResult::Added();
     });

@@ -8,7 +8,7 @@
 
 #include "app/ledger.h"
 #include "data/context.h"
-#include "data/order_helpers.h"
+#include "data/source_key_index.h"
 #include "data/source_table.h"
 #include "data/target_table.h"
 

@@ -6,8 +6,10 @@
 
 #include "app/paths.h"
 #include "common/text.h"
+#include "data/controls.h"
 #include "data/fields.h"
 #include "data/file_numbers.h"
+#include "data/lookups.h"
 #include "data/record_loop.h"
 
 namespace qorvane::convert {
@@ -51,12 +53,14 @@ InvoiceStep::InvoiceStep(data::Context& context)
 }
 
 void SetInvoiceDetail(InvoiceStep& step, data::TargetRow& row) {
-  row.SetMemo(step.Detail, step.source.Text(step.Inv_Detl1) + "\r\n" + step.source.Text(step.Inv_Detl2));
+  data::AdoSetFieldMemo(
+      row, step.Detail,
+      data::DATgetfield(step.source, step.Inv_Detl1) + "\r\n" + data::DATgetfield(step.source, step.Inv_Detl2));
 }
 
 void SetInvoiceFields(InvoiceStep& step, const data::RecordPlace& place, const std::string& key, data::TargetRow& row) {
   const data::SourceTable& source = step.source;
-  row.SetRJ(step.FileNumber, text::UCaseTrim(key));
+  data::AdoSetFieldRJ(row, step.FileNumber, text::UCaseTrim(key));
   data::VerifyAndSet(source, step.Inv_Date, row, step.InvoiceDate, &place);
   SetInvoiceDetail(step, row);
   data::convertField(source, step.Inv_Chk1, row, step.Check1, &place);
@@ -69,8 +73,10 @@ void SetInvoiceFields(InvoiceStep& step, const data::RecordPlace& place, const s
   data::ConvertNumericField(source, step.Inv_Amt2, row, step.Check2Amount, &place);
   data::ConvertNumericField(source, step.Inv_Amt3, row, step.Check3Amount, &place);
   data::ConvertNumericField(source, step.Inv_Fee, row, step.ReportFee, &place);
-  row.SetSingle(step.InvoiceAmount, data::Csingle(source.Text(step.Inv_Exp)) + data::Csingle(source.Text(step.Inv_Fee)));
-  std::string number = text::UCase(text::RightJustify(source.Text(step.Inv_Num), step.Inv_Num.length));
+  data::AdoSetFieldSingle(
+      row, step.InvoiceAmount,
+      data::Csingle(data::DATgetfield(source, step.Inv_Exp)) + data::Csingle(data::DATgetfield(source, step.Inv_Fee)));
+  std::string number = text::UCase(text::RightJustify(data::DATgetfield(source, step.Inv_Num), step.Inv_Num.length));
   SetClientExpenses(step.expenses, number, row);
 }
 
@@ -113,29 +119,28 @@ app::StepResult ConvertInvoiceDBF(data::Context& context) {
     loop.source = &control;
     loop.counter_in_label = false;
     loop.show = [&](std::int64_t at) { counter.Set(at); };
-    loop.key = [&] { return "inv_num " + step.source.Text(step.Inv_Num); };
+    loop.key = [&] { return "inv_num " + data::DATgetfield(step.source, step.Inv_Num); };
     loop.select_file_number = select_file_number;
 
     return counter.Finish(data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
       std::optional<std::string> number =
-          CheckIllegalNumber(context, invoices, kInvoiceNumberTexts, step.source.Text(step.Inv_Num));
+          CheckIllegalNumber(context, invoices, kInvoiceNumberTexts, data::DATgetfield(step.source, step.Inv_Num));
       if (!number) return app::RecordResult::Skipped("illegal invoice number: its correction is already in office.mdb");
       std::string key = data::MakeFileNumber(*number + "-A");
       if (text::Trim(key) == "-A") return app::RecordResult::Skipped("no invoice number");
 
       // ShowInvoiceProgress
-      context.form().lblCaption = "Invoice.DBF Inv_Num:";
-      context.form().lblAddress = step.source.Text(step.Inv_Num);
+      context.ShowRecord("Invoice.DBF Inv_Num:", data::DATgetfield(step.source, step.Inv_Num));
       counter.Show(context);
       data::RecordPlace place{context, "invoice.dbf", "invoice # " + std::string(text::Trim(*number))};
-      if (step.invoice.Find(step.FileNumber, key)) {
+      if (data::SelectInvoice(step.invoice, step.FileNumber, key)) {
         if (converted.count(key) != 0) {
           place.NoteRecord("appears again in invoice.dbf; the invoice converted first is kept");
         }
         return app::RecordResult::Skipped("invoice already in office.mdb (left as it is)");
       }
       converted.insert(key);
-      if (!orders.Find(order_number, key)) {
+      if (!data::SelectProperty(orders, order_number, key)) {
         place.NoteRecord("has no order " + std::string(text::Trim(key)) + " in Property; the invoice is converted without it");
       }
       SetInvoiceFields(step, place, key, row);

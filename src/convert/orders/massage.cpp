@@ -37,7 +37,7 @@ class MassageRows {
     loop.rows = &rows_;
     loop.row_table = &table_.table();
     loop.row_position = &position_;
-    loop.key = [this] { return "FileNumber " + table_.Text(current(), file_number_); };
+    loop.key = [this] { return "FileNumber " + data::adogetfield(table_, current(), file_number_); };
     loop.select_file_number = [this](const std::string& number) {
       ShowListedFileNumber(context_, number);
       // The rows the listed number stands for: its "-A" key, and that of its corrected form.
@@ -107,13 +107,13 @@ InvoiceAmounts::InvoiceAmounts(data::Context& context)
   data::ReportMissingColumns(context, table);
 }
 
-float FeeTotal(InvoiceAmounts& invoice, jet::RowId row) {
+float ReportFee(InvoiceAmounts& invoice, jet::RowId row) {
   // The sum as the fee total's text gives it back: each amount by its leading number, added as
   // doubles, then read as a single-precision number.
   double total = 0;
   for (const data::TargetColumn* column :
        {&invoice.ReportFee, &invoice.Desc1Amount, &invoice.Desc2Amount, &invoice.Desc3Amount}) {
-    std::string text = invoice.table.Text(row, *column);
+    std::string text = data::adogetfield(invoice.table, row, *column);
     double value = 0;
     std::from_chars(text.data(), text.data() + text.size(), value);
     total += value;
@@ -125,16 +125,18 @@ float FeeTotal(InvoiceAmounts& invoice, jet::RowId row) {
 }
 
 float CalcTotalAmount(InvoiceAmounts& invoice, jet::RowId row) {
-  return FeeTotal(invoice, row) + invoice.table.Single(row, invoice.Totalfinancecharge);
+  return ReportFee(invoice, row) + data::adogetfieldSingle(invoice.table, row, invoice.Totalfinancecharge);
 }
 
 float CalcPayments(InvoiceAmounts& invoice, jet::RowId row) {
-  return invoice.table.Single(row, invoice.check1amount) + invoice.table.Single(row, invoice.check2amount) +
-         invoice.table.Single(row, invoice.check3amount);
+  return data::adogetfieldSingle(invoice.table, row, invoice.check1amount) +
+         data::adogetfieldSingle(invoice.table, row, invoice.check2amount) +
+         data::adogetfieldSingle(invoice.table, row, invoice.check3amount);
 }
 
 float CalcBalanceDue(InvoiceAmounts& invoice, jet::RowId row) {
-  return CalcTotalAmount(invoice, row) - CalcPayments(invoice, row) + invoice.table.Single(row, invoice.JournalAmount);
+  return CalcTotalAmount(invoice, row) - CalcPayments(invoice, row) +
+         data::adogetfieldSingle(invoice.table, row, invoice.JournalAmount);
 }
 
 app::StepResult MassageInvoice(data::Context& context) {
@@ -144,34 +146,34 @@ app::StepResult MassageInvoice(data::Context& context) {
     data::RecordLoop loop = rows.Loop("MassageInvoice");
     data::TargetRow changes = invoice.table.NewRow();
     loop.show = [&](std::int64_t) {
-      context.form().lblCaption = "Massaging Data... INVOICE";
-      context.form().lblAddress = invoice.table.Text(rows.current(), invoice.FileNumber);
+      context.ShowRecord("Massaging Data... INVOICE",
+                         data::adogetfield(invoice.table, rows.current(), invoice.FileNumber));
     };
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
-      std::string key = data::MakeFileNumber(invoice.table.Text(rows.current(), invoice.FileNumber));
+      std::string key = data::MakeFileNumber(data::adogetfield(invoice.table, rows.current(), invoice.FileNumber));
       if (text::Trim(key).empty()) return app::RecordResult::Skipped("no file number");
-      // SelectInvoice: the first invoice of the key.
-      std::optional<jet::RowId> found = invoice.table.Find(invoice.FileNumber, key);
+      std::optional<jet::RowId> found = data::SelectInvoice(invoice.table, invoice.FileNumber, key);
       if (!found) return app::RecordResult::Skipped("the invoice is gone");
       jet::RowId row = *found;
       // FILENUMBER is written again right-justified from its own value: only when that changes it.
       std::string stored = invoice.table.Value(row, invoice.FileNumber).bytes;
       std::string justified = text::RightJustify(text::Trim(stored), invoice.FileNumber.width);
-      if (justified != stored) changes.SetRJ(invoice.FileNumber, stored);
-      float amount = invoice.table.Single(row, invoice.InvoiceAmount);
-      float fees = FeeTotal(invoice, row);
+      if (justified != stored) data::AdoSetFieldRJ(changes, invoice.FileNumber, stored);
+      float amount = data::adogetfieldSingle(invoice.table, row, invoice.InvoiceAmount);
+      float fees = ReportFee(invoice, row);
       if (amount != fees) {
-        changes.SetSingle(invoice.InvoiceAmount, fees);
+        data::AdoSetFieldSingle(changes, invoice.InvoiceAmount, fees);
         context.Log("***             Filenumber: " + key + " - Invoice Amount of " + SingleText(amount) +
                     " did not match Fee Total " + SingleText(fees));
       }
-      float balance = fees + invoice.table.Single(row, invoice.Totalfinancecharge) - CalcPayments(invoice, row) +
-                      invoice.table.Single(row, invoice.JournalAmount);
-      if (invoice.table.Single(row, invoice.BalanceDue) != balance ||
+      float balance = fees + data::adogetfieldSingle(invoice.table, row, invoice.Totalfinancecharge) -
+                      CalcPayments(invoice, row) + data::adogetfieldSingle(invoice.table, row, invoice.JournalAmount);
+      if (data::adogetfieldSingle(invoice.table, row, invoice.BalanceDue) != balance ||
           invoice.table.Value(row, invoice.BalanceDue).is_null()) {
-        changes.SetSingle(invoice.BalanceDue, balance);
+        data::AdoSetFieldSingle(changes, invoice.BalanceDue, balance);
       }
-      if (invoice.table.Flag(row, invoice.PaidInFull) != (balance == 0)) changes.SetFlag(invoice.PaidInFull, balance == 0);
+      if (data::adogetfieldtf(invoice.table, row, invoice.PaidInFull) != (balance == 0))
+        data::AdoSetFieldTF(changes, invoice.PaidInFull, balance == 0);
       invoice.table.Update(row, changes);
       return app::RecordResult::Updated();
     });
@@ -187,16 +189,16 @@ app::StepResult MassageAssigned(data::Context& context) {
     data::TargetRow changes = assigned.table.NewRow();
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
       // The rows of the file number not yet marked paid, and with an appraiser: SetAssignedPaidFlag.
-      std::string key = text::RightJustify(assigned.table.Text(rows.current(), assigned.FileNumber),
-                                           assigned.FileNumber.width);
-      std::vector<jet::RowId> same = assigned.table.FindAll(assigned.FileNumber, key);
+      std::string key = data::AdoGetFieldRJ(assigned.table, rows.current(), assigned.FileNumber);
+      std::vector<jet::RowId> same = data::SelectAssigned(assigned.table, assigned.FileNumber, key);
       for (jet::RowId row : same) {
-        if (assigned.table.Flag(row, assigned.PaidInFull)) continue;
-        if (assigned.table.Text(row, assigned.Appraiser).empty()) continue;
-        bool paid = assigned.table.Single(row, assigned.Amount) == assigned.table.Single(row, assigned.AmountPaid);
+        if (data::adogetfieldtf(assigned.table, row, assigned.PaidInFull)) continue;
+        if (data::adogetfield(assigned.table, row, assigned.Appraiser).empty()) continue;
+        bool paid = data::adogetfieldSingle(assigned.table, row, assigned.Amount) ==
+                    data::adogetfieldSingle(assigned.table, row, assigned.AmountPaid);
         // An unpaid flag that stays unpaid is written as it was: nothing to save.
         if (paid) {
-          changes.SetFlag(assigned.PaidInFull, true);
+          data::AdoSetFieldTF(changes, assigned.PaidInFull, true);
           assigned.table.Update(row, changes);
         }
       }
@@ -223,13 +225,13 @@ void CheckDates(data::TargetTable& property, const OrderDates& dates, jet::RowId
   std::string reference = data::TargetValueText(values[0]);
   bool assigned = Unusable(values[0]), received = Unusable(values[1]), inspected = Unusable(values[2]),
        due = Unusable(values[3]), reviewed = Unusable(values[4]), closed = Unusable(values[5]);
-  if (assigned) changes.SetDate(dates.DateAssigned, reference);
-  if (received) changes.SetDate(dates.DateReceived, reference);
+  if (assigned) data::AdoSetFieldDate(changes, dates.DateAssigned, reference);
+  if (received) data::AdoSetFieldDate(changes, dates.DateReceived, reference);
   // The inspection date is tested, the received date written: the office's rule.
-  if (inspected) changes.SetDate(dates.DateReceived, reference);
-  if (due) changes.SetDate(dates.DateDue, reference);
-  if (reviewed) changes.SetDate(dates.DateReviewed, data::kMissingDate);
-  if (closed) changes.SetDate(dates.DateClosed, data::kMissingDate);
+  if (inspected) data::AdoSetFieldDate(changes, dates.DateReceived, reference);
+  if (due) data::AdoSetFieldDate(changes, dates.DateDue, reference);
+  if (reviewed) data::AdoSetFieldDate(changes, dates.DateReviewed, data::kMissingDate);
+  if (closed) data::AdoSetFieldDate(changes, dates.DateClosed, data::kMissingDate);
 }
 
 app::StepResult MassageProperty(data::Context& context) {
@@ -250,35 +252,34 @@ app::StepResult MassageProperty(data::Context& context) {
     data::RecordLoop loop = rows.Loop("MassageProperty");
     data::TargetRow changes = property.NewRow();
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
-      std::string key = data::MakeFileNumber(property.Text(rows.current(), file_number));
+      std::string key = data::MakeFileNumber(data::adogetfield(property, rows.current(), file_number));
       if (text::Trim(key).empty()) return app::RecordResult::Skipped("no file number");
-      // SelectProperty: the first order of the key.
-      std::optional<jet::RowId> found = property.Find(file_number, key);
+      std::optional<jet::RowId> found = data::SelectProperty(property, file_number, key);
       if (!found) return app::RecordResult::Skipped("the order is gone");
       jet::RowId row = *found;
       context.Guard("CheckDates", [&] { CheckDates(property, dates, row, changes); });
       context.Guard("CheckInformalTypes", [&] {
-        std::string type = property.Text(row, form_type);
+        std::string type = data::adogetfield(property, row, form_type);
         if (type.empty()) {
           type = "NONE";
-          changes.Set(form_type, type);
+          data::AdoSetField(changes, form_type, type);
         }
-        if (!property.Text(row, form).empty()) return;
-        std::optional<jet::RowId> type_row = form_types.table.Find(form_types.FormType, type);
-        std::string printed = type_row ? form_types.table.Text(*type_row, form_types.FORM) : "";
-        changes.Set(form, printed.empty() ? "NONE" : printed);
+        if (!data::adogetfield(property, row, form).empty()) return;
+        std::optional<jet::RowId> type_row =
+            data::AdoFindRec(form_types.table, data::FilterFormtype(form_types.FormType, type));
+        std::string printed = type_row ? data::adogetfield(form_types.table, *type_row, form_types.FORM) : "";
+        data::AdoSetField(changes, form, printed.empty() ? "NONE" : printed);
       });
       context.Guard("FillIndividualClient", [&] { FillIndividualClient(property, row, client, bill_to, changes); });
       property.Update(row, changes);
       // Every appraiser the order's Assigned rows name is in Appraiser (added when missing).
       context.Guard("CheckOrderAppraisers", [&] {
-        for (jet::RowId assignment : assigned.table.FindAll(assigned.FileNumber, key)) {
-          AddAppraiserIfMissing(context, appraisers, assigned.table.Text(assignment, assigned.Appraiser),
+        for (jet::RowId assignment : data::SelectAssigned(assigned.table, assigned.FileNumber, key)) {
+          AddAppraiserIfMissing(context, appraisers, data::adogetfield(assigned.table, assignment, assigned.Appraiser),
                                 "Automatically Added: " + key);
         }
       });
-      context.form().lblCaption = "Massaging Data... Property";
-      context.form().lblAddress = property.Text(row, address);
+      context.ShowRecord("Massaging Data... Property", data::adogetfield(property, row, address));
       return app::RecordResult::Updated();
     });
   });

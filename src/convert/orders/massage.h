@@ -23,7 +23,7 @@ struct InvoiceAmounts {
 app::StepResult MassageInvoice(data::Context& context);
 // Of the invoice ROW: ReportFee + the three expense amounts, as the fee total's text reads;
 // fee total + Totalfinancecharge; the three check amounts; total - payments + JournalAmount.
-float FeeTotal(InvoiceAmounts& invoice, jet::RowId row);
+float ReportFee(InvoiceAmounts& invoice, jet::RowId row);
 float CalcTotalAmount(InvoiceAmounts& invoice, jet::RowId row);
 float CalcPayments(InvoiceAmounts& invoice, jet::RowId row);
 float CalcBalanceDue(InvoiceAmounts& invoice, jet::RowId row);

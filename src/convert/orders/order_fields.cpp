@@ -8,6 +8,7 @@
 #include <unordered_set>
 
 #include "common/text.h"
+#include "data/controls.h"
 #include "data/fields.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"
@@ -53,7 +54,7 @@ void FirstListedFileNumber(data::Context& context) {
   if (!context.FileNumbers().empty()) ShowListedFileNumber(context, context.FileNumbers().front());
 }
 
-void ShowListedFileNumber(data::Context& context, const std::string& number) { context.form().txtfilenum = number; }
+void ShowListedFileNumber(data::Context& context, const std::string& number) { context.ShowFileNumber(number); }
 
 std::vector<std::string> ListedNumberForms(std::string_view number) {
   std::vector<std::string> forms{text::UCaseTrim(number)};
@@ -96,7 +97,8 @@ std::vector<std::string> ListedNumbersNotInSource(data::Context& context) {
     context.Guard("ListedNumbersNotInSource", [&] {
       const data::SourceField field = source.Field(field_name);
       foxpro::RecordSet& records = source.records();
-      for (records.MoveFirst(); !records.EndOfFile(); records.MoveNext()) held.insert(text::UCaseTrim(source.Text(field)));
+      for (records.MoveFirst(); !records.EndOfFile(); records.MoveNext())
+        held.insert(text::UCaseTrim(data::DATgetfield(source, field)));
     });
   };
   collect(app::SourceControl::datproperty, "File_num");
@@ -135,13 +137,13 @@ void OpenOrderSource(data::Context& context, const OrderSource& order) {
     data::TargetTable& target = context.Table(order.target_table);
     const data::TargetColumn file_number = target.Column("FileNumber");
     for (const std::string& key : keys) {
-      for (jet::RowId row : target.FindAll(file_number, key)) target.Delete(row);
+      data::DeleteAllRows(target, target.FindAll(file_number, key));
     }
   });
 }
 
 void ShownCounter::Show(data::Context& context) {
-  context.form().lblRecord = std::to_string(current_);
+  context.ShowCounter(current_);
   shown_ = current_;
 }
 

@@ -11,6 +11,7 @@
 
 #include "app/ledger.h"
 #include "data/context.h"
+#include "data/lookups.h"
 #include "data/target_table.h"
 #include "data/transfer.h"
 
@@ -36,7 +37,7 @@ struct InvoiceNumbers {
   explicit InvoiceNumbers(data::Context& context);
   data::TargetTable& table;
   data::TargetColumn FileNumber;
-  bool Has(std::string_view key) { return table.Find(FileNumber, key).has_value(); }
+  bool Has(std::string_view key) { return data::AdoFindfield(table, FileNumber, key); }
 };
 
 // The columns of Assigned the expense and payment steps write and look up, resolved once.

@@ -10,7 +10,10 @@
 #include "common/text.h"
 #include "convert/parties/clients.h"
 #include "convert/parties/form_types.h"
+#include "data/controls.h"
+#include "data/fields.h"
 #include "data/file_numbers.h"
+#include "data/lookups.h"
 #include "data/record_loop.h"
 #include "data/source_table.h"
 #include "data/target_table.h"
@@ -104,23 +107,23 @@ struct PropertyStep {
 // The order's key as row 1 writes it: File_Num right-justified to its own width, "-A",
 // corrected, trimmed; empty leaves FileNumber unwritten.
 void SetFileNumber(PropertyStep& step, data::TargetRow& row) {
-  std::string number = text::RightJustify(step.source.Text(step.File_num), step.File_num.length);
+  std::string number = text::RightJustify(data::DATgetfield(step.source, step.File_num), step.File_num.length);
   number = std::string(text::Trim(data::FixIllegalFileChars(number + "-A")));
   if (number.empty()) return;
-  row.SetRJ(step.FileNumber, data::MakeFileNumber(text::UCaseTrim(number)));
+  data::AdoSetFieldRJ(row, step.FileNumber, data::MakeFileNumber(text::UCaseTrim(number)));
 }
 
 void SetFormType(data::Context& context, PropertyStep& step, data::TargetRow& row) {
-  std::string ass_type = step.source.Text(step.Ass_Type);
+  std::string ass_type = data::DATgetfield(step.source, step.Ass_Type);
   std::string code = MapFormCode(ass_type);
   if (code.empty()) {
     AddCustomFormType(context, step.form_types, ass_type, row, step.FormType, step.form);
     return;
   }
-  row.Set(step.FormType, code);
+  data::AdoSetField(row, step.FormType, code);
   FormTypeTable& types = step.form_types;
-  std::optional<jet::RowId> found = types.table.Find(types.FormType, code);
-  row.Set(step.form, found ? types.table.Text(*found, types.FORM) : std::string("NONE"));
+  std::optional<jet::RowId> found = data::AdoFindRec(types.table, data::FilterFormtype(types.FormType, code));
+  data::AdoSetField(row, step.form, found ? data::adogetfield(types.table, *found, types.FORM) : std::string("NONE"));
 }
 
 // Fills ROW (a new order, or the changes to one) from the current record, every mapped column
@@ -131,23 +134,24 @@ void SetPropertyFields(data::Context& context, PropertyStep& step, const data::R
   SetFileNumber(step, row);
   for (const Copy& copy : step.texts) data::convertField(source, copy.field, row, copy.column, &place);
   for (const Copy& copy : step.numbers) data::ConvertNumericField(source, copy.field, row, copy.column, &place);
-  row.SetFlag(step.InvoicePrinted, true);
+  data::AdoSetFieldTF(row, step.InvoicePrinted, true);
   SetFormType(context, step, row);
   data::convertField(source, step.Pr_Cont1, row, step.Contact, &place);
   // The blank goes in even when the extension is empty; the width rule trims it off.
-  row.Set(step.ClientPhone, source.Text(step.Pr_C1_Phon) + " " + source.Text(step.Pr_C1_Ext));
+  data::AdoSetField(row, step.ClientPhone,
+                    data::DATgetfield(source, step.Pr_C1_Phon) + " " + data::DATgetfield(source, step.Pr_C1_Ext));
   // SetLegalDescription
   std::string legal;
   for (std::size_t i = 0; i < step.legal.size(); ++i) {
-    legal = AppendLegalItem(legal, kLegalItems[i].label, source.Text(step.legal[i]));
+    legal = AppendLegalItem(legal, kLegalItems[i].label, data::DATgetfield(source, step.legal[i]));
   }
-  row.Set(step.Legal, legal);
+  data::AdoSetField(row, step.Legal, legal);
   // SetDates
   for (const Copy& copy : step.dates) data::VerifyAndSet(source, copy.field, row, copy.column, &place);
   // SetMemos: only a value that is there is written; an empty one leaves the memo as it was.
   for (const Copy& copy : step.memos) {
-    std::string memo = source.Text(copy.field);
-    if (!memo.empty()) row.SetMemo(copy.column, memo);
+    std::string memo = data::DATgetfield(source, copy.field);
+    if (!memo.empty()) data::AdoSetFieldMemo(row, copy.column, memo);
   }
 }
 
@@ -204,11 +208,11 @@ app::StepResult ConvertPropertyDBF(data::Context& context) {
     loop.source = &control;
     loop.counter_in_label = false;
     loop.show = [&](std::int64_t at) { counter.Set(at); };
-    loop.key = [&] { return "File_num " + step.source.Text(step.File_num); };
+    loop.key = [&] { return "File_num " + data::DATgetfield(step.source, step.File_num); };
     loop.select_file_number = select_file_number;
 
     return counter.Finish(data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
-      std::string candidate = text::UCase(text::RightJustify(step.source.Text(step.File_num) + "-A", 10));
+      std::string candidate = text::UCase(text::RightJustify(data::DATgetfield(step.source, step.File_num) + "-A", 10));
       std::optional<std::string> checked = CheckIllegalNumber(context, invoices, kPropertyNumberTexts, candidate);
       if (!checked) return app::RecordResult::Skipped("illegal file number whose correction is already in office.mdb");
       candidate = *checked;
@@ -216,18 +220,17 @@ app::StepResult ConvertPropertyDBF(data::Context& context) {
 
       std::string key = data::MakeFileNumber(candidate);
       // ShowPropertyProgress
-      context.form().lblCaption = "Property.DBF Address";
-      context.form().lblAddress = step.source.Text(step.Pr_Street);
+      context.ShowRecord("Property.DBF Address", data::DATgetfield(step.source, step.Pr_Street));
       counter.Show(context);
       data::RecordPlace place{context, "property.dbf", "file number " + std::string(text::Trim(key))};
       if (!converted.insert(key).second) {
         place.NoteRecord("appears again in property.dbf; this record's values overwrite the order converted before");
       }
-      std::optional<jet::RowId> found = step.property.Find(step.FileNumber, key);
+      std::optional<jet::RowId> found = data::SelectProperty(step.property, step.FileNumber, key);
       if (!found) {
         SetPropertyFields(context, step, place, row);
         CheckClient(context, step.order_client, row);
-        row.SetFlag(step.InvoicePrinted, true);
+        data::AdoSetFieldTF(row, step.InvoicePrinted, true);
         step.property.Add(row);
         return app::RecordResult::Added();
       }

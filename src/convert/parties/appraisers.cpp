@@ -5,9 +5,11 @@
 
 #include "common/text.h"
 #include "convert/parties/clients.h"
-#include "data/party_helpers.h"
+#include "data/fields.h"
+#include "data/lookups.h"
 #include "data/record_loop.h"
 #include "data/transfer.h"
+#include "foxpro/record_set.h"
 
 namespace qorvane::convert {
 namespace {
@@ -48,21 +50,22 @@ app::StepResult ConvertAppraisrDBF(data::Context& context) {
     data::RecordLoop loop = SourceLoop(
         "ConvertAppraisrDBF", appraisers.control(),
         [&](std::int64_t) {
-          context.form().lblCaption = "Appraisr.DBF Appraiser";
-          context.form().lblAddress = label_field.present() ? appraisers.Text(label_field) : std::string();
+          context.ShowRecord("Appraisr.DBF Appraiser",
+                             label_field.present() ? data::DATgetfield(appraisers, label_field) : std::string());
         },
-        [&] { return "App_num " + appraisers.Text(number_field); });
+        [&] { return "App_num " + data::DATgetfield(appraisers, number_field); });
     return data::RunSourceTableLoop(context, "appraisr.dbf", loop, [&]() -> RecordResult {
-      std::string number = appraisers.Text(number_field);
-      std::string name = text::UCaseTrim(appraisers.Text(name_field));
+      std::string number = data::DATgetfield(appraisers, number_field);
+      std::string name = text::UCaseTrim(data::DATgetfield(appraisers, name_field));
       if (number.empty()) return RecordResult::Skipped("no appraiser number");
       if (name.empty()) return RecordResult::Skipped("no appraiser name");
       std::string stored = data::KeyAsStored(context, appraisers, appraiser.Appraiser, name);
-      if (appraiser.table.Find(appraiser.Appraiser, stored)) return RecordResult::Skipped("appraiser already in Appraiser");
+      if (data::AdoFindRec(appraiser.table, data::FilterAppraiser(appraiser.Appraiser, stored)))
+        return RecordResult::Skipped("appraiser already in Appraiser");
       // SetAppraiserFields: the name upper-cased, ApprInfo, Active.
-      row.Set(appraiser.Appraiser, text::UCase(appraisers.Text(name_field)));
-      row.SetMemo(appraiser.ApprInfo, AppraiserInfo(appraisers));
-      row.SetFlag(appraiser.Active, true);
+      data::AdoSetField(row, appraiser.Appraiser, text::UCase(data::DATgetfield(appraisers, name_field)));
+      data::AdoSetFieldMemo(row, appraiser.ApprInfo, AppraiserInfo(appraisers));
+      data::AdoSetFieldTF(row, appraiser.Active, true);
       appraiser.table.Add(row);
       return RecordResult::Added();
     });
@@ -71,9 +74,11 @@ app::StepResult ConvertAppraisrDBF(data::Context& context) {
 
 std::string AppraiserInfo(const data::SourceTable& appraisers) {
   std::string info;
-  for (const char* field : {"app_street", "app_addr2", "app_addr3"}) info += AddressLine(appraisers.Text(appraisers.Field(field)));
-  info += AddressLine(appraisers.Text(appraisers.Field("app_phone")) + " " + appraisers.Text(appraisers.Field("app_ext")));
-  info += AddressLine(appraisers.Text(appraisers.Field("app_beep")));
+  for (const char* field : {"app_street", "app_addr2", "app_addr3"})
+    info += AddressLine(data::DATgetfield(appraisers, appraisers.Field(field)));
+  info += AddressLine(data::DATgetfield(appraisers, appraisers.Field("app_phone")) + " " +
+                      data::DATgetfield(appraisers, appraisers.Field("app_ext")));
+  info += AddressLine(data::DATgetfield(appraisers, appraisers.Field("app_beep")));
   return info;
 }
 
@@ -81,11 +86,13 @@ void AddAppraiserIfMissing(data::Context& context, AppraiserTable& appraisers, s
                            std::string_view info) {
   context.Guard("AddAppraiserIfMissing", [&] {
     if (text::Trim(name).empty()) return;
-    if (appraisers.table.Find(appraisers.Appraiser, text::TrimToWidth(name, appraisers.Appraiser.width))) return;
+    if (data::AdoFindRec(appraisers.table, data::FilterAppraiser(appraisers.Appraiser,
+                                                                 text::TrimToWidth(name, appraisers.Appraiser.width))))
+      return;
     data::TargetRow row = appraisers.table.NewRow();
-    row.Set(appraisers.Appraiser, name);
-    row.SetMemo(appraisers.ApprInfo, info);
-    row.SetFlag(appraisers.Active, true);
+    data::AdoSetField(row, appraisers.Appraiser, name);
+    data::AdoSetFieldMemo(row, appraisers.ApprInfo, info);
+    data::AdoSetFieldTF(row, appraisers.Active, true);
     appraisers.table.Add(row);
   });
 }
@@ -111,24 +118,22 @@ app::StepResult ConvertUsers(data::Context& context) {
     data::TargetRow row = users.NewRow();
     data::RecordLoop loop = SourceLoop(
         "ConvertUsers", rooms.control(),
-        [&](std::int64_t) {
-          context.form().lblCaption = "ROOMS.DBF User";
-          context.form().lblAddress = rooms.Text(initials_field);
-        },
-        [&] { return "initials " + rooms.Text(initials_field); });
+        [&](std::int64_t) { context.ShowRecord("ROOMS.DBF User", data::DATgetfield(rooms, initials_field)); },
+        [&] { return "initials " + data::DATgetfield(rooms, initials_field); });
     return data::RunSourceTableLoop(context, "rooms.dbf", loop, [&]() -> RecordResult {
-      std::string initials = text::UCase(rooms.Text(initials_field));
-      std::string password = text::UCaseTrim(rooms.Text(password_field));
-      std::string code = text::UCase(rooms.Text(super_field));
+      std::string initials = text::UCase(data::DATgetfield(rooms, initials_field));
+      std::string password = text::UCaseTrim(data::DATgetfield(rooms, password_field));
+      std::string code = text::UCase(data::DATgetfield(rooms, super_field));
       if (initials.empty()) return RecordResult::Skipped("no initials");
       if (password.empty()) return RecordResult::Skipped("no password");
       if (code.empty()) return RecordResult::Skipped("no rights code");
       std::string stored = data::KeyAsStored(context, rooms, user, initials);
-      if (users.Find(user, stored)) return RecordResult::Skipped("user already in users");
-      row.Set(user, initials);
+      if (data::AdoFindRec(users, data::FilterUser(user, stored)))
+        return RecordResult::Skipped("user already in users");
+      data::AdoSetField(row, user, initials);
       // A code outside the table leaves rights unset: the column's default applies.
-      if (std::string granted = UserRights(code); !granted.empty()) row.Set(rights, granted);
-      row.Set(password_column, password);
+      if (std::string granted = UserRights(code); !granted.empty()) data::AdoSetField(row, rights, granted);
+      data::AdoSetField(row, password_column, password);
       users.Add(row);
       return RecordResult::Added();
     });
@@ -159,7 +164,7 @@ app::StepResult ConvertCompanyName(data::Context& context) {
     // record counter.
     data::RecordLoop loop = SourceLoop(
         "ConvertCompanyName", user.control(), [&](std::int64_t counter) { current = counter; },
-        [&] { return "Name " + user.Text(copies[0].field); });
+        [&] { return "Name " + data::DATgetfield(user, copies[0].field); });
     loop.counter_in_label = false;
     data::TargetRow row = company.NewRow();
     return data::RunSourceTableLoop(context, "user.dbf", loop, [&]() -> RecordResult {

@@ -6,10 +6,11 @@
 
 #include "common/error.h"
 #include "common/text.h"
+#include "data/fields.h"
 #include "data/lookups.h"
-#include "data/party_helpers.h"
 #include "data/record_loop.h"
 #include "data/transfer.h"
+#include "foxpro/record_set.h"
 
 namespace qorvane::convert {
 namespace {
@@ -30,7 +31,7 @@ std::string FourLineAddress(const data::SourceTable& record, const ClientFields&
   std::string address(printed_name);
   address += "\r\n";
   for (const data::SourceField* field : {&fields.Cli_Street, &fields.Cli_Addr2, &fields.Cli_Addr3}) {
-    address += record.Text(*field) + "\r\n";
+    address += data::DATgetfield(record, *field) + "\r\n";
   }
   return address;
 }
@@ -38,7 +39,7 @@ std::string FourLineAddress(const data::SourceTable& record, const ClientFields&
 // The name of the client billed, from the bill-to record BILL_TO stands on: a private person
 // is billed as "INDIVIDUAL".
 std::string BillToName(const data::SourceTable& bill_to, const ClientFields& fields) {
-  std::string name = text::UCaseTrim(bill_to.Text(fields.Cli_LName));
+  std::string name = text::UCaseTrim(data::DATgetfield(bill_to, fields.Cli_LName));
   return IsTildeMarked(name) ? kIndividual : name;
 }
 
@@ -47,7 +48,7 @@ std::string BillToName(const data::SourceTable& bill_to, const ClientFields& fie
 template <typename Write>
 void EnsureUnknownClient(ClientTable& clients, Write write) {
   for (jet::RowId row : clients.table.FindAll(clients.Client, kUnknownClient)) {
-    if (clients.table.Flag(row, clients.Active)) return;
+    if (data::adogetfieldtf(clients.table, row, clients.Active)) return;
   }
   data::TargetRow row = clients.table.NewRow();
   write(row);
@@ -69,13 +70,13 @@ app::StepResult RunClientPass(data::Context& context, ClientPass pass) {
 
     // Adds the contact row of the current record under NAME unless that name has one.
     auto ensure_contact = [&](const std::string& name) {
-      if (contact.table.Find(contact.Client, name)) return false;
+      if (data::AdoFindRec(contact.table, data::FilterClient(contact.Client, name))) return false;
       SetClientContactFields(clients, fields, contact, name, contact_row);
       contact.table.Add(contact_row);
       return true;
     };
     auto add_client = [&](std::string_view row_name) {
-      client_row.Set(client.Client, text::UCase(row_name));
+      data::AdoSetField(client_row, client.Client, text::UCase(row_name));
       SetClientFields(clients, bill_to, fields, client, row_name, client_row);
       client.table.Add(client_row);
     };
@@ -83,14 +84,11 @@ app::StepResult RunClientPass(data::Context& context, ClientPass pass) {
     data::RecordLoop loop;
     loop.routine = routine;
     loop.source = &clients.control();
-    loop.show = [&](std::int64_t) {
-      context.form().lblCaption = "Client.DBF";
-      context.form().lblAddress = clients.Text(fields.Cli_num);
-    };
-    loop.key = [&] { return "Cli_num " + clients.Text(fields.Cli_num); };
+    loop.show = [&](std::int64_t) { context.ShowRecord("Client.DBF", data::DATgetfield(clients, fields.Cli_num)); };
+    loop.key = [&] { return "Cli_num " + data::DATgetfield(clients, fields.Cli_num); };
     return data::RunSourceTableLoop(context, "client.dbf", loop, [&]() -> RecordResult {
-      std::string number = clients.Text(fields.Cli_num);
-      std::string name = text::UCaseTrim(clients.Text(fields.Cli_LName));
+      std::string number = data::DATgetfield(clients, fields.Cli_num);
+      std::string name = text::UCaseTrim(data::DATgetfield(clients, fields.Cli_LName));
       if (number.empty()) return RecordResult::Skipped("no client number");
       if (name.empty()) return RecordResult::Skipped("no client name");
       if (IsTildeMarked(name)) return RecordResult::Skipped("a private person (name marked with ~)");
@@ -100,7 +98,7 @@ app::StepResult RunClientPass(data::Context& context, ClientPass pass) {
       RecordResult found;
       if (pass == ClientPass::ByName) {
         filed_under = data::KeyAsStored(context, clients, client.Client, name);
-        if (client.table.Find(client.Client, filed_under)) {
+        if (data::AdoFindRec(client.table, data::FilterClient(client.Client, filed_under))) {
           // The first record of a name wins; later ones are taken by the pass by number.
           found = RecordResult::Skipped("client already in Client");
         } else {
@@ -109,7 +107,7 @@ app::StepResult RunClientPass(data::Context& context, ClientPass pass) {
         }
       } else {
         std::string stored_number = data::KeyAsStored(context, clients, client.OldCliNum, number);
-        if (client.table.Find(client.OldCliNum, stored_number)) {
+        if (data::AdoFindRec(client.table, data::FilterOldCliNum(client.OldCliNum, stored_number))) {
           filed_under = text::TrimToWidth(name, client.Client.width);
           found = RecordResult::Unchanged();
         } else {
@@ -212,46 +210,49 @@ void SetClientFields(const data::SourceTable& clients, const data::SourceTable& 
                      const ClientTable& columns, std::string_view name, data::TargetRow& row) {
   data::convertField(clients, fields.Cli_num, row, columns.OldCliNum);
   data::convertField(clients, fields.Duns, row, columns.Duns);
-  row.Set(columns.ClientPhone, clients.Text(fields.Cli_Phone) + " " + clients.Text(fields.Cli_ext));
+  data::AdoSetField(row, columns.ClientPhone,
+                    data::DATgetfield(clients, fields.Cli_Phone) + " " + data::DATgetfield(clients, fields.Cli_ext));
   SetClientAddresses(clients, bill_to, fields, columns, name, row);
   // Preferred billing in the source means one invoice per order: the flag is inverted.
-  row.SetFlag(columns.MultipleInvoice, !clients.Flag(fields.Pref_Bill));
-  row.SetFlag(columns.Active, true);
-  row.SetFlag(columns.ApplyFinanceCharge, true);
+  data::AdoSetFieldTF(row, columns.MultipleInvoice, !data::adogetfieldtf(clients, fields.Pref_Bill));
+  data::AdoSetFieldTF(row, columns.Active, true);
+  data::AdoSetFieldTF(row, columns.ApplyFinanceCharge, true);
 }
 
 void SetClientAddresses(const data::SourceTable& clients, const data::SourceTable& bill_to,
                         const ClientFields& fields, const ClientTable& columns, std::string_view name,
                         data::TargetRow& row) {
-  std::string bill_number = clients.Text(fields.Cli_Bill);
-  std::string client_address = FourLineAddress(clients, fields, text::UCaseTrim(clients.Text(fields.Plain_Name)));
+  std::string bill_number = data::DATgetfield(clients, fields.Cli_Bill);
+  std::string client_address =
+      FourLineAddress(clients, fields, text::UCaseTrim(data::DATgetfield(clients, fields.Plain_Name)));
   // A client billed for itself, or whose bill-to number names no client, is its own bill-to.
   std::string bill_name(name);
   std::string bill_address = client_address;
   if (!bill_number.empty() && data::FindRecord(bill_to.control(), bill_number, "Cli_Num")) {
     bill_name = BillToName(bill_to, fields);
-    bill_address = FourLineAddress(bill_to, fields, text::UCaseTrim(bill_to.Text(fields.Plain_Name)));
+    bill_address = FourLineAddress(bill_to, fields, text::UCaseTrim(data::DATgetfield(bill_to, fields.Plain_Name)));
   }
-  row.Set(columns.Client, text::UCase(name));
-  row.Set(columns.BillTo, text::UCase(bill_name));
-  row.SetMemo(columns.ClientAddr, client_address);
-  row.SetMemo(columns.BilltoAddr, bill_address);
+  data::AdoSetField(row, columns.Client, text::UCase(name));
+  data::AdoSetField(row, columns.BillTo, text::UCase(bill_name));
+  data::AdoSetFieldMemo(row, columns.ClientAddr, client_address);
+  data::AdoSetFieldMemo(row, columns.BilltoAddr, bill_address);
 }
 
 void SetClientContactFields(const data::SourceTable& clients, const ClientFields& fields,
                             const ClientContactTable& columns, std::string_view name, data::TargetRow& row) {
   data::convertField(clients, fields.Cli_num, row, columns.OldCliNum);
-  row.Set(columns.Client, text::UCase(name));
-  row.Set(columns.ClientContact, text::UCaseTrim(clients.Text(fields.Cli_Cont)));
+  data::AdoSetField(row, columns.Client, text::UCase(name));
+  data::AdoSetField(row, columns.ClientContact, text::UCaseTrim(data::DATgetfield(clients, fields.Cli_Cont)));
   data::convertField(clients, fields.Cli_Cont, row, columns.Contact);
-  row.Set(columns.Phone, clients.Text(fields.Cli_Phone) + " " + clients.Text(fields.Cli_ext));
+  data::AdoSetField(row, columns.Phone,
+                    data::DATgetfield(clients, fields.Cli_Phone) + " " + data::DATgetfield(clients, fields.Cli_ext));
   data::convertField(clients, fields.Cli_Fax, row, columns.Fax);
 }
 
 std::string ComposeClientAddress(const data::SourceTable& clients, const ClientFields& fields) {
   std::string address;
   for (const data::SourceField* field : {&fields.Plain_Name, &fields.Cli_Street, &fields.Cli_Addr2, &fields.Cli_Addr3}) {
-    address += AddressLine(clients.Text(*field));
+    address += AddressLine(data::DATgetfield(clients, *field));
   }
   return address;
 }
@@ -260,25 +261,25 @@ void CheckClient(data::Context& context, OrderClient& order_client, data::Target
   context.Guard("CheckClient", [&] {
     const data::SourceTable& clients = order_client.clients;
     const ClientFields& fields = order_client.fields;
-    std::string number = order_client.orders.Text(order_client.order_client);
+    std::string number = data::DATgetfield(order_client.orders, order_client.order_client);
     // An order whose client number names no source client is filed as the unknown client too.
     if (number.empty() || !clients.bound() || !data::FindRecord(clients.control(), number, "CLI_NUM")) {
-      row.Set(order_client.Client, kUnknownClient);
-      row.SetMemo(order_client.ReferenceAddress, kUnknownAddress);
-      row.Set(order_client.BillTo, kUnknownClient);
-      row.SetMemo(order_client.InvoiceAddr, kUnknownAddress);
+      data::AdoSetField(row, order_client.Client, kUnknownClient);
+      data::AdoSetFieldMemo(row, order_client.ReferenceAddress, kUnknownAddress);
+      data::AdoSetField(row, order_client.BillTo, kUnknownClient);
+      data::AdoSetFieldMemo(row, order_client.InvoiceAddr, kUnknownAddress);
       ClientTable& placeholder = order_client.client_table;
       EnsureUnknownClient(placeholder, [&](data::TargetRow& client) {
-        client.Set(placeholder.Client, kUnknownClient);
-        client.SetMemo(placeholder.ClientAddr, kUnknownAddress);
-        client.Set(placeholder.BillTo, kUnknownClient);
-        client.SetMemo(placeholder.BilltoAddr, kUnknownAddress);
-        client.SetFlag(placeholder.Active, true);
+        data::AdoSetField(client, placeholder.Client, kUnknownClient);
+        data::AdoSetFieldMemo(client, placeholder.ClientAddr, kUnknownAddress);
+        data::AdoSetField(client, placeholder.BillTo, kUnknownClient);
+        data::AdoSetFieldMemo(client, placeholder.BilltoAddr, kUnknownAddress);
+        data::AdoSetFieldTF(client, placeholder.Active, true);
       });
       return;
     }
-    std::string bill_number = clients.Text(fields.Cli_Bill);
-    std::string client_name = clients.Text(fields.Cli_LName);
+    std::string bill_number = data::DATgetfield(clients, fields.Cli_Bill);
+    std::string client_name = data::DATgetfield(clients, fields.Cli_LName);
     std::string client_address = ComposeClientAddress(clients, fields);
     std::string bill_name = client_name;
     std::string bill_address = client_address;
@@ -288,21 +289,21 @@ void CheckClient(data::Context& context, OrderClient& order_client, data::Target
       bill_name = BillToName(clients, fields);
       bill_address = ComposeClientAddress(clients, fields);
     }
-    row.Set(order_client.Client, text::UCaseTrim(client_name));
-    row.Set(order_client.BillTo, text::UCaseTrim(bill_name));
-    row.SetMemo(order_client.ReferenceAddress, client_address);
-    row.SetMemo(order_client.InvoiceAddr, bill_address);
+    data::AdoSetField(row, order_client.Client, text::UCaseTrim(client_name));
+    data::AdoSetField(row, order_client.BillTo, text::UCaseTrim(bill_name));
+    data::AdoSetFieldMemo(row, order_client.ReferenceAddress, client_address);
+    data::AdoSetFieldMemo(row, order_client.InvoiceAddr, bill_address);
   });
 }
 
 void FillIndividualClient(data::TargetTable& property, jet::RowId row, const data::TargetColumn& client,
                           const data::TargetColumn& bill_to, data::TargetRow& changes) {
-  if (property.Text(row, client).empty()) changes.Set(client, kIndividual);
-  if (property.Text(row, bill_to).empty()) changes.Set(bill_to, kIndividual);
+  if (data::adogetfield(property, row, client).empty()) data::AdoSetField(changes, client, kIndividual);
+  if (data::adogetfield(property, row, bill_to).empty()) data::AdoSetField(changes, bill_to, kIndividual);
 }
 
 void EnsurePropertyClient(OrderClient& order_client) {
-  std::string number = order_client.orders.Text(order_client.order_client);
+  std::string number = data::DATgetfield(order_client.orders, order_client.order_client);
   if (!order_client.clients.bound() || !data::FindRecord(order_client.clients.control(), number, "CLI_NUM")) {
     AddUnknownClient(order_client.client_table);
   }
@@ -310,11 +311,11 @@ void EnsurePropertyClient(OrderClient& order_client) {
 
 void AddUnknownClient(ClientTable& clients) {
   EnsureUnknownClient(clients, [&](data::TargetRow& row) {
-    row.Set(clients.Client, kUnknownClient);
-    row.SetMemo(clients.ClientAddr, "UNKNOWN CLIENT NAME\r\nUNKNOWN ADDRESS");
-    row.Set(clients.BillTo, kUnknownClient);
+    data::AdoSetField(row, clients.Client, kUnknownClient);
+    data::AdoSetFieldMemo(row, clients.ClientAddr, "UNKNOWN CLIENT NAME\r\nUNKNOWN ADDRESS");
+    data::AdoSetField(row, clients.BillTo, kUnknownClient);
     // The invoice text goes to the client address too, replacing it: the office's routine did so.
-    row.SetMemo(clients.ClientAddr, "UNKNOWN CLIENT NAME\r\nUNKNOWN INVOICE ADDRESS");
+    data::AdoSetFieldMemo(row, clients.ClientAddr, "UNKNOWN CLIENT NAME\r\nUNKNOWN INVOICE ADDRESS");
   });
 }
 

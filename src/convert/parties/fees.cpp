@@ -8,6 +8,8 @@
 
 #include "app/paths.h"
 #include "common/text.h"
+#include "data/controls.h"
+#include "data/fields.h"
 #include "data/lookups.h"
 #include "data/record_loop.h"
 #include "data/source_table.h"
@@ -39,9 +41,11 @@ std::vector<FormTypeEntry> ReadFormTypes(data::Context& context) {
   data::ReportMissingColumns(context, form_types);
   std::vector<FormTypeEntry> entries;
   for (jet::RowId row : form_types.Rows()) {
-    entries.push_back({text::UCaseTrim(form_types.Text(row, form_type)), text::UCaseTrim(form_types.Text(row, form)),
-                       form_types.Single(row, display_order),
-                       !form_types.Flag(row, standard) && text::UCaseTrim(form_types.Text(row, category)) == "USER"});
+    entries.push_back({text::UCaseTrim(data::adogetfield(form_types, row, form_type)),
+                       text::UCaseTrim(data::adogetfield(form_types, row, form)),
+                       data::adogetfieldSingle(form_types, row, display_order),
+                       !data::adogetfieldtf(form_types, row, standard) &&
+                           text::UCaseTrim(data::adogetfield(form_types, row, category)) == "USER"});
   }
   return entries;
 }
@@ -56,7 +60,7 @@ RecordResult AddFormRows(Fees& fees, const std::string& name, const std::vector<
   data::TargetRow row = fees.table.NewRow();
   for (const FormTypeEntry& form_type : form_types) {
     if (auto found = find(form_type.code + name)) {
-      row.SetSingle(fees.DisplayOrder, form_type.display_order);
+      data::AdoSetFieldSingle(row, fees.DisplayOrder, form_type.display_order);
       fees.table.Update(*found, row);
       ++updated;
     } else {
@@ -103,13 +107,10 @@ app::StepResult AddFormTypesToParties(data::Context& context, const char* routin
   loop.rows = &rows;
   loop.row_table = &parties.table();
   loop.row_position = &next;
-  loop.show = [&](std::int64_t) {
-    context.form().lblCaption = caption;
-    context.form().lblAddress = parties.Text(rows[next], column);
-  };
-  loop.key = [&] { return std::string(party_column) + " " + parties.Text(rows[next], column); };
+  loop.show = [&](std::int64_t) { context.ShowRecord(caption, data::adogetfield(parties, rows[next], column)); };
+  loop.key = [&] { return std::string(party_column) + " " + data::adogetfield(parties, rows[next], column); };
   return data::RunRecordLoop(context, loop, [&]() -> RecordResult {
-    std::string name = text::UCaseTrim(parties.Text(rows[next], column));
+    std::string name = text::UCaseTrim(data::adogetfield(parties, rows[next], column));
     if (name.empty()) return RecordResult::Skipped(std::string("no ") + party_column + " name");
     return add_all(name, form_types);
   });
@@ -159,31 +160,28 @@ app::StepResult ConvertApprFeeDBF(data::Context& context) {
     data::RecordLoop loop;
     loop.routine = "ConvertApprFeeDBF";
     loop.source = &control;
-    loop.show = [&](std::int64_t) {
-      context.form().lblCaption = "Apprfee.DBF Apprfee";
-      context.form().lblAddress = source.Text(app_num);
-    };
-    loop.key = [&] { return "App_num " + source.Text(app_num); };
+    loop.show = [&](std::int64_t) { context.ShowRecord("Apprfee.DBF Apprfee", data::DATgetfield(source, app_num)); };
+    loop.key = [&] { return "App_num " + data::DATgetfield(source, app_num); };
     return data::RunRecordLoop(context, loop, [&]() -> RecordResult {
-      std::string number = source.Text(app_num);
+      std::string number = data::DATgetfield(source, app_num);
       if (number.empty()) return RecordResult::Skipped("no appraiser number");
       if (!appraisers.bound() || !data::FindRecord(appraisers.control(), number, "App_Num")) {
         return RecordResult::Skipped("appraiser number not in the appraiser table");
       }
-      std::string name = text::UCaseTrim(appraisers.Text(last_name));
-      std::string form = text::UCaseTrim(source.Text(ass_type));
-      float fee = source.Single(appr_fee);
-      float percentage = source.Single(appr_perc);
-      bool pay_mode = source.Flag(pay_mode_field);
+      std::string name = text::UCaseTrim(data::DATgetfield(appraisers, last_name));
+      std::string form = text::UCaseTrim(data::DATgetfield(source, ass_type));
+      float fee = data::adogetfieldSingle(source, appr_fee);
+      float percentage = data::adogetfieldSingle(source, appr_perc);
+      bool pay_mode = data::adogetfieldtf(source, pay_mode_field);
       std::string key = data::KeyAsStored(context, source, fees.FormAppraiser, form + name);
       if (FindFormAppraiser(fees, key)) return RecordResult::Skipped("fee already in AppraiserFee");
-      row.Set(fees.Appraiser, name);
-      row.Set(fees.FormAppraiser, key);
-      row.Set(fees.Form, form);
+      data::AdoSetField(row, fees.Appraiser, name);
+      data::AdoSetField(row, fees.FormAppraiser, key);
+      data::AdoSetField(row, fees.Form, form);
       // Pay mode set: the fee is a percentage of the order's fee.
-      row.SetSingle(fees.Amount, pay_mode ? percentage : fee);
-      row.SetFlag(fees.Percent, pay_mode);
-      row.SetFlag(fees.Qualified, true);
+      data::AdoSetFieldSingle(row, fees.Amount, pay_mode ? percentage : fee);
+      data::AdoSetFieldTF(row, fees.Percent, pay_mode);
+      data::AdoSetFieldTF(row, fees.Qualified, true);
       fees.table.Add(row);
       return RecordResult::Added();
     });
@@ -206,35 +204,32 @@ app::StepResult ConvertClientFeeDBF(data::Context& context) {
     data::RecordLoop loop;
     loop.routine = "ConvertClientFeeDBF";
     loop.source = &control;
-    loop.show = [&](std::int64_t) {
-      context.form().lblCaption = "CliFee.DBF Client";
-      context.form().lblAddress = source.Text(cli_num);
-    };
-    loop.key = [&] { return "Cli_num " + source.Text(cli_num); };
+    loop.show = [&](std::int64_t) { context.ShowRecord("CliFee.DBF Client", data::DATgetfield(source, cli_num)); };
+    loop.key = [&] { return "Cli_num " + data::DATgetfield(source, cli_num); };
     return data::RunRecordLoop(context, loop, [&]() -> RecordResult {
-      std::string number = source.Text(cli_num);
+      std::string number = data::DATgetfield(source, cli_num);
       if (number.empty()) return RecordResult::Skipped("no client number");
       if (!clients.bound() || !data::FindRecord(clients.control(), number, "Cli_Num")) {
         return RecordResult::Skipped("client number not in the client table");
       }
       // The printed name, not the client's name: the fee rows carry it.
-      std::string name = text::UCaseTrim(clients.Text(plain_name));
-      std::string form = text::UCaseTrim(source.Text(ass_type));
-      float fee = source.Single(cli_fee);
+      std::string name = text::UCaseTrim(data::DATgetfield(clients, plain_name));
+      std::string form = text::UCaseTrim(data::DATgetfield(source, ass_type));
+      float fee = data::adogetfieldSingle(source, cli_fee);
       std::string key = data::KeyAsStored(context, source, fees.FormClient, form + name);
       // The client's fee rows only (the look-up the office's converter made on the client's
       // record set): a row of the key filed under another client does not count.
       std::string client = text::UCase(text::TrimToWidth(name, fees.Client.width));
       for (jet::RowId found : fees.table.FindAll(fees.FormClient, key)) {
-        if (text::UCaseTrim(fees.table.Text(found, fees.Client)) == client) {
+        if (text::UCaseTrim(data::adogetfield(fees.table, found, fees.Client)) == client) {
           return RecordResult::Skipped("fee already in ClientFee");
         }
       }
-      row.Set(fees.FormClient, key);
-      row.Set(fees.Form, form);
-      row.Set(fees.Client, name);
-      row.SetSingle(fees.Amount, fee);
-      row.SetFlag(fees.Qualified, true);
+      data::AdoSetField(row, fees.FormClient, key);
+      data::AdoSetField(row, fees.Form, form);
+      data::AdoSetField(row, fees.Client, name);
+      data::AdoSetFieldSingle(row, fees.Amount, fee);
+      data::AdoSetFieldTF(row, fees.Qualified, true);
       fees.table.Add(row);
       return RecordResult::Added();
     });
@@ -242,43 +237,43 @@ app::StepResult ConvertClientFeeDBF(data::Context& context) {
 }
 
 std::optional<jet::RowId> FindFormAppraiser(AppraiserFeeTable& fees, std::string_view key) {
-  return fees.table.Find(fees.FormAppraiser, key);
+  return data::AdoFindRec(fees.table, data::FilterFormAppraiser(fees.FormAppraiser, key));
 }
 
 std::optional<jet::RowId> FindFormClient(ClientFeeTable& fees, std::string_view key) {
-  return fees.table.Find(fees.FormClient, key);
+  return data::AdoFindRec(fees.table, data::FilterFormClient(fees.FormClient, key));
 }
 
 void EditAppraiserForm(const AppraiserFeeTable& fees, data::TargetRow& row, std::string_view form,
                        std::string_view appraiser, bool qualified) {
-  row.Set(fees.FormAppraiser, std::string(form) + std::string(appraiser));
-  row.Set(fees.Form, form);
-  row.Set(fees.Appraiser, appraiser);
-  row.SetFlag(fees.Qualified, qualified);
+  data::AdoSetField(row, fees.FormAppraiser, std::string(form) + std::string(appraiser));
+  data::AdoSetField(row, fees.Form, form);
+  data::AdoSetField(row, fees.Appraiser, appraiser);
+  data::AdoSetFieldTF(row, fees.Qualified, qualified);
 }
 
 void EditAppraiserFormFee(const AppraiserFeeTable& fees, data::TargetRow& row, std::string_view form,
                           std::string_view appraiser, float amount, bool percent, bool qualified) {
   EditAppraiserForm(fees, row, form, appraiser, qualified);
-  row.SetSingle(fees.Amount, amount);
-  row.SetFlag(fees.Percent, percent);
+  data::AdoSetFieldSingle(row, fees.Amount, amount);
+  data::AdoSetFieldTF(row, fees.Percent, percent);
 }
 
 void EditClientForm(const ClientFeeTable& fees, data::TargetRow& row, std::string_view form, std::string_view client,
                     bool qualified, float display_order) {
-  row.Set(fees.FormClient, std::string(form) + std::string(client));
-  row.Set(fees.Form, form);
-  row.Set(fees.Client, client);
-  row.SetFlag(fees.Qualified, qualified);
-  row.SetSingle(fees.DisplayOrder, display_order);
+  data::AdoSetField(row, fees.FormClient, std::string(form) + std::string(client));
+  data::AdoSetField(row, fees.Form, form);
+  data::AdoSetField(row, fees.Client, client);
+  data::AdoSetFieldTF(row, fees.Qualified, qualified);
+  data::AdoSetFieldSingle(row, fees.DisplayOrder, display_order);
 }
 
 void EditClientFormFee(const ClientFeeTable& fees, data::TargetRow& row, std::string_view form_type,
                        std::string_view client, float amount) {
-  row.Set(fees.FormClient, std::string(form_type) + std::string(client));
-  row.Set(fees.FormType, form_type);
-  row.Set(fees.Client, client);
-  row.SetSingle(fees.Amount, amount);
+  data::AdoSetField(row, fees.FormClient, std::string(form_type) + std::string(client));
+  data::AdoSetField(row, fees.FormType, form_type);
+  data::AdoSetField(row, fees.Client, client);
+  data::AdoSetFieldSingle(row, fees.Amount, amount);
 }
 
 RecordResult AddAllFormTypes(AppraiserFeeTable& fees, const std::string& appraiser,
@@ -288,7 +283,7 @@ RecordResult AddAllFormTypes(AppraiserFeeTable& fees, const std::string& apprais
       fees, appraiser, form_types, [&](const std::string& key) { return FindFormAppraiser(fees, key); },
       [&](data::TargetRow& row, const FormTypeEntry& form_type) {
         EditAppraiserForm(fees, row, form_type.code, appraiser, true);
-        row.SetSingle(fees.DisplayOrder, form_type.display_order);
+        data::AdoSetFieldSingle(row, fees.DisplayOrder, form_type.display_order);
       },
       added_custom);
 }

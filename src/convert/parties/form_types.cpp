@@ -9,6 +9,9 @@
 
 #include "app/paths.h"
 #include "common/text.h"
+#include "data/controls.h"
+#include "data/fields.h"
+#include "data/lookups.h"
 #include "data/record_loop.h"
 #include "data/transfer.h"
 
@@ -140,14 +143,14 @@ void AddStandardFormTypes(data::Context& context, FormTypeTable& form_types) {
   context.Guard("ConvertFormTypesDBF", [&] {
     data::TargetRow row = form_types.table.NewRow();
     for (const StandardFormType& standard : kStandardFormTypes) {
-      row.Set(form_types.FormType, standard.code);
-      row.Set(form_types.FormDesc, standard.description);
-      row.Set(form_types.FORM, standard.form);
-      row.Set(form_types.CATEGORY, standard.category);
-      row.SetFlag(form_types.STANDARD, true);
-      row.SetSingle(form_types.DISPLAYORDER, standard.display_order);
+      data::AdoSetField(row, form_types.FormType, standard.code);
+      data::AdoSetField(row, form_types.FormDesc, standard.description);
+      data::AdoSetField(row, form_types.FORM, standard.form);
+      data::AdoSetField(row, form_types.CATEGORY, standard.category);
+      data::AdoSetFieldTF(row, form_types.STANDARD, true);
+      data::AdoSetFieldSingle(row, form_types.DISPLAYORDER, standard.display_order);
       // A row of the code is overwritten, so a second run resets it; else one is added.
-      if (auto found = form_types.table.Find(form_types.FormType, standard.code)) {
+      if (auto found = data::AdoFindRec(form_types.table, data::FilterFormtype(form_types.FormType, standard.code))) {
         form_types.table.Update(*found, row);
       } else {
         form_types.table.Add(row);
@@ -160,22 +163,22 @@ void AddCustomFormType(data::Context& context, FormTypeTable& form_types, std::s
                        data::TargetRow& order, const data::TargetColumn& order_form_type,
                        const data::TargetColumn& order_form) {
   std::string code = text::TrimToWidth(text::UCaseTrim(ass_type), form_types.FormType.width);
-  std::optional<jet::RowId> found = form_types.table.Find(form_types.FormType, code);
+  std::optional<jet::RowId> found = data::AdoFindRec(form_types.table, data::FilterFormtype(form_types.FormType, code));
   if (!found) {
     context.Log("FormTypes: custom form type " + code + " added for a form code the mapping does not know; its "
                 "AppraiserFee and ClientFee rows are added by the next run of the appraiser and client form-type "
                 "steps, which ran before this one");
     data::TargetRow row = form_types.table.NewRow();
-    row.Set(form_types.FormType, code);
-    row.Set(form_types.FormDesc, "Custom Type " + code);
-    row.Set(form_types.FORM, code);
-    row.Set(form_types.CATEGORY, "USER");
-    row.SetFlag(form_types.STANDARD, false);
-    row.SetSingle(form_types.DISPLAYORDER, 100);
+    data::AdoSetField(row, form_types.FormType, code);
+    data::AdoSetField(row, form_types.FormDesc, "Custom Type " + code);
+    data::AdoSetField(row, form_types.FORM, code);
+    data::AdoSetField(row, form_types.CATEGORY, "USER");
+    data::AdoSetFieldTF(row, form_types.STANDARD, false);
+    data::AdoSetFieldSingle(row, form_types.DISPLAYORDER, 100);
     found = form_types.table.Add(row);
   }
-  order.Set(order_form_type, code);
-  order.Set(order_form, form_types.table.Text(*found, form_types.FORM));
+  data::AdoSetField(order, order_form_type, code);
+  data::AdoSetField(order, order_form, data::adogetfield(form_types.table, *found, form_types.FORM));
 }
 
 app::StepResult ConvertFormTypesDBF(data::Context& context) {
@@ -194,31 +197,28 @@ app::StepResult ConvertFormTypesDBF(data::Context& context) {
     data::RecordLoop loop;
     loop.routine = "ConvertFormTypesDBF";
     loop.source = &control;
-    loop.show = [&](std::int64_t) {
-      context.form().lblCaption = "Forms.DBF Form";
-      context.form().lblAddress = forms.Text(form_type);
-    };
-    loop.key = [&] { return "Form_type " + forms.Text(form_type); };
+    loop.show = [&](std::int64_t) { context.ShowRecord("Forms.DBF Form", data::DATgetfield(forms, form_type)); };
+    loop.key = [&] { return "Form_type " + data::DATgetfield(forms, form_type); };
     return data::RunRecordLoop(context, loop, [&]() -> app::RecordResult {
-      std::string code = text::UCaseTrim(forms.Text(form_type));
-      std::string description = forms.Text(form_desc);
+      std::string code = text::UCaseTrim(data::DATgetfield(forms, form_type));
+      std::string description = data::DATgetfield(forms, form_desc);
       if (code.empty()) return app::RecordResult::Skipped("no form code");
-      if (form_types.table.Find(form_types.FormType, code)) {
+      if (data::AdoFindRec(form_types.table, data::FilterFormtype(form_types.FormType, code))) {
         return app::RecordResult::Skipped("form type already in FormTypes");
       }
       std::string mapped = MapFormCode(code);
       if (mapped.empty()) return app::RecordResult::Skipped("form code stands for no known form type");
-      if (form_types.table.Find(form_types.FormType, mapped)) {
+      if (data::AdoFindRec(form_types.table, data::FilterFormtype(form_types.FormType, mapped))) {
         return app::RecordResult::Skipped("the form type it stands for is already in FormTypes");
       }
       // The office's converter saved the property control here instead, so the new row was
       // saved by the next look-up on the form types; it ends up in the table all the same, and
       // is saved whole here or not at all.
-      row.Set(form_types.FormType, mapped);
-      row.Set(form_types.FormDesc, description);
-      row.Set(form_types.CATEGORY, "OTHER");
-      row.Set(form_types.FORM, mapped);
-      row.SetFlag(form_types.STANDARD, false);
+      data::AdoSetField(row, form_types.FormType, mapped);
+      data::AdoSetField(row, form_types.FormDesc, description);
+      data::AdoSetField(row, form_types.CATEGORY, "OTHER");
+      data::AdoSetField(row, form_types.FORM, mapped);
+      data::AdoSetFieldTF(row, form_types.STANDARD, false);
       form_types.table.Add(row);
       return app::RecordResult::Added();
     });

@@ -8,10 +8,8 @@
 #include <fstream>
 
 #include "data/context.h"
-#include "data/fields.h"
 #include "data/record_loop.h"
 #include "party_office.h"
-#include "test_support/scripted_routines.h"
 
 namespace qorvane::convert {
 namespace {
@@ -32,7 +30,7 @@ TEST_F(ClientTest, NamesMergeInTheFirstPassAndEveryNumberGetsARow) {
                 {.number = "300", .name = "~Smith, John"},
                 {.number = "", .name = "No Number"},
                 {.number = "400", .name = ""}});
-  Run({CheckBox::ckbClient});
+  app::StepResult step = RunConverters({ConvertClientDBF, ConvertClientDBFByCliNum});
 
   auto clients = RowsBy("Client", "Client");
   ASSERT_EQ(clients.size(), 6u);
@@ -48,12 +46,11 @@ TEST_F(ClientTest, NamesMergeInTheFirstPassAndEveryNumberGetsARow) {
   EXPECT_EQ(contacts.size(), 6u);
   EXPECT_EQ(contacts["ACME BANK 200"]["OldCliNum"], "200");
 
-  // The second pass's counter is the step's count; the wording is the form types' own.
-  EXPECT_EQ(StepLines("Begin conversion: Client.mdb"),
-            (std::vector<std::string>{"Begin conversion: Client.mdb",
-                                      "Formtypes table (standard) conversion complete: 9 records"}));
-  // The two passes read each of the 9 records; each is counted once.
-  const app::Ledger& ledger = StepLedger();
+  // The second pass's counter is the step's count. The two passes read each of the 9 records;
+  // each is counted once.
+  EXPECT_EQ(step.shown_count, 9);
+  EXPECT_TRUE(failures.empty());
+  const app::Ledger& ledger = step.ledger;
   EXPECT_EQ(ledger.read(), 9);
   EXPECT_EQ(ledger.count(app::RecordOutcome::Added), 6);
   EXPECT_EQ(ledger.count(app::RecordOutcome::Added) + ledger.count(app::RecordOutcome::Updated) +
@@ -183,46 +180,31 @@ TEST_F(ClientTest, BadRecordsAreReportedByTableAndRecordAndTheRestGoesOn) {
 // of property.dbf (as the order converter does) and FillIndividualClient after it.
 class CheckClientTest : public PartyOfficeTest {
  protected:
+  // The order loop's client part alone, through the run layer: CheckClient per record, the
+  // massage's fill of an empty bill-to afterwards.
   void RunOrders() {
-    test::ScriptedRoutines routines;
-    app::MainForm main_form{view, app::Settings(dir.path() + "/settings"), clock};
-    data::Connections connections{main_form, {}};
-    data::Context context{main_form, connections};
-    routines.connect2data = [&] {
-      connections.Connect2Data();
-    };
-    routines.adoconnect = [&] {
-      connections.AdoConnect();
-    };
-    routines.end_run = [&] {
-      connections.EndRun();
-    };
-    routines.On(&app::RunRoutines::ConvertPropertyDBF, [&] {
-      data::SourceTable orders = context.SourceOf(app::SourceControl::datproperty);
-      const data::SourceField file_num = orders.Field("FILE_NUM");
-      OrderClient order_client(context);
-      data::TargetTable& property = order_client.property;
-      const data::TargetColumn file_number = property.Column("FileNumber");
-      data::TargetRow row = property.NewRow();
-      data::RecordLoop loop;
-      loop.routine = "ConvertPropertyDBF";
-      loop.source = &orders.control();
-      return data::RunRecordLoop(context, loop, [&] {
-        row.Set(file_number, orders.Text(file_num));
-        CheckClient(context, order_client, row);
-        if (orders.Text(file_num) == "F5") row.Set(order_client.BillTo, "");
-        jet::RowId id = property.Add(row);
-        FillIndividualClient(property, id, order_client.Client, order_client.BillTo, row);
-        property.Update(id, row);
-        return app::RecordResult::Added();
-      });
+    test::PlainRun run(source, target);
+    data::Context& context = run.context;
+    data::SourceTable orders = context.SourceOf(app::SourceControl::datproperty);
+    const data::SourceField file_num = orders.Field("FILE_NUM");
+    OrderClient order_client(context);
+    data::TargetTable& property = order_client.property;
+    const data::TargetColumn file_number = property.Column("FileNumber");
+    data::TargetRow row = property.NewRow();
+    data::RecordLoop loop;
+    loop.routine = "ConvertPropertyDBF";
+    loop.source = &orders.control();
+    data::RunRecordLoop(context, loop, [&] {
+      row.Set(file_number, orders.Text(file_num));
+      CheckClient(context, order_client, row);
+      if (orders.Text(file_num) == "F5") row.Set(order_client.BillTo, "");
+      jet::RowId id = property.Add(row);
+      FillIndividualClient(property, id, order_client.Client, order_client.BillTo, row);
+      property.Update(id, row);
+      return app::RecordResult::Added();
     });
-    main_form.SetRoutines(routines);
-    main_form.FormLoad({source, target});
-    main_form.form().CheckBoxes.fill(0);
-    main_form.form().SetCheck(CheckBox::ckbProperty, true);
-    main_form.cmdNEWConvert();
-    ASSERT_EQ(main_form.outcome(), app::RunOutcome::Completed);
+    run.Finish();
+    EXPECT_TRUE(run.layer.failures.empty());
   }
 };
 

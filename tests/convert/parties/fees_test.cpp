@@ -47,7 +47,7 @@ class FeesTest : public PartyOfficeTest {
 TEST_F(FeesTest, AppraiserFeesAreKeyedByFormAndNameAndTheFirstRecordWins) {
   WriteAppraisers();
   WriteAppraiserFees();
-  Run({CheckBox::ckbApprFee});
+  app::StepResult step = RunConverters({ConvertApprFeeDBF});
   auto fees = RowsBy("AppraiserFee", "FormAppraiser");
   ASSERT_EQ(fees.size(), 3u);
   EXPECT_EQ(fees["URARJONES, ANN"]["Amount"], "50");  // a percentage, from Appr_Perc
@@ -58,12 +58,10 @@ TEST_F(FeesTest, AppraiserFeesAreKeyedByFormAndNameAndTheFirstRecordWins) {
   EXPECT_EQ(fees["LANDJONES, ANN"]["Amount"], "175.5");
   EXPECT_EQ(fees["LANDJONES, ANN"]["Percent"], "0");
   EXPECT_EQ(fees["URARBROWN, BOB"]["Amount"], "300");
-  // The label routine shows the counter: the completion line counts every record read (it said
-  // "No records found" for a table it had read).
-  EXPECT_EQ(StepLines("Begin conversion: AppraiserFee.mdb"),
-            (std::vector<std::string>{"Begin conversion: AppraiserFee.mdb",
-                                      "AppraiserFee table conversion complete: 5 records"}));
-  const app::Ledger& ledger = StepLedger();
+  // The label routine shows the counter: the step's count is every record read (the completion
+  // line said "No records found" for a table it had read).
+  EXPECT_EQ(step.shown_count, 5);
+  const app::Ledger& ledger = step.ledger;
   EXPECT_EQ(ledger.read(), 5);
   EXPECT_EQ(ledger.count(app::RecordOutcome::Added), 3);
   EXPECT_EQ(ledger.notes().at(0).reason, "fee already in AppraiserFee");
@@ -72,7 +70,7 @@ TEST_F(FeesTest, AppraiserFeesAreKeyedByFormAndNameAndTheFirstRecordWins) {
 
 TEST_F(FeesTest, ClientFeesCarryThePrintedName) {
   WriteClientFees();
-  Run({CheckBox::ckbclientfee});
+  app::StepResult step = RunConverters({ConvertClientFeeDBF});
   auto fees = RowsBy("ClientFee", "Formclient");
   ASSERT_EQ(fees.size(), 2u);
   EXPECT_EQ(fees["URARFIRST SAVINGS BANK"]["client"], "FIRST SAVINGS BANK");
@@ -81,9 +79,8 @@ TEST_F(FeesTest, ClientFeesCarryThePrintedName) {
   // A client without a printed name: its fee row has no client, as the key shows.
   EXPECT_EQ(fees["CONDO"]["Form"], "CONDO");
   EXPECT_EQ(fees["CONDO"]["client"], "");
-  EXPECT_EQ(StepLines("Begin conversion: ClientFee into Client.mdb").back(),
-            "ClientFee data conversion complete: 5 records");
-  EXPECT_EQ(StepLedger().count(app::RecordOutcome::Added), 2);
+  EXPECT_EQ(step.shown_count, 5);
+  EXPECT_EQ(step.ledger.count(app::RecordOutcome::Added), 2);
 }
 
 TEST_F(FeesTest, EveryPartyGetsOneRowPerFormTypeInDisplayOrder) {

@@ -1,6 +1,7 @@
 // A small source office for the party converters' tests: source tables written with the FoxPro
 // engine's writer (in a chosen code page), a new office.mdb, whole runs of chosen steps as the
-// command line runs them, and the results read back through mdb-export and the log.
+// command line runs them or converters called alone through the run layer (no program around
+// them), and the results read back through mdb-export and the log.
 #pragma once
 
 #include <stdexcept>
@@ -14,8 +15,11 @@
 #include <string>
 #include <vector>
 
+#include "app/ledger.h"
+#include "data/context.h"
 #include "foxpro/table_writer.h"
 #include "test_support/office_run.h"
+#include "test_support/plain_run.h"
 #include "test_support/sample_office.h"
 
 namespace qorvane::convert {
@@ -98,6 +102,23 @@ class PartyOfficeTest : public ::testing::Test, public test::OfficeRun {
     clock.Advance(60);  // the next run writes a log of its own
   }
 
+  // The CONVERTERS of one step called in turn through the run layer alone, with office.mdb put in
+  // place after them; their results merged as the run merges a step's. The layer's log and
+  // failures are kept.
+  app::StepResult RunConverters(std::initializer_list<app::StepResult (*)(data::Context&)> converters) {
+    test::PlainRun run(source, target);
+    app::StepResult step;
+    for (auto converter : converters) {
+      app::StepResult result = converter(run.context);
+      step.ledger.Merge(result.ledger);
+      if (result.shown_count) step.shown_count = result.shown_count;
+    }
+    run.Finish();
+    log = run.layer.log;
+    failures = run.layer.failures;
+    return step;
+  }
+
   std::vector<test::ExportedRow> Rows(const std::string& table) const {
     return test::MdbExport(target + "/office.mdb", table);
   }
@@ -132,7 +153,7 @@ class PartyOfficeTest : public ::testing::Test, public test::OfficeRun {
     throw std::out_of_range("no such step in the run");
   }
 
-  std::vector<std::string> log;
+  std::vector<std::string> log, failures;
 };
 
 }  // namespace qorvane::convert
