@@ -76,7 +76,7 @@ void ClearWholeTable(Context& context, app::Ledger& ledger, const char* table, c
 app::StepResult DeleteListedAssigned(Context& context, AdoControl& control) {
   app::StepResult result;
   const std::vector<std::string>& numbers = context.FileNumbers();
-  const bool payments_converted = context.form().Checked(CheckBox::ckbApplied);
+  const bool payments_converted = context.run().form().Checked(CheckBox::ckbApplied);
   for (std::size_t i = 0; i < numbers.size(); ++i) {
     const bool keep_payments = !payments_converted || i + 1 != numbers.size();
     context.Guard("DeleteListedFileNumbers", [&] {
