@@ -158,7 +158,8 @@ TEST_F(CommandLineTest, DamageReadPastIsShownAFewTimesPerFileAndLoggedInFull) {
 // what did not run, on standard output and at the end of the log, and a second run of the same
 // conversion reaches what one uninterrupted run reaches (mdb-count), nothing added twice.
 TEST_F(CommandLineTest, AStoppedRunSaysWhereAndTheSameRunAgainFinishesTheJob) {
-  if (test::Command("command -v mdb-count").empty()) GTEST_SKIP() << "mdb-count (mdbtools) is not installed";
+  test::RequireOracle(test::Oracle::Mdbtools);
+  test::RequireOracle(test::Oracle::Python3);
   ASSERT_EQ(RunQorvane("sample " + source + " --orders 4000").status, 0);
   ASSERT_EQ(RunQorvane("init-target " + target).status, 0);
   std::string whole = dir.path() + "/W";

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "foxpro/table.h"
+#include "test_support/oracles.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::foxpro::test {
@@ -69,14 +70,9 @@ inline std::string RunCommand(const std::string& command, bool& ok) {
   return out;
 }
 
-inline bool HaveDbfread() {
-  bool ok = false;
-  RunCommand("/usr/bin/python3 -c 'import dbfread' 2>/dev/null", ok);
-  return ok;
-}
-
 // The independent reader's dump of a table, with duplicate names printed as "<dup>".
 inline std::string DbfreadDump(const std::string& path, const std::string& encoding, bool& ok) {
+  qorvane::test::RequireOracle(qorvane::test::Oracle::Dbfread);
   std::string script = std::string(QORVANE_SOURCE_DIR) + "/tests/foxpro/dbfread_dump.py";
   return RunCommand("/usr/bin/python3 " + script + " '" + path + "' " + encoding, ok);
 }

@@ -54,11 +54,8 @@ std::vector<std::string> ReadBack(const std::string& path, const std::string& ta
 
 // The independent checker re-encodes every index key it has weights for.
 void ExpectCheckerPasses(const std::string& path) {
-  int status = 0;
-  std::string report = test::Run("python3 " + test::Quote(std::string(QORVANE_SHARED_DIR) + "/tools/jetcheck.py") +
-                                     " " + test::Quote(path),
-                                 &status);
-  EXPECT_EQ(status, 0) << report.substr(report.size() > 4000 ? report.size() - 4000 : 0);
+  std::string report;
+  EXPECT_TRUE(test::Jetcheck(path, &report)) << report.substr(report.size() > 4000 ? report.size() - 4000 : 0);
 }
 
 std::string ErrorOf(const std::function<void()>& action) {

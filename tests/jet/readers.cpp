@@ -61,6 +61,7 @@ ReadTable ReadWithEngine(const std::string& file, const std::string& name) {
 }
 
 std::vector<std::map<std::string, Cell>> ReadWithMdbJson(const std::string& file, const std::string& table) {
+  qorvane::test::RequireOracle(qorvane::test::Oracle::Mdbtools);
   std::string output = Run("mdb-json -D '%Y-%m-%d %H:%M:%S' -T '%Y-%m-%d %H:%M:%S' " + Quote(file) + " " + Quote(table));
   std::vector<std::map<std::string, Cell>> rows;
   std::size_t start = 0;
@@ -91,6 +92,7 @@ bool SameCell(const Cell& a, const Cell& b) {
 }
 
 ReadTable ReadWithMdbReader(const std::string& file, const std::string& table, long offset, long limit) {
+  qorvane::test::RequireOracle(qorvane::test::Oracle::MdbReader);
   std::string range = limit < 0 ? "" : " " + std::to_string(offset) + " " + std::to_string(limit);
   std::string output = Run("node " + Quote(DumpScript()) + " " + Quote(file) + " " + Quote(table) + range);
   Json json = JsonParser(output).Parse();
@@ -113,6 +115,7 @@ ReadTable ReadWithMdbReader(const std::string& file, const std::string& table, l
 
 void ForEachMdbExportRow(const std::string& file, const std::string& table,
                          const std::function<void(const std::vector<std::string>& columns, std::vector<Cell>& row)>& each_row) {
+  qorvane::test::RequireOracle(qorvane::test::Oracle::Mdbtools);
   std::string command = "mdb-export -D '%Y-%m-%d %H:%M:%S' -T '%Y-%m-%d %H:%M:%S' " + Quote(file) + " " + Quote(table);
   FILE* pipe = ::popen((command + " 2>/dev/null").c_str(), "r");
   if (!pipe) throw std::runtime_error("cannot run " + command);
@@ -170,8 +173,9 @@ void ForEachMdbExportRow(const std::string& file, const std::string& table,
 }
 
 bool Jetcheck(const std::string& file, std::string* output) {
+  qorvane::test::RequireOracle(qorvane::test::Oracle::Jetcheck);
   int status = 0;
-  std::string report = Run("python3 " + Quote(qorvane::test::FixturePath("../tools/jetcheck.py")) + " " + Quote(file),
+  std::string report = Run("python3 " + Quote(qorvane::test::JetcheckPath()) + " " + Quote(file),
                            &status);
   if (output) *output = report;
   return status == 0 && !report.empty();

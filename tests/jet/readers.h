@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "jet/database.h"
+#include "test_support/oracles.h"
 
 namespace qorvane::jet::test {
 
@@ -186,6 +187,7 @@ std::vector<std::map<std::string, Cell>> ReadWithMdbJson(const std::string& file
 
 // mdb-count's answer, or -1.
 inline long MdbCount(const std::string& file, const std::string& table) {
+  qorvane::test::RequireOracle(qorvane::test::Oracle::Mdbtools);
   std::string output = Run("mdb-count " + Quote(file) + " " + Quote(table));
   return output.empty() ? -1 : std::stol(output);
 }

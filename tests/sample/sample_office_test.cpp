@@ -18,6 +18,7 @@
 #include "foxpro/table.h"
 #include "sample/office_model.h"
 #include "sample/sample_office.h"
+#include "test_support/oracles.h"
 #include "test_support/run_command.h"
 #include "test_support/sample_office.h"
 #include "test_support/temp_dir.h"
@@ -143,6 +144,7 @@ TEST_F(SampleOffice, EveryTableAndIndexReadsBackWithOurReaderAndWithDbfread) {
     EXPECT_TRUE(check.unchecked.empty());
   }
 
+  test::RequireOracle(test::Oracle::Dbfread);
   std::string script = std::string(QORVANE_SOURCE_DIR) + "/tests/sample/dbfread_tables.py";
   std::istringstream lines(test::RunCommand("/usr/bin/python3 " + test::ShellQuote(script) + " " + test::ShellQuote(Folder())));
   std::size_t tables_read = 0;

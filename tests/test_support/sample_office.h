@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "foxpro/table_writer.h"
+#include "test_support/oracles.h"
 
 namespace qorvane::test {
 
@@ -54,6 +55,7 @@ using ExportedRow = std::map<std::string, std::string>;
 // ("-D '%m/%d/%Y'" for four-digit years).
 inline std::vector<ExportedRow> MdbExport(const std::string& path, const std::string& table,
                                           const std::string& options = "") {
+  RequireOracle(Oracle::Mdbtools);
   std::string csv = Command("mdb-export " + options + " " + ShellQuote(path) + " " + ShellQuote(table) + " 2>&1");
   std::vector<std::vector<std::string>> records(1);
   std::string cell;
