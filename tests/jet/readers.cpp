@@ -239,24 +239,28 @@ void ExpectIndexesMatchRows(const std::string& path, const std::string& name) {
   }
 }
 
-void ExpectReadersAgree(const std::string& path, const std::string& table) {
-  test::ReadTable ours = test::ReadWithEngine(path, table);
-  test::ReadTable theirs = test::ReadWithMdbReader(path, table);
+void ExpectSameRows(ReadTable ours, ReadTable theirs, const std::string& where) {
   std::sort(ours.rows.begin(), ours.rows.end());
   std::sort(theirs.rows.begin(), theirs.rows.end());
-  EXPECT_EQ(ours.row_count, static_cast<long>(ours.rows.size())) << table;
-  EXPECT_EQ(theirs.row_count, static_cast<long>(theirs.rows.size())) << table;
-  EXPECT_EQ(test::MdbCount(path, table), static_cast<long>(ours.rows.size())) << table;
-  EXPECT_EQ(test::ReadWithMdbJson(path, table).size(), ours.rows.size()) << table;
-  ASSERT_EQ(ours.rows.size(), theirs.rows.size()) << table;
+  EXPECT_EQ(ours.row_count, theirs.row_count) << where;
+  ASSERT_EQ(ours.columns, theirs.columns) << where;
+  ASSERT_EQ(ours.rows.size(), theirs.rows.size()) << where;
   for (std::size_t r = 0; r < ours.rows.size(); ++r) {
     for (std::size_t c = 0; c < ours.columns.size(); ++c) {
-      EXPECT_TRUE(test::SameCell(ours.rows[r][c], theirs.rows[r][c]))
-          << table << " row " << r << " column " << ours.columns[c] << ": ours "
+      EXPECT_TRUE(SameCell(ours.rows[r][c], theirs.rows[r][c]))
+          << where << " row " << r << " column " << ours.columns[c] << ": ours "
           << ours.rows[r][c].value_or("NULL").substr(0, 80) << ", mdb-reader "
           << theirs.rows[r][c].value_or("NULL").substr(0, 80);
     }
   }
+}
+
+void ExpectReadersAgree(const std::string& path, const std::string& table) {
+  ReadTable ours = ReadWithEngine(path, table);
+  EXPECT_EQ(ours.row_count, static_cast<long>(ours.rows.size())) << table;
+  EXPECT_EQ(MdbCount(path, table), static_cast<long>(ours.rows.size())) << table;
+  EXPECT_EQ(ReadWithMdbJson(path, table).size(), ours.rows.size()) << table;
+  ExpectSameRows(std::move(ours), ReadWithMdbReader(path, table), table);
 }
 
 }  // namespace qorvane::jet::test

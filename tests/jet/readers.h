@@ -15,6 +15,7 @@
 
 #include "jet/database.h"
 #include "test_support/oracles.h"
+#include "test_support/run_command.h"
 
 namespace qorvane::jet::test {
 
@@ -27,16 +28,11 @@ struct ReadTable {
   Rows rows;
 };
 
+// COMMAND's standard output (its standard error dropped); EXIT_STATUS gets its exit status.
 inline std::string Run(const std::string& command, int* exit_status = nullptr) {
-  std::string output;
-  FILE* pipe = ::popen((command + " 2>/dev/null").c_str(), "r");
-  if (!pipe) throw std::runtime_error("cannot run " + command);
-  char buffer[65536];
-  std::size_t n;
-  while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) output.append(buffer, n);
-  int status = ::pclose(pipe);
-  if (exit_status) *exit_status = status;
-  return output;
+  qorvane::test::CommandResult result = qorvane::test::RunForResult(command + " 2>/dev/null");
+  if (exit_status) *exit_status = result.status;
+  return result.out;
 }
 
 inline std::string Quote(const std::string& text) {
@@ -204,6 +200,10 @@ void ForEachMdbExportRow(const std::string& file, const std::string& table,
 // Runs the shared structural checker (jetcheck.py) on FILE; its report goes to OUTPUT. True
 // when it found nothing wrong.
 bool Jetcheck(const std::string& file, std::string* output = nullptr);
+
+// Our reading and mdb-reader's have the same stored row count, columns and rows, in any order
+// (readers differ on where relocated rows come); WHERE names the table in failures.
+void ExpectSameRows(ReadTable ours, ReadTable theirs, const std::string& where);
 
 // Our reader, mdb-reader and mdbtools (mdb-count, mdb-json) see the same rows of TABLE.
 void ExpectReadersAgree(const std::string& path, const std::string& table);

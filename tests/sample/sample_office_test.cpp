@@ -3,7 +3,6 @@
 // their proportions, a folder with tables refused, and the command's exit statuses.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
 
 #include <filesystem>
 #include <fstream>
@@ -283,20 +282,10 @@ TEST(SampleOfficeFolder, AFolderWithTablesIsRefusedAndLeftAsItWas) {
   EXPECT_EQ(os::ListDirectory(dir.path()), std::vector<std::string>{"OLD.DBF"});
 }
 
-struct CommandRun {
-  int status = -1;
-  std::string out;
-};
+using CommandRun = test::CommandResult;
 
 CommandRun Sample(const std::string& arguments) {
-  std::string command = std::string(QORVANE_CLI_PATH) + " sample " + arguments + " 2>&1";
-  CommandRun run;
-  FILE* pipe = popen(command.c_str(), "r");
-  char buffer[4096];
-  while (std::size_t n = fread(buffer, 1, sizeof buffer, pipe)) run.out.append(buffer, n);
-  int raw = pclose(pipe);
-  run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  return run;
+  return test::RunForResult(std::string(QORVANE_CLI_PATH) + " sample " + arguments + " 2>&1");
 }
 
 TEST(SampleCommand, ExitStatusesAndTheClosingLine) {

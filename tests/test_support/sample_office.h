@@ -3,14 +3,13 @@
 // through mdbtools' mdb-export (an independent reader) as rows of named cells.
 #pragma once
 
-#include <array>
-#include <cstdio>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "foxpro/table_writer.h"
 #include "test_support/oracles.h"
+#include "test_support/run_command.h"
 
 namespace qorvane::test {
 
@@ -32,15 +31,7 @@ inline void WriteFoxTable(const std::string& path, std::vector<foxpro::FieldSpec
 }
 
 // The standard output of a shell command.
-inline std::string Command(const std::string& command) {
-  std::string out;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (!pipe) return out;
-  std::array<char, 4096> buffer;
-  while (std::size_t n = fread(buffer.data(), 1, buffer.size(), pipe)) out.append(buffer.data(), n);
-  pclose(pipe);
-  return out;
-}
+inline std::string Command(const std::string& command) { return RunForResult(command).out; }
 
 inline std::string ShellQuote(const std::string& text) {
   std::string quoted = "'";
