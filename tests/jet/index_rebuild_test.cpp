@@ -8,6 +8,7 @@
 #include "common/os.h"
 #include "jet/database.h"
 #include "readers.h"
+#include "work_files.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::jet {
@@ -16,9 +17,7 @@ namespace {
 // Adds 600 customers, deletes the row at DELETE_AT (when given), changes another, commits, then
 // deletes a row of Order Details and commits again.
 void ChangeNorthwind(const std::string& path, std::optional<std::size_t> delete_at) {
-  DatabaseOptions options;
-  options.open_for = OpenFor::Writing;
-  auto database = Database::Open(path, options);
+  auto database = test::OpenForWriting(path);
   Table& customers = database->GetTable("Customers");
   for (int i = 0; i < 600; ++i) {
     std::vector<Value> row(customers.columns().size());
@@ -44,8 +43,7 @@ class IndexRebuild : public ::testing::TestWithParam<std::size_t> {};
 
 TEST_P(IndexRebuild, IndexesOfChangedTablesHoldExactlyTheLiveRows) {
   qorvane::test::TempDir dir;
-  std::string path = dir.path() + "/office.mdb";
-  os::CopyFile(qorvane::test::FixturePath("mdb/northwind-V2000.mdb"), path);
+  std::string path = test::CopyFixture(dir, "northwind-V2000.mdb");
   ChangeNorthwind(path, GetParam());
   EXPECT_NO_THROW(test::ExpectIndexesMatchRows(path, "Customers"));
   EXPECT_NO_THROW(test::ExpectIndexesMatchRows(path, "Order Details"));

@@ -6,17 +6,16 @@
 
 #include <functional>
 #include <set>
-#include <sstream>
 
 #include "common/error.h"
 #include "common/os.h"
 #include "common/utf8.h"
 #include "foxpro/codepage.h"
 #include "jet/create/create.h"
-#include "data/init_target.h"
 #include "jet/database.h"
 #include "jet/recordset.h"
 #include "readers.h"
+#include "work_files.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::jet {
@@ -24,17 +23,8 @@ namespace {
 
 using qorvane::test::TempDir;
 
-std::string NewOffice(const TempDir& dir) {
-  std::ostringstream out, err;
-  if (data::InitTarget(dir.path(), out, err) != 0) throw std::runtime_error(err.str());
-  return dir.path() + "/office.mdb";
-}
-
-std::unique_ptr<Database> OpenForWriting(const std::string& path) {
-  DatabaseOptions options;
-  options.open_for = OpenFor::Writing;
-  return Database::Open(path, options);
-}
+using test::NewOffice;
+using test::OpenForWriting;
 
 RowId InsertText(Table& table, const std::string& column, const std::string& text) {
   std::vector<Value> row(table.columns().size());
@@ -225,8 +215,7 @@ TEST(Keys, ValuesNoKeyCanHoldAreRefusedAtInsertAndCommitGoesOn) {
 // testUnicodeCompV2003.mdb): changes to that table still commit, the row's stored key carried.
 TEST(Keys, StoredKeysWeWouldNotBuildAreKeptAtCommit) {
   TempDir dir;
-  std::string path = dir.path() + "/unicode.mdb";
-  os::CopyFile(qorvane::test::FixturePath("mdb/testUnicodeCompV2003.mdb"), path);
+  std::string path = test::CopyFixture(dir, "testUnicodeCompV2003.mdb");
   {
     auto database = OpenForWriting(path);
     Table& table = database->GetTable("Table");
