@@ -62,7 +62,7 @@ ReadTable ReadWithEngine(const std::string& file, const std::string& name) {
 
 std::vector<std::map<std::string, Cell>> ReadWithMdbJson(const std::string& file, const std::string& table) {
   qorvane::test::RequireOracle(qorvane::test::Oracle::Mdbtools);
-  std::string output = Run("mdb-json -D '%Y-%m-%d %H:%M:%S' -T '%Y-%m-%d %H:%M:%S' " + Quote(file) + " " + Quote(table));
+  std::string output = Run("mdb-json " + kMdbDateOptions + " " + Quote(file) + " " + Quote(table));
   std::vector<std::map<std::string, Cell>> rows;
   std::size_t start = 0;
   while (start < output.size()) {
@@ -111,65 +111,6 @@ ReadTable ReadWithMdbReader(const std::string& file, const std::string& table, l
     }
   }
   return result;
-}
-
-void ForEachMdbExportRow(const std::string& file, const std::string& table,
-                         const std::function<void(const std::vector<std::string>& columns, std::vector<Cell>& row)>& each_row) {
-  qorvane::test::RequireOracle(qorvane::test::Oracle::Mdbtools);
-  std::string command = "mdb-export -D '%Y-%m-%d %H:%M:%S' -T '%Y-%m-%d %H:%M:%S' " + Quote(file) + " " + Quote(table);
-  FILE* pipe = ::popen((command + " 2>/dev/null").c_str(), "r");
-  if (!pipe) throw std::runtime_error("cannot run " + command);
-  std::vector<std::string> columns;
-  std::vector<Cell> record;
-  bool header = true;
-  // The reader's state between characters: inside quotes, just after a closing quote, a field so far.
-  bool quoted = false, after_quote = false, field_quoted = false;
-  std::string field;
-  auto end_field = [&] {
-    record.push_back(field_quoted || !field.empty() ? Cell(field) : Cell());
-    field.clear();
-    field_quoted = false;
-  };
-  auto end_record = [&] {
-    end_field();
-    if (header) {
-      for (const Cell& name : record) columns.push_back(name.value_or(""));
-      header = false;
-    } else {
-      each_row(columns, record);
-    }
-    record.clear();
-  };
-  char buffer[65536];
-  std::size_t n;
-  while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) {
-    for (std::size_t i = 0; i < n; ++i) {
-      char c = buffer[i];
-      if (quoted) {
-        if (c == '"') {
-          quoted = false;
-          after_quote = true;
-        } else {
-          field += c;
-        }
-        continue;
-      }
-      if (c == '"') {
-        if (after_quote) field += '"';  // a doubled quote inside quotes
-        quoted = true;
-        field_quoted = true;
-      } else if (c == ',') {
-        end_field();
-      } else if (c == '\n') {
-        end_record();
-      } else {
-        field += c;
-      }
-      after_quote = false;
-    }
-  }
-  if (!record.empty() || !field.empty()) end_record();
-  ::pclose(pipe);
 }
 
 bool Jetcheck(const std::string& file, std::string* output) {

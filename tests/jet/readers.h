@@ -35,11 +35,10 @@ inline std::string Run(const std::string& command, int* exit_status = nullptr) {
   return result.out;
 }
 
-inline std::string Quote(const std::string& text) {
-  std::string quoted = "'";
-  for (char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
-}
+inline std::string Quote(const std::string& text) { return qorvane::test::ShellQuote(text); }
+
+// Dates and times as mdb-json and mdb-export print them for comparison with the other readers.
+inline const std::string kMdbDateOptions = "-D '%Y-%m-%d %H:%M:%S' -T '%Y-%m-%d %H:%M:%S'";
 
 // A small JSON reader: enough for the readers' outputs.
 struct Json {
@@ -190,12 +189,6 @@ inline long MdbCount(const std::string& file, const std::string& table) {
 
 // Cells equal, numbers compared as numbers (the readers print them differently).
 bool SameCell(const Cell& a, const Cell& b);
-
-// What mdb-export (mdbtools) reads from TABLE, a row at a time as it comes (COLUMNS holds the
-// header's names), so a large table is never held whole: an unquoted empty field is null, dates
-// are "YYYY-MM-DD HH:MM:SS".
-void ForEachMdbExportRow(const std::string& file, const std::string& table,
-                         const std::function<void(const std::vector<std::string>& columns, std::vector<Cell>& row)>& each_row);
 
 // Runs the shared structural checker (jetcheck.py) on FILE; its report goes to OUTPUT. True
 // when it found nothing wrong.

@@ -16,6 +16,7 @@
 #include "common/os.h"
 #include "jet/database.h"
 #include "readers.h"
+#include "test_support/mdb_export.h"
 #include "work_files.h"
 #include "test_support/temp_dir.h"
 
@@ -383,9 +384,10 @@ void ExpectEveryReaderReads(const std::string& path, const std::string& name,
     }
   }
   RowCheck check("mdb-export", name, expected);
-  test::ForEachMdbExportRow(path, name, [&](const std::vector<std::string>& columns, std::vector<test::Cell>& row) {
-    check.Check(columns, row);
-  });
+  qorvane::test::ForEachMdbExportRow(path, name, test::kMdbDateOptions,
+                                     [&](const std::vector<std::string>& columns, std::vector<test::Cell>& row) {
+                                       check.Check(columns, row);
+                                     });
 }
 
 const std::vector<std::string> kWorkloadTables = {"Property", "Invoice", "Assigned", "Client",

@@ -26,6 +26,13 @@ inline CommandResult RunForResult(const std::string& command) {
   return result;
 }
 
+// TEXT in single quotes for /bin/sh, its own single quotes escaped.
+inline std::string ShellQuote(const std::string& text) {
+  std::string quoted = "'";
+  for (char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
+}
+
 // What COMMAND printed on standard output and standard error together.
 inline std::string RunCommand(const std::string& command) { return RunForResult(command + " 2>&1").out; }
 
