@@ -2,35 +2,24 @@
 // standard output, and the words that set the main form's choices.
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <fstream>
 #include <sstream>
-#include <sys/wait.h>
 
 #include "cli/choices.h"
+#include "test_support/run_command.h"
 #include "test_support/sample_office.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::cli {
 namespace {
 
-struct Result {
-  int status = -1;
-  std::string out;
-};
+using Result = test::CommandResult;
 
 // Runs qorvane with ARGS (already quoted), standard input from /dev/null, standard error dropped
 // (or, with BOTH_STREAMS, read together with standard output).
 Result RunQorvane(const std::string& args, bool both_streams = false) {
-  std::string command = std::string(QORVANE_CLI_PATH) + " " + args + " </dev/null " + (both_streams ? "2>&1" : "2>/dev/null");
-  Result result;
-  FILE* pipe = popen(command.c_str(), "r");
-  std::array<char, 4096> buffer;
-  while (std::size_t n = fread(buffer.data(), 1, buffer.size(), pipe)) result.out.append(buffer.data(), n);
-  int raw = pclose(pipe);
-  result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  return result;
+  return test::RunForResult(std::string(QORVANE_CLI_PATH) + " " + args + " </dev/null " +
+                            (both_streams ? "2>&1" : "2>/dev/null"));
 }
 
 std::string LastLine(const std::string& text) {
@@ -86,11 +75,7 @@ TEST_F(CommandLineTest, TheConfirmationOnStandardErrorSaysWhatTheRunWillChange) 
   ASSERT_EQ(RunQorvane("init-target " + target).status, 0);
   std::string command = std::string(QORVANE_CLI_PATH) + " convert " + common +
                         " --yes --quiet --steps none --clear client,invoice --files 1001 </dev/null 2>&1 >/dev/null";
-  std::string err;
-  FILE* pipe = popen(command.c_str(), "r");
-  std::array<char, 4096> buffer;
-  while (std::size_t n = fread(buffer.data(), 1, buffer.size(), pipe)) err.append(buffer.data(), n);
-  pclose(pipe);
+  std::string err = test::RunForResult(command).out;
   // What will change comes first, then the old question, and the answer stands beside "Convert now?".
   EXPECT_NE(err.find("qorvane: What this run will change:\n"), std::string::npos) << err;
   EXPECT_NE(err.find("\n- EMPTIES these tables of office.mdb first (Clear Data First): Clients."), std::string::npos) << err;
@@ -158,7 +143,8 @@ TEST_F(CommandLineTest, DamageReadPastIsShownAFewTimesPerFileAndLoggedInFull) {
 // what did not run, on standard output and at the end of the log, and a second run of the same
 // conversion reaches what one uninterrupted run reaches (mdb-count), nothing added twice.
 TEST_F(CommandLineTest, AStoppedRunSaysWhereAndTheSameRunAgainFinishesTheJob) {
-  if (test::Command("command -v mdb-count").empty()) GTEST_SKIP() << "mdb-count (mdbtools) is not installed";
+  test::RequireOracle(test::Oracle::Mdbtools);
+  test::RequireOracle(test::Oracle::Python3);
   // Enough orders that the run is still going when the signal comes from the polling below.
   ASSERT_EQ(RunQorvane("sample " + source + " --orders 12000").status, 0);
   ASSERT_EQ(RunQorvane("init-target " + target).status, 0);

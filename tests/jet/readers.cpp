@@ -61,7 +61,8 @@ ReadTable ReadWithEngine(const std::string& file, const std::string& name) {
 }
 
 std::vector<std::map<std::string, Cell>> ReadWithMdbJson(const std::string& file, const std::string& table) {
-  std::string output = Run("mdb-json -D '%Y-%m-%d %H:%M:%S' -T '%Y-%m-%d %H:%M:%S' " + Quote(file) + " " + Quote(table));
+  qorvane::test::RequireOracle(qorvane::test::Oracle::Mdbtools);
+  std::string output = Run("mdb-json " + kMdbDateOptions + " " + Quote(file) + " " + Quote(table));
   std::vector<std::map<std::string, Cell>> rows;
   std::size_t start = 0;
   while (start < output.size()) {
@@ -91,6 +92,7 @@ bool SameCell(const Cell& a, const Cell& b) {
 }
 
 ReadTable ReadWithMdbReader(const std::string& file, const std::string& table, long offset, long limit) {
+  qorvane::test::RequireOracle(qorvane::test::Oracle::MdbReader);
   std::string range = limit < 0 ? "" : " " + std::to_string(offset) + " " + std::to_string(limit);
   std::string output = Run("node " + Quote(DumpScript()) + " " + Quote(file) + " " + Quote(table) + range);
   Json json = JsonParser(output).Parse();
@@ -111,67 +113,10 @@ ReadTable ReadWithMdbReader(const std::string& file, const std::string& table, l
   return result;
 }
 
-void ForEachMdbExportRow(const std::string& file, const std::string& table,
-                         const std::function<void(const std::vector<std::string>& columns, std::vector<Cell>& row)>& each_row) {
-  std::string command = "mdb-export -D '%Y-%m-%d %H:%M:%S' -T '%Y-%m-%d %H:%M:%S' " + Quote(file) + " " + Quote(table);
-  FILE* pipe = ::popen((command + " 2>/dev/null").c_str(), "r");
-  if (!pipe) throw std::runtime_error("cannot run " + command);
-  std::vector<std::string> columns;
-  std::vector<Cell> record;
-  bool header = true;
-  // The reader's state between characters: inside quotes, just after a closing quote, a field so far.
-  bool quoted = false, after_quote = false, field_quoted = false;
-  std::string field;
-  auto end_field = [&] {
-    record.push_back(field_quoted || !field.empty() ? Cell(field) : Cell());
-    field.clear();
-    field_quoted = false;
-  };
-  auto end_record = [&] {
-    end_field();
-    if (header) {
-      for (const Cell& name : record) columns.push_back(name.value_or(""));
-      header = false;
-    } else {
-      each_row(columns, record);
-    }
-    record.clear();
-  };
-  char buffer[65536];
-  std::size_t n;
-  while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) {
-    for (std::size_t i = 0; i < n; ++i) {
-      char c = buffer[i];
-      if (quoted) {
-        if (c == '"') {
-          quoted = false;
-          after_quote = true;
-        } else {
-          field += c;
-        }
-        continue;
-      }
-      if (c == '"') {
-        if (after_quote) field += '"';  // a doubled quote inside quotes
-        quoted = true;
-        field_quoted = true;
-      } else if (c == ',') {
-        end_field();
-      } else if (c == '\n') {
-        end_record();
-      } else {
-        field += c;
-      }
-      after_quote = false;
-    }
-  }
-  if (!record.empty() || !field.empty()) end_record();
-  ::pclose(pipe);
-}
-
 bool Jetcheck(const std::string& file, std::string* output) {
+  qorvane::test::RequireOracle(qorvane::test::Oracle::Jetcheck);
   int status = 0;
-  std::string report = Run("python3 " + Quote(qorvane::test::FixturePath("../tools/jetcheck.py")) + " " + Quote(file),
+  std::string report = Run("python3 " + Quote(qorvane::test::JetcheckPath()) + " " + Quote(file),
                            &status);
   if (output) *output = report;
   return status == 0 && !report.empty();
@@ -235,24 +180,28 @@ void ExpectIndexesMatchRows(const std::string& path, const std::string& name) {
   }
 }
 
-void ExpectReadersAgree(const std::string& path, const std::string& table) {
-  test::ReadTable ours = test::ReadWithEngine(path, table);
-  test::ReadTable theirs = test::ReadWithMdbReader(path, table);
+void ExpectSameRows(ReadTable ours, ReadTable theirs, const std::string& where) {
   std::sort(ours.rows.begin(), ours.rows.end());
   std::sort(theirs.rows.begin(), theirs.rows.end());
-  EXPECT_EQ(ours.row_count, static_cast<long>(ours.rows.size())) << table;
-  EXPECT_EQ(theirs.row_count, static_cast<long>(theirs.rows.size())) << table;
-  EXPECT_EQ(test::MdbCount(path, table), static_cast<long>(ours.rows.size())) << table;
-  EXPECT_EQ(test::ReadWithMdbJson(path, table).size(), ours.rows.size()) << table;
-  ASSERT_EQ(ours.rows.size(), theirs.rows.size()) << table;
+  EXPECT_EQ(ours.row_count, theirs.row_count) << where;
+  ASSERT_EQ(ours.columns, theirs.columns) << where;
+  ASSERT_EQ(ours.rows.size(), theirs.rows.size()) << where;
   for (std::size_t r = 0; r < ours.rows.size(); ++r) {
     for (std::size_t c = 0; c < ours.columns.size(); ++c) {
-      EXPECT_TRUE(test::SameCell(ours.rows[r][c], theirs.rows[r][c]))
-          << table << " row " << r << " column " << ours.columns[c] << ": ours "
+      EXPECT_TRUE(SameCell(ours.rows[r][c], theirs.rows[r][c]))
+          << where << " row " << r << " column " << ours.columns[c] << ": ours "
           << ours.rows[r][c].value_or("NULL").substr(0, 80) << ", mdb-reader "
           << theirs.rows[r][c].value_or("NULL").substr(0, 80);
     }
   }
+}
+
+void ExpectReadersAgree(const std::string& path, const std::string& table) {
+  ReadTable ours = ReadWithEngine(path, table);
+  EXPECT_EQ(ours.row_count, static_cast<long>(ours.rows.size())) << table;
+  EXPECT_EQ(MdbCount(path, table), static_cast<long>(ours.rows.size())) << table;
+  EXPECT_EQ(ReadWithMdbJson(path, table).size(), ours.rows.size()) << table;
+  ExpectSameRows(std::move(ours), ReadWithMdbReader(path, table), table);
 }
 
 }  // namespace qorvane::jet::test

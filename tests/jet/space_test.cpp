@@ -12,12 +12,12 @@
 #include <functional>
 #include <map>
 #include <random>
-#include <sstream>
 
 #include "common/os.h"
-#include "data/init_target.h"
 #include "jet/database.h"
 #include "readers.h"
+#include "test_support/mdb_export.h"
+#include "work_files.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::jet {
@@ -26,18 +26,8 @@ namespace {
 using qorvane::test::TempDir;
 constexpr std::uint64_t kPage = 4096;
 
-std::string NewOffice(const TempDir& dir) {
-  std::ostringstream out, err;
-  EXPECT_EQ(data::InitTarget(dir.path(), out, err), 0) << err.str();
-  return dir.path() + "/office.mdb";
-}
-
-std::unique_ptr<Database> OpenForWriting(const std::string& path, std::size_t cache_pages = DatabaseOptions{}.cache_pages) {
-  DatabaseOptions options;
-  options.open_for = OpenFor::Writing;
-  options.cache_pages = cache_pages;
-  return Database::Open(path, options);
-}
+using test::NewOffice;
+using test::OpenForWriting;
 
 std::uint64_t FileSize(const std::string& path) { return std::filesystem::file_size(path); }
 
@@ -394,9 +384,10 @@ void ExpectEveryReaderReads(const std::string& path, const std::string& name,
     }
   }
   RowCheck check("mdb-export", name, expected);
-  test::ForEachMdbExportRow(path, name, [&](const std::vector<std::string>& columns, std::vector<test::Cell>& row) {
-    check.Check(columns, row);
-  });
+  qorvane::test::ForEachMdbExportRow(path, name, test::kMdbDateOptions,
+                                     [&](const std::vector<std::string>& columns, std::vector<test::Cell>& row) {
+                                       check.Check(columns, row);
+                                     });
 }
 
 const std::vector<std::string> kWorkloadTables = {"Property", "Invoice", "Assigned", "Client",
@@ -411,12 +402,12 @@ OfficeWorkload WriteThreeCycles(const std::string& path, long total, std::size_t
   std::mt19937 random(20240611);
   // Share of the rows inserted, and updates and deletes as shares of all rows, per cycle.
   const double kInserts[] = {0.5, 0.3, 0.2}, kUpdates[] = {0.0, 0.1, 0.1}, kDeletes[] = {0.0, 0.05, 0.05};
-  std::unique_ptr<Database> database = OpenForWriting(path, cache_pages);
+  std::unique_ptr<Database> database = OpenForWriting(path, {.cache_pages = cache_pages});
   OfficeWorkload workload(*database);
   for (int cycle = 0; cycle < 3; ++cycle) {
     if (cycle > 0) {
       database.reset();
-      database = OpenForWriting(path, cache_pages);
+      database = OpenForWriting(path, {.cache_pages = cache_pages});
       workload.set_database(*database);
     }
     long inserts = static_cast<long>(total * kInserts[cycle]), updates = static_cast<long>(total * kUpdates[cycle]),

@@ -11,38 +11,17 @@
 #include "common/os.h"
 #include "jet/database.h"
 #include "jet/format/table_definition.h"
-#include "jet/index/key.h"
 #include "readers.h"
+#include "work_files.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::jet {
 namespace {
 
-using qorvane::test::FixturePath;
 using qorvane::test::TempDir;
 
-// Rebuilds indexes when the index module is in; until then leaves them (tests of the rows).
-IndexMaintenance AvailableIndexMaintenance() {
-  try {
-    index::KeyTypeFromColumnType(0x04);
-    return IndexMaintenance::Rebuild;
-  } catch (const Error&) {
-    return IndexMaintenance::Skip;
-  }
-}
-
-std::string CopyFixture(const TempDir& dir, const std::string& fixture) {
-  std::string path = dir.path() + "/office.mdb";
-  os::CopyFile(FixturePath("mdb/" + fixture), path);
-  return path;
-}
-
-std::unique_ptr<Database> OpenForWriting(const std::string& path) {
-  DatabaseOptions options;
-  options.open_for = OpenFor::Writing;
-  options.index_maintenance = AvailableIndexMaintenance();
-  return Database::Open(path, options);
-}
+using test::CopyFixture;
+using test::OpenForWriting;
 
 std::string Repeat(const std::string& piece, std::size_t count) {
   std::string text;

@@ -20,6 +20,7 @@
 #include "common/os.h"
 #include "reliability_office.h"
 #include "test_support/office_folders.h"
+#include "test_support/oracles.h"
 
 namespace qorvane::reliability {
 namespace {
@@ -28,7 +29,8 @@ bool Contains(const std::string& text, const std::string& part) { return text.fi
 
 // Whether the database at PATH passes the independent structural checker.
 bool Verifies(const std::string& path) {
-  std::string out = test::Command("python3 " + std::string(QORVANE_SHARED_DIR) + "/tools/jetcheck.py " +
+  test::RequireOracle(test::Oracle::Jetcheck);
+  std::string out = test::Command("python3 " + test::ShellQuote(test::JetcheckPath()) + " " +
                                   test::ShellQuote(path) + " >/dev/null 2>&1; echo $?");
   return out == "0\n";
 }

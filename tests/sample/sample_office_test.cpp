@@ -3,7 +3,6 @@
 // their proportions, a folder with tables refused, and the command's exit statuses.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
 
 #include <filesystem>
 #include <fstream>
@@ -18,6 +17,7 @@
 #include "foxpro/table.h"
 #include "sample/office_model.h"
 #include "sample/sample_office.h"
+#include "test_support/oracles.h"
 #include "test_support/run_command.h"
 #include "test_support/sample_office.h"
 #include "test_support/temp_dir.h"
@@ -143,6 +143,7 @@ TEST_F(SampleOffice, EveryTableAndIndexReadsBackWithOurReaderAndWithDbfread) {
     EXPECT_TRUE(check.unchecked.empty());
   }
 
+  test::RequireOracle(test::Oracle::Dbfread);
   std::string script = std::string(QORVANE_SOURCE_DIR) + "/tests/sample/dbfread_tables.py";
   std::istringstream lines(test::RunCommand("/usr/bin/python3 " + test::ShellQuote(script) + " " + test::ShellQuote(Folder())));
   std::size_t tables_read = 0;
@@ -281,20 +282,10 @@ TEST(SampleOfficeFolder, AFolderWithTablesIsRefusedAndLeftAsItWas) {
   EXPECT_EQ(os::ListDirectory(dir.path()), std::vector<std::string>{"OLD.DBF"});
 }
 
-struct CommandRun {
-  int status = -1;
-  std::string out;
-};
+using CommandRun = test::CommandResult;
 
 CommandRun Sample(const std::string& arguments) {
-  std::string command = std::string(QORVANE_CLI_PATH) + " sample " + arguments + " 2>&1";
-  CommandRun run;
-  FILE* pipe = popen(command.c_str(), "r");
-  char buffer[4096];
-  while (std::size_t n = fread(buffer, 1, sizeof buffer, pipe)) run.out.append(buffer, n);
-  int raw = pclose(pipe);
-  run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  return run;
+  return test::RunForResult(std::string(QORVANE_CLI_PATH) + " sample " + arguments + " 2>&1");
 }
 
 TEST(SampleCommand, ExitStatusesAndTheClosingLine) {
