@@ -1,20 +1,22 @@
-// Our engine's rows in the dump script's forms, and mdb-json's rows.
+// Our engine's rows in the dump script's forms, and the comparisons with the independent readers.
 #include "readers.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
-
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 
+#include "common/utf8.h"
 #include "jet/value_text.h"
 #include "jet/index/key.h"
 #include "jet/index/tree.h"
 #include "jet/page_store.h"
 #include "jet/table_definition.h"
 #include "jet/usage_map.h"
+#include "test_support/mdb_export.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::jet::test {
@@ -60,25 +62,6 @@ ReadTable ReadWithEngine(const std::string& file, const std::string& name) {
   return result;
 }
 
-std::vector<std::map<std::string, Cell>> ReadWithMdbJson(const std::string& file, const std::string& table) {
-  qorvane::test::RequireOracle(qorvane::test::Oracle::Mdbtools);
-  std::string output = Run("mdb-json " + kMdbDateOptions + " " + Quote(file) + " " + Quote(table));
-  std::vector<std::map<std::string, Cell>> rows;
-  std::size_t start = 0;
-  while (start < output.size()) {
-    std::size_t end = output.find('\n', start);
-    if (end == std::string::npos) end = output.size();
-    std::string line = output.substr(start, end - start);
-    start = end + 1;
-    if (line.empty()) continue;
-    Json json = JsonParser(line).Parse();
-    std::map<std::string, Cell> row;
-    for (const auto& [key, value] : json.members) row[key] = value.kind == Json::Kind::Null ? Cell() : Cell(value.text);
-    rows.push_back(std::move(row));
-  }
-  return rows;
-}
-
 bool SameCell(const Cell& a, const Cell& b) {
   if (a.has_value() != b.has_value()) return false;
   if (!a) return true;
@@ -94,22 +77,18 @@ bool SameCell(const Cell& a, const Cell& b) {
 ReadTable ReadWithMdbReader(const std::string& file, const std::string& table, long offset, long limit) {
   qorvane::test::RequireOracle(qorvane::test::Oracle::MdbReader);
   std::string range = limit < 0 ? "" : " " + std::to_string(offset) + " " + std::to_string(limit);
-  std::string output = Run("node " + Quote(DumpScript()) + " " + Quote(file) + " " + Quote(table) + range);
-  Json json = JsonParser(output).Parse();
   ReadTable result;
-  if (const Json* count = json.Member("rowCount")) result.row_count = std::stol(count->text);
-  if (const Json* columns = json.Member("columns")) {
-    for (const auto& column : columns->items) result.columns.push_back(column.Member("name")->text);
-  }
-  if (const Json* rows = json.Member("rows")) {
-    for (const auto& row : rows->items) {
-      std::vector<Cell> cells;
-      for (const auto& item : row.items) {
-        cells.push_back(item.kind == Json::Kind::Null ? Cell() : Cell(item.text));
-      }
-      result.rows.push_back(std::move(cells));
-    }
-  }
+  long record = 0;
+  qorvane::test::ForEachCsvRecord("node " + Quote(DumpScript()) + " " + Quote(file) + " " + Quote(table) + range,
+                                  [&](std::vector<Cell>& cells) {
+                                    if (record++ == 0) {
+                                      result.row_count = std::stol(cells.at(0).value_or("-1"));
+                                    } else if (record == 2) {
+                                      for (const Cell& name : cells) result.columns.push_back(name.value_or(""));
+                                    } else {
+                                      result.rows.push_back(std::move(cells));
+                                    }
+                                  });
   return result;
 }
 
@@ -200,7 +179,9 @@ void ExpectReadersAgree(const std::string& path, const std::string& table) {
   ReadTable ours = ReadWithEngine(path, table);
   EXPECT_EQ(ours.row_count, static_cast<long>(ours.rows.size())) << table;
   EXPECT_EQ(MdbCount(path, table), static_cast<long>(ours.rows.size())) << table;
-  EXPECT_EQ(ReadWithMdbJson(path, table).size(), ours.rows.size()) << table;
+  std::size_t exported = 0;
+  qorvane::test::ForEachMdbExportRow(path, table, "", [&](const auto&, const auto&) { ++exported; });
+  EXPECT_EQ(exported, ours.rows.size()) << table;
   ExpectSameRows(std::move(ours), ReadWithMdbReader(path, table), table);
 }
 

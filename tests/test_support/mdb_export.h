@@ -17,18 +17,14 @@ namespace qorvane::test {
 
 using ExportCell = std::optional<std::string>;
 
-// Calls EACH_ROW with the header's names and each row of TABLE of the database at PATH as
-// `mdb-export OPTIONS` prints it: an unquoted empty field is null, "" inside quotes is a quote.
-inline void ForEachMdbExportRow(
-    const std::string& path, const std::string& table, const std::string& options,
-    const std::function<void(const std::vector<std::string>& columns, std::vector<ExportCell>& row)>& each_row) {
-  RequireOracle(Oracle::Mdbtools);
-  std::string command = "mdb-export " + options + " " + ShellQuote(path) + " " + ShellQuote(table) + " 2>/dev/null";
-  FILE* pipe = ::popen(command.c_str(), "r");
+// Calls EACH_RECORD with each record of the CSV that COMMAND prints (its standard error
+// dropped), as mdb-export writes it: an unquoted empty field is null, "" inside quotes is a
+// quote, and a quoted field may hold line breaks.
+inline void ForEachCsvRecord(const std::string& command,
+                             const std::function<void(std::vector<ExportCell>& record)>& each_record) {
+  FILE* pipe = ::popen((command + " 2>/dev/null").c_str(), "r");
   if (!pipe) throw std::runtime_error("cannot run " + command);
-  std::vector<std::string> columns;
   std::vector<ExportCell> record;
-  bool header = true;
   // The reader's state between characters: inside quotes, just after a closing quote, a field so far.
   bool quoted = false, after_quote = false, field_quoted = false;
   std::string field;
@@ -39,12 +35,7 @@ inline void ForEachMdbExportRow(
   };
   auto end_record = [&] {
     end_field();
-    if (header) {
-      for (const ExportCell& name : record) columns.push_back(name.value_or(""));
-      header = false;
-    } else {
-      each_row(columns, record);
-    }
+    each_record(record);
     record.clear();
   };
   char buffer[65536];
@@ -76,6 +67,22 @@ inline void ForEachMdbExportRow(
   }
   if (!record.empty() || !field.empty()) end_record();
   ::pclose(pipe);
+}
+
+// Calls EACH_ROW with the header's names and each row of TABLE of the database at PATH as
+// `mdb-export OPTIONS` prints it.
+inline void ForEachMdbExportRow(
+    const std::string& path, const std::string& table, const std::string& options,
+    const std::function<void(const std::vector<std::string>& columns, std::vector<ExportCell>& row)>& each_row) {
+  RequireOracle(Oracle::Mdbtools);
+  std::vector<std::string> columns;
+  bool header = true;
+  ForEachCsvRecord("mdb-export " + options + " " + ShellQuote(path) + " " + ShellQuote(table),
+                   [&](std::vector<ExportCell>& record) {
+                     if (!header) return each_row(columns, record);
+                     for (const ExportCell& name : record) columns.push_back(name.value_or(""));
+                     header = false;
+                   });
 }
 
 using ExportedRow = std::map<std::string, std::string>;

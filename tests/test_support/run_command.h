@@ -10,7 +10,7 @@
 namespace qorvane::test {
 
 struct CommandResult {
-  int status = -1;  // the exit status, or -1 when the command could not run or was killed
+  int status = -1;  // the exit status, 128 + the signal's number when killed, -1 when it could not run
   std::string out;  // standard output (standard error too when the command sends it there)
 };
 
@@ -22,7 +22,7 @@ inline CommandResult RunForResult(const std::string& command) {
   char buffer[65536];
   while (std::size_t got = std::fread(buffer, 1, sizeof buffer, pipe)) result.out.append(buffer, got);
   int raw = ::pclose(pipe);
-  result.status = raw != -1 && WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+  if (raw != -1) result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + WTERMSIG(raw);
   return result;
 }
 
