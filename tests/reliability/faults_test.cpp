@@ -288,17 +288,6 @@ TEST_F(Faults, AFullTmpfsUnderTheTargetIsReportedAndOfficeMdbStaysAsItWasOrWhole
   }
 }
 
-TEST_F(Faults, AReadOnlyTargetFolderIsRefusedBeforeAnyWork) {
-  OpenToEveryone();
-  ::chmod(target.c_str(), 0555);
-  CliRun run = Qorvane(ConvertArgs(dir.path(), source, target), true);
-  ::chmod(target.c_str(), 0777);
-  EXPECT_NE(run.status, 0);
-  EXPECT_TRUE(Contains(run.out, "Error # 70")) << run.out;
-  EXPECT_TRUE(Contains(run.out, target)) << run.out;
-  EXPECT_EQ(FileBytes(Office()), blank);
-}
-
 TEST_F(Faults, AReadOnlySourceFolderConvertsAndRefusesOnlyTheRepairs) {
   OpenToEveryone();
   convert::test_orders::PatchBytes(source + "/PROPERTY.DBF", "1003      ", "10#3      ");
@@ -360,11 +349,11 @@ TEST_F(Faults, OfficeMdbOpenInAnotherProgramIsRefusedForEitherKindOfLock) {
 }
 
 // A run with the Preliminary Corrections that may not write where it must stops before it
-// changes anything: office.mdb read-only or held by a second conversion (which stops right after
-// connecting, instead of walking every step with follow-on errors and repairing the source
-// anyway), or the source folder held by another run's repairs. One message names what, which
-// file and what to do; the exit status is 3; the source folder is as it was, and a second try
-// once the other has let go goes through.
+// changes anything: the target folder or office.mdb read-only, office.mdb held by a second
+// conversion (which stops right after connecting, instead of walking every step with follow-on
+// errors and repairing the source anyway), or the source folder held by another run's repairs.
+// One message names what, which file and what to do; the exit status is 3; the source folder
+// is as it was, and a second try once the other has let go goes through.
 TEST_F(Faults, ARunThatMayNotWriteStopsBeforeItRepairsTheSource) {
   OpenToEveryone();
   convert::test_orders::PatchBytes(source + "/PROPERTY.DBF", "1003      ", "10#3      ");
@@ -374,6 +363,12 @@ TEST_F(Faults, ARunThatMayNotWriteStopsBeforeItRepairsTheSource) {
     std::vector<std::string> message;
   };
   const Holder holders[] = {
+      {"the target folder read-only",
+       [&] {
+         ::chmod(target.c_str(), 0555);
+         return std::function<void()>([&] { ::chmod(target.c_str(), 0777); });
+       },
+       {"Error # 70", target}},
       {"office.mdb read-only",
        [&] {
          ::chmod(Office().c_str(), 0444);
