@@ -5,12 +5,15 @@
 #   make package - builds the Debian package build/package/qorvane_VERSION_ARCH.deb
 #                (install it with: apt install ./build/package/qorvane_*.deb)
 #   make fuzz  - builds the fuzz targets with clang and runs each for FUZZ_SECONDS (60)
+#   make coverage - builds instrumented in $(BUILD)-coverage, runs the suite and prints line,
+#                function and branch coverage of src/ per folder
+#   make test-ratio - lines of test code against lines of program code
 BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 CONFIGURE = cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_FLAGS) >/dev/null
 
-.PHONY: all deps deps-program configure build test demo bench fuzz package clean
+.PHONY: all deps deps-program configure build test coverage test-ratio demo bench fuzz package clean
 
 all: build
 
@@ -30,6 +33,14 @@ build: configure
 
 test: build
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS) --timeout 300
+
+# The whole suite on an instrumented Debug build of its own (gcc --coverage), then gcovr's
+# figures per source folder; every line in $(BUILD)-coverage/coverage/index.html.
+coverage: deps
+	@scripts/coverage $(BUILD)-coverage $(JOBS)
+
+test-ratio:
+	@scripts/test-ratio
 
 # The demo needs only the command line (and none of the test tools).
 demo: deps-program
@@ -58,4 +69,4 @@ fuzz: deps
 	@JOBS=$(JOBS) scripts/fuzz-run $(FUZZ_SECONDS) $(BUILD)-fuzz || [ $$? -eq 77 ]
 
 clean:
-	@rm -rf $(BUILD) $(BUILD)-fuzz
+	@rm -rf $(BUILD) $(BUILD)-fuzz $(BUILD)-coverage

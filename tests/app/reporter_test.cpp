@@ -19,30 +19,27 @@ class ReporterTest : public ::testing::Test {
   MainForm form{view, Settings("/nonexistent-settings"), clock};
 };
 
-TEST_F(ReporterTest, DiskFullShowsTheAbortRetryIgnoreBoxWithTheRoutineName) {
+// The file errors (61, 57, 71, 68) show the Abort/Retry/Ignore box with the routine's name and
+// return the answer; other numbers show no box and return 3; a locked database ends the program.
+TEST_F(ReporterTest, FileErrorsAskOthersShowNoBoxAndALockedDatabaseEndsTheProgram) {
   form.session().SetRoutine("ConvertPropertyDBF");
-  view.error_answer = MessageResult::Ignore;
-  EXPECT_EQ(form.ReportError(61, "Disk full"), kReportIgnore);
-  ASSERT_EQ(view.messages.size(), 1u);
+  struct Case {
+    int number;
+    MessageResult answer;
+    int returned;
+  };
+  for (const Case& c : {Case{61, MessageResult::Ignore, kReportIgnore}, Case{57, MessageResult::Retry, kReportRetry},
+                        Case{71, MessageResult::Abort, kReportAbort}, Case{68, MessageResult::Abort, kReportAbort},
+                        Case{3021, MessageResult::Abort, kReportOther}, Case{53, MessageResult::Abort, kReportOther}}) {
+    view.error_answer = c.answer;
+    EXPECT_EQ(form.ReportError(c.number, "Disk full"), c.returned) << c.number;
+  }
+  ASSERT_EQ(view.messages.size(), 4u);
   EXPECT_EQ(view.messages[0], "Disk full.\r\nError # 61 in module ConvertPropertyDBF.");
   EXPECT_EQ(view.titles[0], "Error");
-  view.error_answer = MessageResult::Retry;
-  EXPECT_EQ(form.ReportError(57, "Device I/O error"), kReportRetry);
-  view.error_answer = MessageResult::Abort;
-  EXPECT_EQ(form.ReportError(71, "Disk not ready"), kReportAbort);
-  EXPECT_EQ(form.ReportError(68, "Device unavailable"), kReportAbort);
-}
-
-TEST_F(ReporterTest, OtherNumbersShowNoBoxAndReturnThree) {
-  EXPECT_EQ(form.ReportError(3021, "No current record"), kReportOther);
-  EXPECT_EQ(form.ReportError(53, "File not found"), kReportOther);
-  EXPECT_TRUE(view.messages.empty());
-}
-
-TEST_F(ReporterTest, LockedDatabaseErrorEndsTheProgram) {
   EXPECT_THROW(form.ReportError(3218, "Could not update; currently locked"), ProgramEnd);
-  ASSERT_EQ(view.messages.size(), 1u);
-  EXPECT_NE(view.messages[0].find("may be corrupt"), std::string::npos);
+  ASSERT_EQ(view.messages.size(), 5u);
+  EXPECT_NE(view.messages[4].find("may be corrupt"), std::string::npos);
 }
 
 TEST_F(ReporterTest, RoutineNameIsAFixedTwentyCharacterField) {

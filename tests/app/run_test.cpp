@@ -396,15 +396,9 @@ TEST_F(RunTest, PreliminaryCorrectionsAndMassageRunInOrder) {
                    "Elapsed Time:  0 days  0 hrs  0 mins  0 secs"}));
 }
 
-TEST_F(RunTest, QuitWhileIdleEndsWithoutAPromptAndLogWritesAreHarmless) {
-  main_form.AddtoLogFile("nothing is open");
-  main_form.cmdQuit_Click();
-  EXPECT_EQ(view.prompts, 0);
-  EXPECT_TRUE(main_form.session().EndRequested);
-  EXPECT_FALSE(main_form.Form_Unload());
-}
-
-TEST_F(RunTest, ClosingTheWindowDuringARunAsksAndContinueCancelsTheClose) {
+// Closing the window during a run asks, and Continue cancels the close; Quit while idle ends
+// without a prompt, and a log write with no log open is harmless.
+TEST_F(RunTest, ClosingTheWindowDuringARunAsksAndQuitWhileIdleEndsWithoutAPrompt) {
   main_form.form().SetCheck(CheckBox::ckbProperty, true);
   bool cancelled = false;
   Register(&R::ConvertPropertyDBF, [&] {
@@ -414,6 +408,12 @@ TEST_F(RunTest, ClosingTheWindowDuringARunAsksAndContinueCancelsTheClose) {
   main_form.cmdNEWConvert();
   EXPECT_TRUE(cancelled);
   EXPECT_EQ(main_form.outcome(), RunOutcome::Completed);
+  int prompts = view.prompts;
+  main_form.AddtoLogFile("nothing is open");
+  main_form.cmdQuit_Click();
+  EXPECT_EQ(view.prompts, prompts);
+  EXPECT_TRUE(main_form.session().EndRequested);
+  EXPECT_FALSE(main_form.Form_Unload());
 }
 
 TEST_F(RunTest, ViewLogChoiceOpensTheLogAndACompletedRunStoresItsChoices) {
@@ -456,7 +456,7 @@ TEST_F(RunTest, RunsInOneSecondKeepEveryLogNumberedInTimeOrderAndAnUnsetTargetLo
 // A target folder that is not there is named, with what to do; the run is refused as for any
 // folder without office.mdb, and its log goes into the settings folder instead of an error
 // about the log file.
-TEST_F(RunTest, AMissingTargetFolderIsNamedAndTheRunRefusedWithoutAnError) {
+TEST_F(RunTest, AMissingTargetFolderIsNamedAndTheRunRefusedOrMadeByTheFace) {
   main_form.form().txtZulPath = dir.path() + "/no/such/folder";
   main_form.cmdNEWConvert();
   EXPECT_EQ(main_form.outcome(), RunOutcome::DirectoriesNotSet);
@@ -469,11 +469,9 @@ TEST_F(RunTest, AMissingTargetFolderIsNamedAndTheRunRefusedWithoutAnError) {
   EXPECT_EQ(main_form.LogPath().rfind(dir.path() + "/settings/ConvLog-", 0), 0u);
   EXPECT_FALSE(main_form.session().InConversion());
   EXPECT_TRUE(main_form.form().ButtonsEnabled);
-}
 
-// A face may make the missing folder (the window's "Create it with a blank office.mdb"): the
-// run then goes on in it.
-TEST_F(RunTest, AMissingTargetFolderAFaceMadeIsTakenAndTheRunGoesOn) {
+  // A face may make the missing folder (the window's "Create it with a blank office.mdb"): the
+  // run then goes on in it.
   std::string made = dir.path() + "/made";
   view.offer_folder = [&](const std::string& folder) {
     EXPECT_EQ(folder, dir.path() + "/no/such/folder/");
@@ -481,7 +479,6 @@ TEST_F(RunTest, AMissingTargetFolderAFaceMadeIsTakenAndTheRunGoesOn) {
     std::ofstream(made + "/office.mdb") << "x";
     return made;
   };
-  main_form.form().txtZulPath = dir.path() + "/no/such/folder";
   main_form.cmdNEWConvert();
   EXPECT_EQ(main_form.outcome(), RunOutcome::Completed);
   EXPECT_EQ(main_form.form().txtZulPath, made + "/");

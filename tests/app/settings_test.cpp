@@ -74,17 +74,8 @@ TEST(TickMassage, KeepsMassageDataAndItsThreeBoxesTogether) {
   }
 }
 
-TEST(SettingTag, ParsesTokenFileSectionKeyAndDefault) {
-  auto tag = SettingTag::Parse(tags::kTargetProgram);
-  ASSERT_TRUE(tag.has_value());
-  EXPECT_EQ(tag->directory_token, "<WINDIR>");
-  EXPECT_EQ(tag->file_name, "ZUL.INI");
-  EXPECT_EQ(tag->section, "PROGRAM ALIAS");
-  EXPECT_EQ(tag->key, "Brisalo Office Plus");
-  EXPECT_EQ(tag->default_value, "Brisalo Office/Fennick Plus");
-  EXPECT_FALSE(SettingTag::Parse("no brackets").has_value());
-}
-
+// The tags name the files, sections and keys read here: VL.ini's and ZUL.INI's data folders,
+// ZUL.INI's program alias (the target's caption), FOXCON.INI's last run.
 TEST(StartUp, DataDirectoriesComeFromTheProgramsSettingsFiles) {
   test::TempDir dir;
   std::string settings = dir.path() + "/settings";

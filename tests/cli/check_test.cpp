@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <filesystem>
 #include <map>
 
+#include "test_support/run_command.h"
 #include "test_support/sample_office.h"
 #include "test_support/temp_dir.h"
 #include "test_support/whole_tables.h"
@@ -17,20 +17,11 @@ namespace {
 
 using test::FoxText;
 
-struct CheckRun {
-  int status = -1;
-  std::string out;
-};
+using CheckRun = test::CommandResult;
 
 CheckRun Check(const std::string& folder, const std::string& options = "") {
-  std::string command = std::string(QORVANE_CLI_PATH) + " check --source " + test::ShellQuote(folder) + options + " 2>&1";
-  CheckRun run;
-  FILE* pipe = popen(command.c_str(), "r");
-  char buffer[4096];
-  while (std::size_t n = fread(buffer, 1, sizeof buffer, pipe)) run.out.append(buffer, n);
-  int raw = pclose(pipe);
-  run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  return run;
+  return test::RunForResult(std::string(QORVANE_CLI_PATH) + " check --source " + test::ShellQuote(folder) + options +
+                            " 2>&1");
 }
 
 // Every file of FOLDER with its bytes and its modification time.

@@ -18,6 +18,7 @@ namespace qorvane::convert {
 namespace {
 
 std::vector<std::string> SourceValues(const std::string& table, const std::string& field) {
+  test::RequireOracle(test::Oracle::Dbfread);
   std::string script = std::string(QORVANE_SOURCE_DIR) + "/tests/convert/dbf_values.py";
   std::string out = test::Command("/usr/bin/python3 " + test::ShellQuote(script) + " " + test::ShellQuote(table) + " " + field);
   std::vector<std::string> values;

@@ -148,6 +148,7 @@ TEST_F(ConnectionsTest, RowsWrittenDuringARunAreInOfficeMdbAfterItEvenAfterStop)
   EXPECT_EQ(main_form.outcome(), app::RunOutcome::Stopped);
   EXPECT_EQ(connections.target()[app::TargetControl::adoproperty].RecordSource, "Select * from property order by FileNumber");
   EXPECT_FALSE(connections.target_database().is_open());
+  test::RequireOracle(test::Oracle::Mdbtools);
   std::string exported = Command("mdb-export " + target + "/office.mdb Appraiser 2>&1");
   EXPECT_NE(exported.find("\"JANE ROE\""), std::string::npos) << exported;
 }

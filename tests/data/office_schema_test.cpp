@@ -14,6 +14,7 @@
 #include "jet/index/fixture_reader.h"
 #include "jet/index/tree.h"
 #include "jet/table.h"
+#include "test_support/oracles.h"
 #include "test_support/run_command.h"
 #include "test_support/temp_dir.h"
 
@@ -34,6 +35,14 @@ std::string Lower(std::string text) {
   return text;
 }
 
+// What mdb-reader sees in the database at PATH, one line per table (mdb_reader_summary.mjs).
+std::string MdbReaderSummary(const std::string& path) {
+  test::RequireOracle(test::Oracle::MdbReader);
+  const std::string entry = test::MdbReaderFolder() + "/node_modules/mdb-reader/lib/node/index.js";
+  const std::string script = std::string(QORVANE_SOURCE_DIR) + "/tests/data/mdb_reader_summary.mjs";
+  return RunCommand("node '" + script + "' '" + entry + "' '" + path + "'");
+}
+
 class OfficeDatabaseTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -46,6 +55,7 @@ class OfficeDatabaseTest : public ::testing::Test {
 };
 
 TEST_F(OfficeDatabaseTest, MdbtoolsSeeEveryTableColumnAndIndex) {
+  test::RequireOracle(test::Oracle::Mdbtools);
   EXPECT_EQ(RunCommand("mdb-ver '" + path_ + "'"), "JET4\n");
   const std::string schema = Lower(RunCommand("mdb-schema --indexes '" + path_ + "' postgres"));
   const std::string access = RunCommand("mdb-schema '" + path_ + "'");
@@ -74,10 +84,7 @@ TEST_F(OfficeDatabaseTest, MdbtoolsSeeEveryTableColumnAndIndex) {
 }
 
 TEST_F(OfficeDatabaseTest, MdbReaderReadsEveryTable) {
-  const std::string entry = std::string(QORVANE_SOURCE_DIR) + "/tools/mdb-reader/node_modules/mdb-reader/lib/node/index.js";
-  if (!os::IsRegularFile(entry)) GTEST_SKIP() << "mdb-reader is not installed (scripts/install-deps)";
-  const std::string script = std::string(QORVANE_SOURCE_DIR) + "/tests/data/mdb_reader_summary.mjs";
-  const std::string summary = RunCommand("node '" + script + "' '" + entry + "' '" + path_ + "'");
+  const std::string summary = MdbReaderSummary(path_);
   EXPECT_NE(summary.find("Property 0/0: ID:long:4 FileNumber:text:20"), std::string::npos) << summary;
   EXPECT_NE(summary.find("Status:memo"), std::string::npos) << summary;
   EXPECT_NE(summary.find("PaidInFull:boolean"), std::string::npos) << summary;
@@ -148,15 +155,12 @@ TEST_F(OfficeDatabaseTest, RowsAddedByTheEngineReadBack) {
     }
     database->Commit();
   }
+  test::RequireOracle(test::Oracle::Mdbtools);
   EXPECT_EQ(RunCommand("mdb-count '" + path_ + "' Client"), "3\n");
   const std::string exported = RunCommand("mdb-export '" + path_ + "' Client");
   EXPECT_NE(exported.find("\"O'Neil & Sons\""), std::string::npos) << exported;
   EXPECT_NE(exported.find("Crédit Agricole"), std::string::npos) << exported;
-  const std::string entry = std::string(QORVANE_SOURCE_DIR) + "/tools/mdb-reader/node_modules/mdb-reader/lib/node/index.js";
-  if (os::IsRegularFile(entry)) {
-    const std::string script = std::string(QORVANE_SOURCE_DIR) + "/tests/data/mdb_reader_summary.mjs";
-    EXPECT_NE(RunCommand("node '" + script + "' '" + entry + "' '" + path_ + "'").find("Client 3/3: "), std::string::npos);
-  }
+  EXPECT_NE(MdbReaderSummary(path_).find("Client 3/3: "), std::string::npos);
   test::FixtureFile file(path_);
   for (const test::FixtureTable& table : file.Tables()) {
     for (const test::FixtureIndex& index : table.indexes) {

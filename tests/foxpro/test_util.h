@@ -7,6 +7,8 @@
 #include <string>
 
 #include "foxpro/table.h"
+#include "test_support/oracles.h"
+#include "test_support/run_command.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::foxpro::test {
@@ -54,31 +56,13 @@ inline std::string DumpTable(const Table& table) {
   return out;
 }
 
-// Runs a command and returns its standard output; sets ok to false when it fails.
-inline std::string RunCommand(const std::string& command, bool& ok) {
-  std::string out;
-  FILE* pipe = ::popen(command.c_str(), "r");
-  if (!pipe) {
-    ok = false;
-    return out;
-  }
-  char buffer[65536];
-  std::size_t n;
-  while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
-  ok = ::pclose(pipe) == 0;
-  return out;
-}
-
-inline bool HaveDbfread() {
-  bool ok = false;
-  RunCommand("/usr/bin/python3 -c 'import dbfread' 2>/dev/null", ok);
-  return ok;
-}
-
 // The independent reader's dump of a table, with duplicate names printed as "<dup>".
 inline std::string DbfreadDump(const std::string& path, const std::string& encoding, bool& ok) {
+  qorvane::test::RequireOracle(qorvane::test::Oracle::Dbfread);
   std::string script = std::string(QORVANE_SOURCE_DIR) + "/tests/foxpro/dbfread_dump.py";
-  return RunCommand("/usr/bin/python3 " + script + " '" + path + "' " + encoding, ok);
+  qorvane::test::CommandResult result = qorvane::test::RunForResult("/usr/bin/python3 " + script + " '" + path + "' " + encoding);
+  ok = result.status == 0;
+  return result.out;
 }
 
 }  // namespace qorvane::foxpro::test

@@ -184,6 +184,11 @@ TEST_F(WindowTest, ShowsTheModelAndTakesTheUsersEdits) {
   EXPECT_TRUE(Get<QCheckBox>("ckbMassage")->isChecked());
   Get<QCheckBox>("ckbMassage")->setChecked(false);  // and clearing it clears the three
   EXPECT_FALSE(window->main_form().form().Checked(app::CheckBox::ckbmassageinvoice));
+  // Ticking "Massage Data" alone ticks its three boxes (the rules of the four are TickMassage's).
+  Get<QCheckBox>("ckbMassage")->click();
+  for (const char* box : {"ckbmassageproperty", "ckbmassageassigned", "ckbmassageinvoice"}) {
+    EXPECT_TRUE(Get<QCheckBox>(box)->isChecked()) << box;
+  }
   QTest::keyClicks(Get<QLineEdit>("lstfilenum"), "1001, 1002-A");
   EXPECT_EQ(window->main_form().form().lstfilenum, (std::vector<std::string>{"1001", "1002-A"}));
 }
@@ -376,8 +381,13 @@ TEST_F(WindowTest, EscapeDuringARunAsksAndContinueGoesOnWhileStopEndsTheProgram)
 }
 
 // The paused prompt as a person meets it: ESC (or closing it) is Continue; Stop takes its button.
-TEST_F(WindowTest, EscapeOnThePausedPromptContinuesAndStopNeedsItsButton) {
+// The confirmation is answered by Convert or Cancel, and ESC is Cancel.
+TEST_F(WindowTest, EscapeOnThePausedPromptContinuesAndStopNeedsItsButtonAndCancelsTheConfirmation) {
   OpenWithPlaceholders();
+  auto question = window->MakeConfirmation("What this run will change:\n...\n\nConvert now?");
+  EXPECT_EQ(question->findChild<QPushButton*>("cmdConfirmConvert")->text().toStdString(), "Convert");
+  EXPECT_EQ(question->escapeButton(), question->findChild<QPushButton*>("cmdConfirmCancel"));
+  EXPECT_EQ(question->defaultButton(), question->findChild<QPushButton*>("cmdConfirmCancel"));
   for (auto [key, expected] : std::vector<std::pair<bool, app::EscapeChoice>>{{true, app::EscapeChoice::Continue},
                                                                               {false, app::EscapeChoice::Stop}}) {
     bool press_escape = key;
@@ -393,34 +403,6 @@ TEST_F(WindowTest, EscapeOnThePausedPromptContinuesAndStopNeedsItsButton) {
     });
     EXPECT_EQ(window->PromptEscape(), expected);
   }
-}
-
-// The confirmation leads with what will change and is answered by Convert or Cancel (ESC is Cancel).
-TEST_F(WindowTest, TheConfirmationIsAnsweredByConvertOrCancel) {
-  OpenWithPlaceholders();
-  auto question = window->MakeConfirmation("What this run will change:\n...\n\nConvert now?");
-  EXPECT_EQ(question->findChild<QPushButton*>("cmdConfirmConvert")->text().toStdString(), "Convert");
-  EXPECT_EQ(question->escapeButton(), question->findChild<QPushButton*>("cmdConfirmCancel"));
-  EXPECT_EQ(question->defaultButton(), question->findChild<QPushButton*>("cmdConfirmCancel"));
-}
-
-// Ticking "Massage Data" alone ticks its three boxes, so the confirmation's promise is kept;
-// clearing the last of the three clears it.
-TEST_F(WindowTest, MassageDataTicksItsThreeBoxesAndTheLastOfThemClearsIt) {
-  OpenWithPlaceholders();
-  app::FormModel& form = window->main_form().form();
-  form.CheckBoxes.fill(0);
-  window->Refresh();
-  Get<QCheckBox>("ckbMassage")->click();
-  for (const char* box : {"ckbmassageproperty", "ckbmassageassigned", "ckbmassageinvoice"}) {
-    EXPECT_TRUE(Get<QCheckBox>(box)->isChecked()) << box;
-  }
-  Get<QCheckBox>("ckbmassageproperty")->click();
-  Get<QCheckBox>("ckbmassageassigned")->click();
-  EXPECT_TRUE(form.Checked(app::CheckBox::ckbMassage));
-  Get<QCheckBox>("ckbmassageinvoice")->click();
-  EXPECT_FALSE(form.Checked(app::CheckBox::ckbMassage));
-  EXPECT_FALSE(Get<QCheckBox>("ckbMassage")->isChecked());
 }
 
 // Each step's mark stands just before its own caption, nearer to it than to any other box.

@@ -7,7 +7,6 @@
 #include <array>
 #include <vector>
 
-#include "jet/format/pages.h"
 
 namespace qorvane::jet {
 namespace {
@@ -39,12 +38,6 @@ TEST(BytesTest, WritesPastTheEndAreDroppedAndAppendsAreLittleEndian) {
   AppendBig32(out, 0x0708090A);
   EXPECT_EQ(out, (std::vector<std::uint8_t>{0x02, 0x01, 0x06, 0x05, 0x04, 0x03, 0x07, 0x08, 0x09, 0x0A}));
   EXPECT_EQ(RowPointer::Decode(RowPointer{0x123456, 7}.Encode()), (RowPointer{0x123456, 7}));
-}
-
-TEST(BytesTest, HeaderMaskIsTheKnownKeystream) {
-  // The first bytes of RC4's keystream for key C7 DA 39 6B, as every Jet 4 header is masked.
-  const std::array<std::uint8_t, 8> expected = {0xB5, 0x6F, 0x03, 0x62, 0x61, 0x08, 0xC2, 0x55};
-  for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(format::kHeaderMask[i], expected[i]) << i;
 }
 
 }  // namespace

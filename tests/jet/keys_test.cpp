@@ -6,18 +6,17 @@
 
 #include <functional>
 #include <set>
-#include <sstream>
 
 #include "common/error.h"
 #include "common/os.h"
 #include "common/utf8.h"
 #include "foxpro/codepage.h"
 #include "jet/create/create.h"
-#include "data/init_target.h"
 #include "jet/database.h"
 #include "jet/index/key.h"
 #include "jet/recordset.h"
 #include "readers.h"
+#include "work_files.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::jet {
@@ -25,17 +24,8 @@ namespace {
 
 using qorvane::test::TempDir;
 
-std::string NewOffice(const TempDir& dir) {
-  std::ostringstream out, err;
-  if (data::InitTarget(dir.path(), out, err) != 0) throw std::runtime_error(err.str());
-  return dir.path() + "/office.mdb";
-}
-
-std::unique_ptr<Database> OpenForWriting(const std::string& path) {
-  DatabaseOptions options;
-  options.open_for = OpenFor::Writing;
-  return Database::Open(path, options);
-}
+using test::NewOffice;
+using test::OpenForWriting;
 
 RowId InsertText(Table& table, const std::string& column, const std::string& text) {
   std::vector<Value> row(table.columns().size());
@@ -55,11 +45,8 @@ std::vector<std::string> ReadBack(const std::string& path, const std::string& ta
 
 // The independent checker re-encodes every index key it has weights for.
 void ExpectCheckerPasses(const std::string& path) {
-  int status = 0;
-  std::string report = test::Run("python3 " + test::Quote(std::string(QORVANE_SHARED_DIR) + "/tools/jetcheck.py") +
-                                     " " + test::Quote(path),
-                                 &status);
-  EXPECT_EQ(status, 0) << report.substr(report.size() > 4000 ? report.size() - 4000 : 0);
+  std::string report;
+  EXPECT_TRUE(test::Jetcheck(path, &report)) << report.substr(report.size() > 4000 ? report.size() - 4000 : 0);
 }
 
 std::string ErrorOf(const std::function<void()>& action) {
@@ -264,8 +251,7 @@ TEST(Keys, ValuesNoKeyCanHoldAreRefusedAtInsertAndCommitGoesOn) {
 // testUnicodeCompV2003.mdb): changes to that table still commit, the row's stored key carried.
 TEST(Keys, StoredKeysWeWouldNotBuildAreKeptAtCommit) {
   TempDir dir;
-  std::string path = dir.path() + "/unicode.mdb";
-  os::CopyFile(qorvane::test::FixturePath("mdb/testUnicodeCompV2003.mdb"), path);
+  std::string path = test::CopyFixture(dir, "testUnicodeCompV2003.mdb");
   {
     auto database = OpenForWriting(path);
     Table& table = database->GetTable("Table");

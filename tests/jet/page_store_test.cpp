@@ -8,14 +8,13 @@
 
 #include <cerrno>
 #include <filesystem>
-#include <sstream>
 
 #include "common/error.h"
 #include "common/os.h"
-#include "data/init_target.h"
 #include "jet/database.h"
 #include "readers.h"
 #include "test_support/temp_dir.h"
+#include "work_files.h"
 
 namespace qorvane::jet {
 namespace {
@@ -23,17 +22,10 @@ namespace {
 using qorvane::test::TempDir;
 constexpr std::uint64_t kPage = 4096;
 
-std::string NewOffice(const TempDir& dir) {
-  std::ostringstream out, err;
-  EXPECT_EQ(data::InitTarget(dir.path(), out, err), 0) << err.str();
-  return dir.path() + "/office.mdb";
-}
+using test::NewOffice;
 
 std::unique_ptr<Database> OpenForWriting(const std::string& path, std::size_t cache_pages) {
-  DatabaseOptions options;
-  options.open_for = OpenFor::Writing;
-  options.cache_pages = cache_pages;
-  return Database::Open(path, options);
+  return test::OpenForWriting(path, {.cache_pages = cache_pages});
 }
 
 void InsertProperty(Table& property, int i) {

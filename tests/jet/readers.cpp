@@ -1,20 +1,22 @@
-// Our engine's rows in the dump script's forms, and mdb-json's rows.
+// Our engine's rows in the dump script's forms, and the comparisons with the independent readers.
 #include "readers.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
-
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 
+#include "common/utf8.h"
 #include "jet/value_text.h"
 #include "jet/index/key.h"
 #include "jet/index/tree.h"
 #include "jet/page_store.h"
 #include "jet/table_definition.h"
 #include "jet/usage_map.h"
+#include "test_support/mdb_export.h"
 #include "test_support/temp_dir.h"
 
 namespace qorvane::jet::test {
@@ -60,24 +62,6 @@ ReadTable ReadWithEngine(const std::string& file, const std::string& name) {
   return result;
 }
 
-std::vector<std::map<std::string, Cell>> ReadWithMdbJson(const std::string& file, const std::string& table) {
-  std::string output = Run("mdb-json -D '%Y-%m-%d %H:%M:%S' -T '%Y-%m-%d %H:%M:%S' " + Quote(file) + " " + Quote(table));
-  std::vector<std::map<std::string, Cell>> rows;
-  std::size_t start = 0;
-  while (start < output.size()) {
-    std::size_t end = output.find('\n', start);
-    if (end == std::string::npos) end = output.size();
-    std::string line = output.substr(start, end - start);
-    start = end + 1;
-    if (line.empty()) continue;
-    Json json = JsonParser(line).Parse();
-    std::map<std::string, Cell> row;
-    for (const auto& [key, value] : json.members) row[key] = value.kind == Json::Kind::Null ? Cell() : Cell(value.text);
-    rows.push_back(std::move(row));
-  }
-  return rows;
-}
-
 bool SameCell(const Cell& a, const Cell& b) {
   if (a.has_value() != b.has_value()) return false;
   if (!a) return true;
@@ -91,87 +75,27 @@ bool SameCell(const Cell& a, const Cell& b) {
 }
 
 ReadTable ReadWithMdbReader(const std::string& file, const std::string& table, long offset, long limit) {
+  qorvane::test::RequireOracle(qorvane::test::Oracle::MdbReader);
   std::string range = limit < 0 ? "" : " " + std::to_string(offset) + " " + std::to_string(limit);
-  std::string output = Run("node " + Quote(DumpScript()) + " " + Quote(file) + " " + Quote(table) + range);
-  Json json = JsonParser(output).Parse();
   ReadTable result;
-  if (const Json* count = json.Member("rowCount")) result.row_count = std::stol(count->text);
-  if (const Json* columns = json.Member("columns")) {
-    for (const auto& column : columns->items) result.columns.push_back(column.Member("name")->text);
-  }
-  if (const Json* rows = json.Member("rows")) {
-    for (const auto& row : rows->items) {
-      std::vector<Cell> cells;
-      for (const auto& item : row.items) {
-        cells.push_back(item.kind == Json::Kind::Null ? Cell() : Cell(item.text));
-      }
-      result.rows.push_back(std::move(cells));
-    }
-  }
+  long record = 0;
+  qorvane::test::ForEachCsvRecord("node " + Quote(DumpScript()) + " " + Quote(file) + " " + Quote(table) + range,
+                                  [&](std::vector<Cell>& cells) {
+                                    if (record++ == 0) {
+                                      result.row_count = std::stol(cells.at(0).value_or("-1"));
+                                    } else if (record == 2) {
+                                      for (const Cell& name : cells) result.columns.push_back(name.value_or(""));
+                                    } else {
+                                      result.rows.push_back(std::move(cells));
+                                    }
+                                  });
   return result;
 }
 
-void ForEachMdbExportRow(const std::string& file, const std::string& table,
-                         const std::function<void(const std::vector<std::string>& columns, std::vector<Cell>& row)>& each_row) {
-  std::string command = "mdb-export -D '%Y-%m-%d %H:%M:%S' -T '%Y-%m-%d %H:%M:%S' " + Quote(file) + " " + Quote(table);
-  FILE* pipe = ::popen((command + " 2>/dev/null").c_str(), "r");
-  if (!pipe) throw std::runtime_error("cannot run " + command);
-  std::vector<std::string> columns;
-  std::vector<Cell> record;
-  bool header = true;
-  // The reader's state between characters: inside quotes, just after a closing quote, a field so far.
-  bool quoted = false, after_quote = false, field_quoted = false;
-  std::string field;
-  auto end_field = [&] {
-    record.push_back(field_quoted || !field.empty() ? Cell(field) : Cell());
-    field.clear();
-    field_quoted = false;
-  };
-  auto end_record = [&] {
-    end_field();
-    if (header) {
-      for (const Cell& name : record) columns.push_back(name.value_or(""));
-      header = false;
-    } else {
-      each_row(columns, record);
-    }
-    record.clear();
-  };
-  char buffer[65536];
-  std::size_t n;
-  while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) {
-    for (std::size_t i = 0; i < n; ++i) {
-      char c = buffer[i];
-      if (quoted) {
-        if (c == '"') {
-          quoted = false;
-          after_quote = true;
-        } else {
-          field += c;
-        }
-        continue;
-      }
-      if (c == '"') {
-        if (after_quote) field += '"';  // a doubled quote inside quotes
-        quoted = true;
-        field_quoted = true;
-      } else if (c == ',') {
-        end_field();
-      } else if (c == '\n') {
-        end_record();
-      } else {
-        field += c;
-      }
-      after_quote = false;
-    }
-  }
-  if (!record.empty() || !field.empty()) end_record();
-  ::pclose(pipe);
-}
-
 bool Jetcheck(const std::string& file, std::string* output) {
+  qorvane::test::RequireOracle(qorvane::test::Oracle::Jetcheck);
   int status = 0;
-  std::string report = Run("python3 " + Quote(qorvane::test::FixturePath("../tools/jetcheck.py")) + " " + Quote(file),
+  std::string report = Run("python3 " + Quote(qorvane::test::JetcheckPath()) + " " + Quote(file),
                            &status);
   if (output) *output = report;
   return status == 0 && !report.empty();
@@ -235,24 +159,30 @@ void ExpectIndexesMatchRows(const std::string& path, const std::string& name) {
   }
 }
 
-void ExpectReadersAgree(const std::string& path, const std::string& table) {
-  test::ReadTable ours = test::ReadWithEngine(path, table);
-  test::ReadTable theirs = test::ReadWithMdbReader(path, table);
+void ExpectSameRows(ReadTable ours, ReadTable theirs, const std::string& where) {
   std::sort(ours.rows.begin(), ours.rows.end());
   std::sort(theirs.rows.begin(), theirs.rows.end());
-  EXPECT_EQ(ours.row_count, static_cast<long>(ours.rows.size())) << table;
-  EXPECT_EQ(theirs.row_count, static_cast<long>(theirs.rows.size())) << table;
-  EXPECT_EQ(test::MdbCount(path, table), static_cast<long>(ours.rows.size())) << table;
-  EXPECT_EQ(test::ReadWithMdbJson(path, table).size(), ours.rows.size()) << table;
-  ASSERT_EQ(ours.rows.size(), theirs.rows.size()) << table;
+  EXPECT_EQ(ours.row_count, theirs.row_count) << where;
+  ASSERT_EQ(ours.columns, theirs.columns) << where;
+  ASSERT_EQ(ours.rows.size(), theirs.rows.size()) << where;
   for (std::size_t r = 0; r < ours.rows.size(); ++r) {
     for (std::size_t c = 0; c < ours.columns.size(); ++c) {
-      EXPECT_TRUE(test::SameCell(ours.rows[r][c], theirs.rows[r][c]))
-          << table << " row " << r << " column " << ours.columns[c] << ": ours "
+      EXPECT_TRUE(SameCell(ours.rows[r][c], theirs.rows[r][c]))
+          << where << " row " << r << " column " << ours.columns[c] << ": ours "
           << ours.rows[r][c].value_or("NULL").substr(0, 80) << ", mdb-reader "
           << theirs.rows[r][c].value_or("NULL").substr(0, 80);
     }
   }
+}
+
+void ExpectReadersAgree(const std::string& path, const std::string& table) {
+  ReadTable ours = ReadWithEngine(path, table);
+  EXPECT_EQ(ours.row_count, static_cast<long>(ours.rows.size())) << table;
+  EXPECT_EQ(MdbCount(path, table), static_cast<long>(ours.rows.size())) << table;
+  std::size_t exported = 0;
+  qorvane::test::ForEachMdbExportRow(path, table, "", [&](const auto&, const auto&) { ++exported; });
+  EXPECT_EQ(exported, ours.rows.size()) << table;
+  ExpectSameRows(std::move(ours), ReadWithMdbReader(path, table), table);
 }
 
 }  // namespace qorvane::jet::test

@@ -1,19 +1,15 @@
 // Test support: runs the independent readers (the npm package mdb-reader through
-// tools/mdb-reader/dump-table.mjs, and mdbtools' mdb-json/mdb-count) on a database and puts
+// tools/mdb-reader/dump-table.mjs, and mdbtools' mdb-export/mdb-count) on a database and puts
 // our engine's view of a table in the same form, so a test compares them cell by cell.
 #pragma once
 
-#include <charconv>
-#include "common/utf8.h"
-#include <cstdio>
-#include <functional>
-#include <map>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "jet/database.h"
+#include "test_support/oracles.h"
+#include "test_support/run_command.h"
 
 namespace qorvane::jet::test {
 
@@ -26,149 +22,17 @@ struct ReadTable {
   Rows rows;
 };
 
+// COMMAND's standard output (its standard error dropped); EXIT_STATUS gets its exit status.
 inline std::string Run(const std::string& command, int* exit_status = nullptr) {
-  std::string output;
-  FILE* pipe = ::popen((command + " 2>/dev/null").c_str(), "r");
-  if (!pipe) throw std::runtime_error("cannot run " + command);
-  char buffer[65536];
-  std::size_t n;
-  while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) output.append(buffer, n);
-  int status = ::pclose(pipe);
-  if (exit_status) *exit_status = status;
-  return output;
+  qorvane::test::CommandResult result = qorvane::test::RunForResult(command + " 2>/dev/null");
+  if (exit_status) *exit_status = result.status;
+  return result.out;
 }
 
-inline std::string Quote(const std::string& text) {
-  std::string quoted = "'";
-  for (char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
-}
+inline std::string Quote(const std::string& text) { return qorvane::test::ShellQuote(text); }
 
-// A small JSON reader: enough for the readers' outputs.
-struct Json {
-  enum class Kind { Null, Bool, Number, String, Array, Object } kind = Kind::Null;
-  std::string text;  // Number (as written), String, Bool ("true"/"false")
-  std::vector<Json> items;
-  std::vector<std::pair<std::string, Json>> members;
-  const Json* Member(const std::string& name) const {
-    for (const auto& [key, value] : members) {
-      if (key == name) return &value;
-    }
-    return nullptr;
-  }
-};
-
-class JsonParser {
- public:
-  explicit JsonParser(const std::string& text) : text_(text) {}
-  Json Parse() {
-    Skip();
-    Json value;
-    char c = Peek();
-    if (c == '{') {
-      value.kind = Json::Kind::Object;
-      ++at_;
-      Skip();
-      if (Peek() == '}') return ++at_, value;
-      for (;;) {
-        Skip();
-        std::string key = String();
-        Skip();
-        Expect(':');
-        value.members.emplace_back(key, Parse());
-        Skip();
-        if (Peek() == ',') {
-          ++at_;
-          continue;
-        }
-        Expect('}');
-        return value;
-      }
-    }
-    if (c == '[') {
-      value.kind = Json::Kind::Array;
-      ++at_;
-      Skip();
-      if (Peek() == ']') return ++at_, value;
-      for (;;) {
-        value.items.push_back(Parse());
-        Skip();
-        if (Peek() == ',') {
-          ++at_;
-          continue;
-        }
-        Expect(']');
-        return value;
-      }
-    }
-    if (c == '"') {
-      value.kind = Json::Kind::String;
-      value.text = String();
-      return value;
-    }
-    if (text_.compare(at_, 4, "null") == 0) return at_ += 4, value;
-    if (text_.compare(at_, 4, "true") == 0 || text_.compare(at_, 5, "false") == 0) {
-      value.kind = Json::Kind::Bool;
-      value.text = text_[at_] == 't' ? "true" : "false";
-      at_ += value.text.size();
-      return value;
-    }
-    value.kind = Json::Kind::Number;
-    while (at_ < text_.size() && std::string("+-.0123456789eE").find(text_[at_]) != std::string::npos) {
-      value.text += text_[at_++];
-    }
-    if (value.text.empty()) throw std::runtime_error("bad JSON at " + std::to_string(at_));
-    return value;
-  }
-
- private:
-  char Peek() const { return at_ < text_.size() ? text_[at_] : '\0'; }
-  void Skip() {
-    while (at_ < text_.size() && std::isspace(static_cast<unsigned char>(text_[at_]))) ++at_;
-  }
-  void Expect(char c) {
-    if (Peek() != c) throw std::runtime_error(std::string("JSON: expected ") + c + " at " + std::to_string(at_));
-    ++at_;
-  }
-  std::string String() {
-    Expect('"');
-    std::string out;
-    while (at_ < text_.size() && text_[at_] != '"') {
-      char c = text_[at_++];
-      if (c != '\\') {
-        out += c;
-        continue;
-      }
-      char e = text_[at_++];
-      switch (e) {
-        case 'n': out += '\n'; break;
-        case 'r': out += '\r'; break;
-        case 't': out += '\t'; break;
-        case 'b': out += '\b'; break;
-        case 'f': out += '\f'; break;
-        case 'u': {
-          unsigned code = std::stoul(text_.substr(at_, 4), nullptr, 16);
-          at_ += 4;
-          if (code >= 0xD800 && code < 0xDC00 && text_.compare(at_, 2, "\\u") == 0) {
-            unsigned low = std::stoul(text_.substr(at_ + 2, 4), nullptr, 16);
-            if (low >= 0xDC00 && low < 0xE000) {
-              code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
-              at_ += 6;
-            }
-          }
-          if (code >= 0xD800 && code < 0xE000) code = 0xFFFD;
-          AppendUtf8(out, code);
-          break;
-        }
-        default: out += e;
-      }
-    }
-    Expect('"');
-    return out;
-  }
-  const std::string& text_;
-  std::size_t at_ = 0;
-};
+// Dates and times as mdb-export prints them for comparison with the other readers.
+inline const std::string kMdbDateOptions = "-D '%Y-%m-%d %H:%M:%S' -T '%Y-%m-%d %H:%M:%S'";
 
 inline std::string DumpScript() { return std::string(QORVANE_SOURCE_DIR) + "/tools/mdb-reader/dump-table.mjs"; }
 
@@ -181,11 +45,9 @@ Cell ScriptForm(const ColumnDefinition& column, const Value& value);
 // What our engine reads from TABLE, in the dump script's forms.
 ReadTable ReadWithEngine(const std::string& file, const std::string& table);
 
-// mdb-json's rows: one map column -> text per row (numbers as written, null when absent).
-std::vector<std::map<std::string, Cell>> ReadWithMdbJson(const std::string& file, const std::string& table);
-
 // mdb-count's answer, or -1.
 inline long MdbCount(const std::string& file, const std::string& table) {
+  qorvane::test::RequireOracle(qorvane::test::Oracle::Mdbtools);
   std::string output = Run("mdb-count " + Quote(file) + " " + Quote(table));
   return output.empty() ? -1 : std::stol(output);
 }
@@ -193,17 +55,15 @@ inline long MdbCount(const std::string& file, const std::string& table) {
 // Cells equal, numbers compared as numbers (the readers print them differently).
 bool SameCell(const Cell& a, const Cell& b);
 
-// What mdb-export (mdbtools) reads from TABLE, a row at a time as it comes (COLUMNS holds the
-// header's names), so a large table is never held whole: an unquoted empty field is null, dates
-// are "YYYY-MM-DD HH:MM:SS".
-void ForEachMdbExportRow(const std::string& file, const std::string& table,
-                         const std::function<void(const std::vector<std::string>& columns, std::vector<Cell>& row)>& each_row);
-
 // Runs the shared structural checker (jetcheck.py) on FILE; its report goes to OUTPUT. True
 // when it found nothing wrong.
 bool Jetcheck(const std::string& file, std::string* output = nullptr);
 
-// Our reader, mdb-reader and mdbtools (mdb-count, mdb-json) see the same rows of TABLE.
+// Our reading and mdb-reader's have the same stored row count, columns and rows, in any order
+// (readers differ on where relocated rows come); WHERE names the table in failures.
+void ExpectSameRows(ReadTable ours, ReadTable theirs, const std::string& where);
+
+// Our reader, mdb-reader and mdbtools (mdb-count, mdb-export) see the same rows of TABLE.
 void ExpectReadersAgree(const std::string& path, const std::string& table);
 
 // Every real index of TABLE holds exactly the keys of its live rows, in a tree the index

@@ -5,29 +5,20 @@
 
 #include "common/error.h"
 #include "common/os.h"
-#include "jet/index/key.h"
 #include "jet/recordset.h"
 #include "test_support/temp_dir.h"
+#include "work_files.h"
 
 namespace qorvane::jet {
 namespace {
 
-using qorvane::test::FixturePath;
 using qorvane::test::TempDir;
 
 class RecordsetTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    path_ = dir_.path() + "/office.mdb";
-    os::CopyFile(FixturePath("mdb/northwind-V2000.mdb"), path_);
-    DatabaseOptions options;
-    options.open_for = OpenFor::Writing;
-    try {
-      index::KeyTypeFromColumnType(0x04);
-    } catch (const Error&) {
-      options.index_maintenance = IndexMaintenance::Skip;
-    }
-    database_ = Database::Open(path_, options);
+    path_ = test::CopyFixture(dir_, "northwind-V2000.mdb");
+    database_ = test::OpenForWriting(path_);
   }
   TempDir dir_;
   std::string path_;

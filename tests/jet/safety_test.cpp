@@ -20,25 +20,15 @@
 #include "jet/database.h"
 #include "readers.h"
 #include "test_support/temp_dir.h"
+#include "work_files.h"
 
 namespace qorvane::jet {
 namespace {
 
-using qorvane::test::FixturePath;
 using qorvane::test::TempDir;
 
-std::string CopyFixture(const TempDir& dir, const std::string& fixture) {
-  std::string path = dir.path() + "/office.mdb";
-  os::CopyFile(FixturePath("mdb/" + fixture), path);
-  return path;
-}
-
-std::unique_ptr<Database> OpenForWriting(const std::string& path, std::uint64_t size_limit = std::uint64_t{1} << 31) {
-  DatabaseOptions options;
-  options.open_for = OpenFor::Writing;
-  options.size_limit = size_limit;
-  return Database::Open(path, options);
-}
+using test::CopyFixture;
+using test::OpenForWriting;
 
 // Table "Table" of delTestV2000.mdb: two Text(50) columns, no index.
 RowId AddRow(Database& database, const std::string& a) {
@@ -332,7 +322,7 @@ TEST(SizeLimit, AnInsertNeedingAPagePastTheLimitIsRefusedAndTheFileKept) {
   TempDir dir;
   std::string path = CopyFixture(dir, "delTestV2000.mdb");
   auto original = os::ReadWholeFile(path);
-  auto database = OpenForWriting(path, original.size() + 4 * 4096);
+  auto database = OpenForWriting(path, {.size_limit = original.size() + 4 * 4096});
   Error refused = Refusal([&] {
     for (int i = 0; i < 100000; ++i) AddRow(*database, std::string(40, 'x') + std::to_string(i));
   });
@@ -348,7 +338,7 @@ TEST(SizeLimit, ADatabaseAlreadyPastTheLimitIsRefusedAtCommitUnchanged) {
   TempDir dir;
   std::string path = CopyFixture(dir, "delTestV2000.mdb");
   auto original = os::ReadWholeFile(path);
-  auto database = OpenForWriting(path, original.size() - 4096);
+  auto database = OpenForWriting(path, {.size_limit = original.size() - 4096});
   database->GetTable("Table").Delete(database->GetTable("Table").RowIds().front());
   Error refused = Refusal([&] { database->Commit(); });
   EXPECT_EQ(refused.kind(), ErrorKind::Constraint) << refused.what();

@@ -148,15 +148,8 @@ const BadInput kBadInputs[] = {
      }},
     {"NotADatabaseNamedMdb", [](const Office& o) { WriteText(o.office(), std::string(8192, 'x')); },
      {"Error # 3343 in module AdoConnect: ", "/zul/office.mdb: not an Access database (no Jet header on page 0)"}, nullptr},
-    {"Jet3Target",
-     [](const Office& o) {
-       std::filesystem::copy_file(test::FixturePath("mdb/testV1997.mdb"), o.office(), std::filesystem::copy_options::overwrite_existing);
-     },
-     {"Error # 3343 in module AdoConnect: ", "/zul/office.mdb: an Access 97 (Jet 3) database; only Access 2000-2003 (Jet 4) .mdb files are supported"},
-     nullptr},
-    {"AccdbTarget", [](const Office& o) { PatchAt(o.office(), 4, "Standard ACE DB"); PatchAt(o.office(), 0x14, "\x02"); },
-     {"Error # 3343 in module AdoConnect: ", "/zul/office.mdb: an Access 2007 or later database (.accdb, ACE version byte 2); only Access 2000-2003 (Jet 4) .mdb files are supported"},
-     nullptr},
+    // (An Access 97 file, an .accdb, a password or an encrypted file are refused by the engine
+    // with their own words, in tests/jet/reading_test.cpp; the run shows them as it shows this.)
     // ---- a target of another shape ------------------------------------------------------------------
     {"TargetTablesLackColumnsTheConvertersWrite",
      [](const Office& o) {

@@ -20,21 +20,15 @@ namespace {
 
 bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
-struct KilledRun {
-  bool killed = false;
-  int status = -1;
-};
-
-// Runs the binary with ARGS and the test hooks in ENV ("QORVANE_TEST_KILL_AT=12").
-KilledRun RunWith(const std::string& env, const std::string& args) {
-  std::string command = env + " " + QORVANE_CLI_PATH + " " + args + " >/dev/null 2>&1; echo $?";
-  KilledRun run;
-  run.status = std::atoi(test::Command(command).c_str());
-  run.killed = run.status == 128 + SIGKILL;
-  return run;
+// The exit status of the binary run with ARGS and the test hooks in ENV ("QORVANE_TEST_KILL_AT=12").
+int RunWith(const std::string& env, const std::string& args) {
+  return test::RunForResult(env + " " + QORVANE_CLI_PATH + " " + args + " >/dev/null 2>&1").status;
 }
-KilledRun RunKilledAt(long change, const std::string& args) {
-  return RunWith("QORVANE_TEST_KILL_AT=" + std::to_string(change), args);
+// Whether the run was killed before its change number CHANGE; STATUS gets its exit status.
+bool KilledAt(long change, const std::string& args, int* status = nullptr) {
+  int exit_status = RunWith("QORVANE_TEST_KILL_AT=" + std::to_string(change), args);
+  if (status) *status = exit_status;
+  return exit_status == 128 + SIGKILL;
 }
 
 class Crashes : public ::testing::Test {
@@ -103,10 +97,8 @@ class Crashes : public ::testing::Test {
     EXPECT_EQ(ExportAll(office), reference);
     // The next run left every index in step with its table (the independent checker), and
     // nothing of the killed run's work files.
-    std::string indexes = test::Command("/usr/bin/python3 " + std::string(QORVANE_SOURCE_DIR) +
-                                        "/tests/reliability/cdxcheck_folder.py " + std::string(QORVANE_SHARED_DIR) +
-                                        "/tools " + test::ShellQuote(source) + " 2>&1; echo status $?");
-    EXPECT_TRUE(Contains(indexes, "status 0\n")) << indexes;
+    std::string indexes;
+    EXPECT_TRUE(IndexesAgree(source, &indexes)) << indexes;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(source)) {
       std::string name = entry.path().filename();
       EXPECT_FALSE(name.ends_with(".qorvane-new") || name.ends_with(".part")) << entry.path() << " was left behind";
@@ -128,9 +120,9 @@ TEST_F(Crashes, AKilledRunLeavesEverythingWholeAndTheNextRunFinishesTheWork) {
   for (long change = 1;; change += change / 3 + 1) {
     SCOPED_TRACE("killed before change " + std::to_string(change));
     Restore();
-    KilledRun run = RunKilledAt(change, Args());
-    if (!run.killed) {
-      EXPECT_EQ(run.status, 0);
+    int status = -1;
+    if (!KilledAt(change, Args(), &status)) {
+      EXPECT_EQ(status, 0);
       break;
     }
     ++killed_runs;
@@ -161,8 +153,7 @@ std::vector<long> ChangesInside(const std::string& list, const std::string& fold
 
 TEST_F(Crashes, AKillAtEachChangeOfTheSourceRepairsLeavesTablesThatReadAndWholeBackups) {
   const std::string list = dir.path() + "/changes";
-  KilledRun traced = RunWith("QORVANE_TEST_CHANGES=" + test::ShellQuote(list), Args());
-  ASSERT_EQ(traced.status, 0);
+  ASSERT_EQ(RunWith("QORVANE_TEST_CHANGES=" + test::ShellQuote(list), Args()), 0);
   std::string reference = ExportAll(target + "/office.mdb");
   std::vector<long> changes = ChangesInside(list, source);
   // Backups (each a copy, a sync and a rename) and the repairs' writes into the tables.
@@ -170,8 +161,8 @@ TEST_F(Crashes, AKillAtEachChangeOfTheSourceRepairsLeavesTablesThatReadAndWholeB
   for (long change : changes) {
     SCOPED_TRACE("killed before change " + std::to_string(change));
     Restore();
-    KilledRun run = RunKilledAt(change, Args());
-    ASSERT_TRUE(run.killed) << run.status;
+    int status = -1;
+    ASSERT_TRUE(KilledAt(change, Args(), &status)) << status;
     ExpectWholeAndFinishedByTheNextRun(reference);
   }
   RecordProperty("killed_runs", static_cast<int>(changes.size()));
@@ -217,7 +208,7 @@ TEST(CrashesOfAnIndexedOffice, TheNextRunPutsEveryIndexInStepAndFinishesTheRepai
   const std::string args = ConvertArgs(dir.path(), source, target, "--prelim");
   restore();
   const std::string list = dir.path() + "/changes";
-  ASSERT_EQ(RunWith("QORVANE_TEST_CHANGES=" + test::ShellQuote(list), args).status, 0);
+  ASSERT_EQ(RunWith("QORVANE_TEST_CHANGES=" + test::ShellQuote(list), args), 0);
   const auto repaired = tables();
   const auto converted = clients();
 
@@ -237,15 +228,13 @@ TEST(CrashesOfAnIndexedOffice, TheNextRunPutsEveryIndexInStepAndFinishesTheRepai
   for (long moment : moments) {
     SCOPED_TRACE("killed before change " + std::to_string(moment));
     restore();
-    ASSERT_TRUE(RunKilledAt(moment, args).killed);
+    ASSERT_TRUE(KilledAt(moment, args));
     CliRun again = Qorvane(args);
     EXPECT_EQ(again.status, 0) << again.out;
     EXPECT_TRUE(tables() == repaired) << "the tables differ from those a run never stopped repairs";
     EXPECT_EQ(clients(), converted);
-    std::string indexes = test::Command("/usr/bin/python3 " + std::string(QORVANE_SOURCE_DIR) +
-                                        "/tests/reliability/cdxcheck_folder.py " + std::string(QORVANE_SHARED_DIR) +
-                                        "/tools " + test::ShellQuote(source) + " 2>&1; echo status $?");
-    EXPECT_TRUE(Contains(indexes, "status 0\n")) << indexes;
+    std::string indexes;
+    EXPECT_TRUE(IndexesAgree(source, &indexes)) << indexes;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(source)) {
       std::string name = entry.path().filename();
       EXPECT_FALSE(name.ends_with(".qorvane-new") || name.ends_with(".part")) << entry.path() << " was left behind";
@@ -286,10 +275,8 @@ TEST(StaleIndexes, CheckNamesThemAndTheNextRunWithTheCorrectionsRebuildsThem) {
   EXPECT_TRUE(Contains(log, "property.cdx did not agree with property.dbf (property.cdx: tag FILE_NUM: ")) << log;
   EXPECT_TRUE(Contains(log, "; it was rebuilt from the table's records (both as they were are in " + source +
                                 "/qorvane-backup-")) << log;
-  std::string indexes = test::Command("/usr/bin/python3 " + std::string(QORVANE_SOURCE_DIR) +
-                                      "/tests/reliability/cdxcheck_folder.py " + std::string(QORVANE_SHARED_DIR) +
-                                      "/tools " + test::ShellQuote(source) + " 2>&1; echo status $?");
-  EXPECT_TRUE(Contains(indexes, "status 0\n")) << indexes;
+  std::string indexes;
+  EXPECT_TRUE(IndexesAgree(source, &indexes)) << indexes;
   bool kept = false;
   for (const auto& entry : std::filesystem::directory_iterator(source)) {
     if (entry.is_directory() && std::filesystem::exists(entry.path() / "property.cdx")) {

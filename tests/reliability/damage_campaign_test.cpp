@@ -218,20 +218,10 @@ std::vector<Case> RegressionCases() {
   return cases;
 }
 
-struct Outcome {
-  int status = -1;
-  std::string out;
-};
+using Outcome = test::CommandResult;
 
-Outcome RunCommand(const std::string& command) {
-  Outcome run;
-  FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
-  char buffer[4096];
-  while (std::size_t n = std::fread(buffer, 1, sizeof buffer, pipe)) run.out.append(buffer, n);
-  int raw = ::pclose(pipe);
-  run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + WTERMSIG(raw);
-  return run;
-}
+// COMMAND's status (128 + the signal when killed) and its standard output and error together.
+Outcome RunCommand(const std::string& command) { return test::RunForResult(command + " 2>&1"); }
 
 // What the run's summary says each step read and refused.
 struct StepCounts {

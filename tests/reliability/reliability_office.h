@@ -16,6 +16,8 @@
 #include "../convert/orders/order_office.h"
 #include "../convert/parties/party_office.h"
 #include "test_support/office_folders.h"
+#include "test_support/oracles.h"
+#include "test_support/run_command.h"
 #include "test_support/sample_office.h"
 
 namespace qorvane::reliability {
@@ -93,22 +95,23 @@ inline FolderSnapshot Snapshot(const std::string& folder) {
 
 inline std::string FileBytes(const std::string& path) { return test::Command("cat " + test::ShellQuote(path)); }
 
-struct CliRun {
-  int status = -1;
-  std::string out;  // standard output and standard error
-};
+// A run of the binary: its exit status (128 + the signal when killed), standard output and error.
+using CliRun = test::CommandResult;
 
 // Runs `qorvane ARGS` (already quoted), as the user nobody when AS_NOBODY and this is root.
 inline CliRun Qorvane(const std::string& args, bool as_nobody = false) {
   std::string prefix = as_nobody && ::geteuid() == 0 ? "setpriv --reuid=65534 --regid=65534 --clear-groups " : "";
-  std::string command = prefix + QORVANE_CLI_PATH + std::string(" ") + args + " 2>&1";
-  CliRun run;
-  FILE* pipe = ::popen(command.c_str(), "r");
-  char buffer[4096];
-  while (std::size_t n = std::fread(buffer, 1, sizeof buffer, pipe)) run.out.append(buffer, n);
-  int raw = ::pclose(pipe);
-  run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  return run;
+  return test::RunForResult(prefix + QORVANE_CLI_PATH + std::string(" ") + args + " 2>&1");
+}
+
+// Whether the independent index checker finds every index of the tables in SOURCE in step
+// with its table; its report goes to OUTPUT.
+inline bool IndexesAgree(const std::string& source, std::string* output = nullptr) {
+  test::CommandResult run = test::RunForResult("/usr/bin/python3 " + std::string(QORVANE_SOURCE_DIR) +
+                                               "/tests/reliability/cdxcheck_folder.py " + QORVANE_SHARED_DIR +
+                                               "/tools " + test::ShellQuote(source) + " 2>&1");
+  if (output) *output = run.out;
+  return run.status == 0;
 }
 
 // The convert command over SOURCE and TARGET with STEPS, answering yes, without progress.
@@ -120,6 +123,7 @@ inline std::string ConvertArgs(const std::string& root, const std::string& sourc
 
 // Every user table of the database at PATH as mdb-export prints it (mdb-tables lists them).
 inline std::string ExportAll(const std::string& path) {
+  test::RequireOracle(test::Oracle::Mdbtools);  // else both exports read "not found" and agree
   std::string all, tables = test::Command("mdb-tables -1 " + test::ShellQuote(path) + " 2>&1");
   std::size_t start = 0;
   for (std::size_t end; (end = tables.find('\n', start)) != std::string::npos; start = end + 1) {

@@ -1,9 +1,9 @@
 // Prints what the independent reader mdb-reader sees in an .mdb, for the engine's tests.
-//   node dump-table.mjs FILE          -> {"tables":[{"name","rowCount","scanned"}...]}
-//   node dump-table.mjs FILE TABLE    -> {"rowCount","columns":[{name,type,size}],"rows":[[cell...]...]}
+//   node dump-table.mjs FILE TABLE    -> CSV: the stored row count, the column names, then the rows
 //   node dump-table.mjs FILE TABLE OFFSET LIMIT -> the same for LIMIT rows from row OFFSET (large tables)
-// Cells are strings in the export's forms (dates "YYYY-MM-DD HH:MM:SS", booleans 1/0, binary
-// as hex, numbers as JavaScript prints them) or null.
+// The CSV is mdb-export's: every cell in double quotes (a quote doubled), a null left empty and
+// unquoted. Cells are in the export's forms (dates "YYYY-MM-DD HH:MM:SS", booleans 1/0, binary
+// as hex, numbers as JavaScript prints them).
 import { readFileSync } from "fs";
 import { createRequire } from "module";
 
@@ -28,16 +28,10 @@ function cell(value, type) {
   return String(value);
 }
 
-if (!tableName) {
-  const tables = reader.getTableNames().map((name) => {
-    const table = reader.getTable(name);
-    return { name, rowCount: table.rowCount, scanned: table.getData().length };
-  });
-  console.log(JSON.stringify({ tables }));
-} else {
-  const table = reader.getTable(tableName);
-  const columns = table.getColumns().map((c) => ({ name: c.name, type: c.type, size: c.size }));
-  const range = rowLimit === undefined ? {} : { rowOffset: Number(rowOffset), rowLimit: Number(rowLimit) };
-  const rows = table.getData(range).map((row) => columns.map((c) => cell(row[c.name], c.type)));
-  console.log(JSON.stringify({ rowCount: table.rowCount, columns, rows }));
-}
+const csv = (cells) => cells.map((c) => (c === null ? "" : `"${String(c).replaceAll('"', '""')}"`)).join(",");
+const table = reader.getTable(tableName);
+const columns = table.getColumns();
+const range = rowLimit === undefined ? {} : { rowOffset: Number(rowOffset), rowLimit: Number(rowLimit) };
+const lines = [csv([table.rowCount]), csv(columns.map((c) => c.name))];
+for (const row of table.getData(range)) lines.push(csv(columns.map((c) => cell(row[c.name], c.type))));
+process.stdout.write(lines.join("\n") + "\n");

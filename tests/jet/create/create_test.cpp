@@ -9,6 +9,7 @@
 #include "jet/create/create.h"
 #include "jet/database.h"
 #include "jet/table.h"
+#include "test_support/oracles.h"
 #include "test_support/run_command.h"
 #include "test_support/temp_dir.h"
 
@@ -18,6 +19,7 @@ namespace {
 using qorvane::test::RunCommand;
 
 TEST(CreateTest, BadSchemasAreRefusedAndLeaveNoFile) {
+  qorvane::test::RequireOracle(qorvane::test::Oracle::Mdbtools);
   test::TempDir dir;
   const std::string path = dir.path() + "/x.mdb";
   auto refused = [&](const TableSchema& table) {
@@ -41,6 +43,7 @@ TEST(CreateTest, BadSchemasAreRefusedAndLeaveNoFile) {
 // A schema of every column type and index kind, written and read back by mdbtools and by the
 // engine itself, with rows added.
 TEST(CreateTest, EveryColumnTypeAndIndexKindReadsBack) {
+  qorvane::test::RequireOracle(qorvane::test::Oracle::Mdbtools);
   test::TempDir dir;
   const std::string path = dir.path() + "/kinds.mdb";
   const TableSchema table{"Kinds",
