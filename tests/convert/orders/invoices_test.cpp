@@ -56,32 +56,22 @@ Source SmallOffice() {
   return office;
 }
 
-TEST_F(OrdersTest, InvoicesGetTheirAmountsDetailAndExpenseSlots) {
-  Write(SmallOffice());
+// One run of the small office, checked for every invoice, expense and payment; then a second
+// run over the same target after the office changed an order and an invoice.
+TEST_F(OrdersTest, InvoicesExpensesAndPaymentsConvertOnceAndASecondRunAddsNothing) {
+  Source office = SmallOffice();
+  Write(office);
   auto lines = Run(kOrderSteps);
   auto invoices = RowsBy("Invoice", "FileNumber");
   ASSERT_EQ(invoices.size(), 4u);  // 1001, 1002 (once), 12-3, 9999; the empty number is skipped
-
-  test::ExportedRow& first = invoices["1001-A"];
-  EXPECT_EQ(first["FileNumber"], "    1001-A");
-  EXPECT_EQ(first["InvoiceDate"], "5/6/2010");
-  EXPECT_EQ(first["Detail"], "Appraisal\r\n");
-  EXPECT_EQ(first["Check1"], "CK 100");
-  EXPECT_EQ(first["Check1Date"], "6/1/2010");
-  EXPECT_EQ(first["Check2Date"], "1/1/1900");
-  EXPECT_EQ(first["Check1Amount"], "80");
-  EXPECT_EQ(first["ReportFee"], "300");
-  EXPECT_EQ(first["InvoiceAmount"], "325.5");  // inv_exp + inv_fee
-  EXPECT_EQ(first["DESC2"], "Photos");         // the last EXP2 wins
-  EXPECT_EQ(first["DESC2AMOUNT"], "7.5");
-  EXPECT_EQ(first["DESC1"], "Courier");        // "exp1" is upper-cased; its 0 leaves the amount
-  EXPECT_EQ(first["DESC1AMOUNT"], "");
-  EXPECT_EQ(first["DESC3"], "");
-  EXPECT_EQ(invoices["1002-A"]["DESC3"], "Rush");
-  EXPECT_EQ(invoices["1002-A"]["DESC3AMOUNT"], "40");
-  EXPECT_EQ(invoices["1002-A"]["ReportFee"], "150");  // the first invoice of a number is kept
-  EXPECT_EQ(invoices["1002-A"]["Detail"], "\r\n");
-
+  // inv_exp + inv_fee; the last EXP2 wins; "exp1" is upper-cased and its 0 leaves the amount.
+  ExpectCells(invoices["1001-A"], {{"FileNumber", "    1001-A"}, {"InvoiceDate", "5/6/2010"}, {"Detail", "Appraisal\r\n"},
+                                   {"Check1", "CK 100"}, {"Check1Date", "6/1/2010"}, {"Check2Date", "1/1/1900"},
+                                   {"Check1Amount", "80"}, {"ReportFee", "300"}, {"InvoiceAmount", "325.5"},
+                                   {"DESC2", "Photos"}, {"DESC2AMOUNT", "7.5"}, {"DESC1", "Courier"},
+                                   {"DESC1AMOUNT", ""}, {"DESC3", ""}});
+  // The first invoice of a number is kept.
+  ExpectCells(invoices["1002-A"], {{"DESC3", "Rush"}, {"DESC3AMOUNT", "40"}, {"ReportFee", "150"}, {"Detail", "\r\n"}});
   EXPECT_TRUE(Has(lines, "CORRECTION: illegal INVOICE # (12#3) converted = 12-3"));
   std::vector<std::string> data = {
       "DATA: invoice.dbf invoice # 9999 has no order 9999-A in Property; the invoice is converted without it",
@@ -94,64 +84,49 @@ TEST_F(OrdersTest, InvoicesGetTheirAmountsDetailAndExpenseSlots) {
       "DATA: applied.dbf file number 8888-A has no order in Property; the payment is converted without it",
   };
   EXPECT_EQ(LinesStarting(lines, "DATA: "), data);
-  EXPECT_TRUE(Has(lines, "Invoice table conversion complete: 6 records"));
-  EXPECT_TRUE(Has(lines, "Appraiser Expense data conversion complete: 4 records"));
-  EXPECT_TRUE(Has(lines, "Applied table conversion complete: 6 records"));
-}
+  for (const char* line : {"Invoice table conversion complete: 6 records",
+                           "Appraiser Expense data conversion complete: 4 records",
+                           "Applied table conversion complete: 6 records"}) {
+    EXPECT_TRUE(Has(lines, line)) << line;
+  }
 
-TEST_F(OrdersTest, ExpensesAndPaymentsBecomeAssignedRowsOncePerKey) {
-  Write(SmallOffice());
-  Run(kOrderSteps);
+  // Appraiser expenses: one row per expense of a converted order; payments: the first of a file
+  // number and appraiser wins. An appraiser number the appraiser table does not know names the
+  // appraiser, who is added.
   auto assigned = RowsBy("Assigned", "FileNumberCodeAppraiser");
   ASSERT_EQ(assigned.size(), 7u);
-  // Appraiser expenses: one row per expense of a converted order.
-  EXPECT_EQ(assigned["1001-AE1SMITH"]["Amount"], "30");
+  ExpectCells(assigned["1001-AE1SMITH"], {{"Amount", "30"}, {"Description", "1"}, {"DescCode", "E1"},
+                                          {"FileNumber", "    1001-A"}});
+  ExpectCells(assigned["1001-A0SMITH"], {{"Amount", "200"}, {"Appraiser", "SMITH"},
+                                         {"Description", "Converted Form Payment"}, {"DescCode", "0"}});
   EXPECT_EQ(assigned["1001-AE2SMITH"]["Amount"], "15");
-  EXPECT_EQ(assigned["1001-AE1SMITH"]["Description"], "1");
-  EXPECT_EQ(assigned["1001-AE1SMITH"]["DescCode"], "E1");
-  EXPECT_EQ(assigned["1001-AE1SMITH"]["FileNumber"], "    1001-A");
-  // Payments: the first of a file number and appraiser wins.
-  test::ExportedRow& paid = assigned["1001-A0SMITH"];
-  EXPECT_EQ(paid["Amount"], "200");
-  EXPECT_EQ(paid["Appraiser"], "SMITH");
-  EXPECT_EQ(paid["Description"], "Converted Form Payment");
-  EXPECT_EQ(paid["DescCode"], "0");
   EXPECT_EQ(assigned["1001-A0JONES"]["Amount"], "50");
-  // An appraiser number the appraiser table does not know names the appraiser, who is added.
   EXPECT_EQ(assigned["1002-A0B99"]["Appraiser"], "B99");
   EXPECT_EQ(assigned["1002-A0"]["Appraiser"], "");
   EXPECT_EQ(assigned["8888-A0JONES"]["Amount"], "1");
   auto appraisers = RowsBy("Appraiser", "Appraiser");
   ASSERT_EQ(appraisers.size(), 1u);
-  EXPECT_EQ(appraisers["B99"]["ApprInfo"], "Automatically Added:     1002-A");
-  EXPECT_EQ(appraisers["B99"]["Active"], "1");
+  ExpectCells(appraisers["B99"], {{"ApprInfo", "Automatically Added:     1002-A"}, {"Active", "1"}});
   EXPECT_EQ(program.main_form->form().lstWasNotConverted, std::vector<std::string>{"Apprexp: 7777-A"});
-}
 
-TEST_F(OrdersTest, ASecondRunOverwritesOrdersInPlaceLeavesInvoicesAndAddsNothingTwice) {
-  Source office = SmallOffice();
-  Write(office);
-  Run(kOrderSteps);
+  // The second run overwrites orders in place, leaves invoices and adds nothing twice.
   auto before = RowsBy("Property", "FileNumber");
-  office.property[0][ "PR_STREET"] = Text("1 Oak Changed");
+  office.property[0]["PR_STREET"] = Text("1 Oak Changed");
   office.invoice[0]["INV_FEE"] = Number(1);
   Write(office);
-  auto lines = Run(kOrderSteps);
-
+  lines = Run(kOrderSteps);
   auto after = RowsBy("Property", "FileNumber");
   ASSERT_EQ(after.size(), 3u);
   EXPECT_EQ(after["1001-A"]["ID"], before["1001-A"]["ID"]);
   EXPECT_EQ(after["1001-A"]["Address"], "1 Oak Changed");
-  auto invoices = RowsBy("Invoice", "FileNumber");
+  invoices = RowsBy("Invoice", "FileNumber");
   EXPECT_EQ(invoices.size(), 4u);
   EXPECT_EQ(invoices["1001-A"]["ReportFee"], "300");
   EXPECT_EQ(Rows("Assigned").size(), 7u);
   EXPECT_EQ(Rows("Appraiser").size(), 1u);
   // The corrected order's number is now an invoice number: the order is refused.
   EXPECT_TRUE(Has(lines, "WARNING: illegal filenumber NOT converted =     12#3-A"));
-  EXPECT_NE(std::find(program.main_form->form().lstWasNotConverted.begin(),
-                      program.main_form->form().lstWasNotConverted.end(), "Property:     12#3-A"),
-            program.main_form->form().lstWasNotConverted.end());
+  EXPECT_TRUE(Has(program.main_form->form().lstWasNotConverted, "Property:     12#3-A"));
   EXPECT_TRUE(LinesStarting(lines, "DATA: invoice.dbf invoice # 1002 appears").empty());
   EXPECT_EQ(Ledger("invoice").count(app::RecordOutcome::Added), 0);
 }

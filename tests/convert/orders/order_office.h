@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "jet/database.h"
+#include "../expect_cells.h"
 #include "test_support/office_run.h"
 #include "test_support/sample_office.h"
 

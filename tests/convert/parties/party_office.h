@@ -18,6 +18,7 @@
 #include "app/ledger.h"
 #include "data/context.h"
 #include "foxpro/table_writer.h"
+#include "../expect_cells.h"
 #include "test_support/office_run.h"
 #include "test_support/plain_run.h"
 #include "test_support/sample_office.h"
