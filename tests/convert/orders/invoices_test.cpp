@@ -6,6 +6,7 @@
 
 #include <set>
 
+#include "../parties/party_office.h"
 #include "order_office.h"
 
 namespace qorvane::convert::test_orders {
@@ -242,22 +243,13 @@ TEST_F(OrdersTest, OrdersAndBillTosSeeTheClientKeysTheCorrectionWrote) {
   Source office = SmallOffice();
   office.property[0]["CLI_NUM"] = Text("100");
   Write(office);
-  // Every field the client step reads, blank where the test needs nothing.
-  std::vector<foxpro::FieldSpec> fields = {{"CLI_NUM", 'C', 10},    {"CLI_LNAME", 'C', 50}, {"PLAIN_NAME", 'C', 50},
-                                           {"CLI_BILL", 'C', 10},   {"CLI_STREET", 'C', 30}, {"CLI_ADDR2", 'C', 30},
-                                           {"CLI_ADDR3", 'C', 30},  {"CLI_PHONE", 'C', 14}, {"CLI_EXT", 'C', 5},
-                                           {"CLI_CONT", 'C', 30},   {"CLI_FAX", 'C', 14},   {"DUNS", 'C', 12},
-                                           {"PREF_BILL", 'L', 1}};
-  auto client = [&](const char* number, const char* key, const char* printed, const char* bill) {
-    std::vector<foxpro::Value> row(fields.size());
-    row[0] = Text(number);
-    row[1] = Text(key);
-    row[2] = Text(printed);
-    row[3] = Text(bill);
-    return row;
-  };
-  test::WriteFoxTable(source + "/CLIENT.DBF", fields,
-                      {client("100", "SMITH & SONS", "Smith and Sons", "200"), client("200", "HQ & CO", "HQ and Co", "")});
+  std::vector<std::vector<foxpro::Value>> clients;
+  for (const ClientRecord& client : {ClientRecord{.number = "100", .name = "SMITH & SONS", .printed_name = "Smith and Sons",
+                                                  .bill_to = "200"},
+                                     ClientRecord{.number = "200", .name = "HQ & CO", .printed_name = "HQ and Co"}}) {
+    clients.push_back(client.Values());
+  }
+  test::WriteFoxTable(source + "/CLIENT.DBF", ClientFields(), clients);
   app::FormModel& form = Load().form();
   for (Step step : {Step::Client, Step::Property}) form.SetCheck(app::InfoOf(step).check_box, true);
   form.SetCheck(app::CheckBox::ckbPrelim, true);

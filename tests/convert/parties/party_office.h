@@ -53,18 +53,8 @@ struct ClientRecord {
               phone = {}, ext = {}, contact = {}, fax = {}, duns = {};
   bool preferred_billing = false;
   std::vector<foxpro::Value> Values() const {
-    return {Fox(number),
-            Fox(name),
-            Fox(printed_name),
-            Fox(bill_to),
-            Fox(street),
-            Fox(addr2),
-            Fox(addr3),
-            Fox(phone),
-            Fox(ext),
-            Fox(contact),
-            Fox(fax),
-            Fox(duns),
+    return {Fox(number), Fox(name),   Fox(printed_name), Fox(bill_to), Fox(street), Fox(addr2), Fox(addr3),
+            Fox(phone),  Fox(ext),    Fox(contact),      Fox(fax),     Fox(duns),
             FoxLogical(preferred_billing)};
   }
 };
