@@ -6,11 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
-#include <sstream>
 
 #include "../app/fake_view.h"
 #include "data/fields.h"
