@@ -243,13 +243,13 @@ TEST_F(OrdersTest, OrdersAndBillTosSeeTheClientKeysTheCorrectionWrote) {
   Source office = SmallOffice();
   office.property[0]["CLI_NUM"] = Text("100");
   Write(office);
-  std::vector<std::vector<foxpro::Value>> clients;
+  std::vector<std::vector<foxpro::Value>> client_records;
   for (const ClientRecord& client : {ClientRecord{.number = "100", .name = "SMITH & SONS", .printed_name = "Smith and Sons",
                                                   .bill_to = "200"},
                                      ClientRecord{.number = "200", .name = "HQ & CO", .printed_name = "HQ and Co"}}) {
-    clients.push_back(client.Values());
+    client_records.push_back(client.Values());
   }
-  test::WriteFoxTable(source + "/CLIENT.DBF", ClientFields(), clients);
+  test::WriteFoxTable(source + "/CLIENT.DBF", ClientFields(), client_records);
   app::FormModel& form = Load().form();
   for (Step step : {Step::Client, Step::Property}) form.SetCheck(app::InfoOf(step).check_box, true);
   form.SetCheck(app::CheckBox::ckbPrelim, true);
