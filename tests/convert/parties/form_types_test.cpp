@@ -115,7 +115,8 @@ TEST(FormTypes, OfficeCodesGoThroughTheMappingAndOnlyNewTypesAreAdded) {
   std::set<std::string> reasons;
   for (const app::LedgerNote& note : ledger.notes()) reasons.insert(note.reason);
   EXPECT_EQ(reasons, (std::set<std::string>{"form code stands for no known form type", "no form code",
-                                            "form type already in FormTypes"}));
+                                            "form type already in FormTypes",
+                                            "the form type it stands for is already in FormTypes"}));
   ASSERT_FALSE(ledger.notes().empty());
   EXPECT_EQ(ledger.notes().front().record, "FORMS.DBF record 1 (Form_type F2000)");
 
