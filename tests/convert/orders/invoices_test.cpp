@@ -141,9 +141,8 @@ TEST_F(OrdersTest, ARunLimitedToListedNumbersConvertsOnlyThoseWhateverTheirJusti
   Write(office);
   auto lines = Run(kOrderSteps, {}, {"5555", "1001", "1002"});
   auto orders = RowsBy("Property", "FileNumber");
-  EXPECT_EQ(orders.size(), 2u);
-  EXPECT_EQ(orders.count("1001-A"), 1u);
-  EXPECT_EQ(orders.count("1002-A"), 1u);
+  ASSERT_EQ(orders.size(), 2u);
+  EXPECT_EQ(orders.count("1001-A") + orders.count("1002-A"), 2u);
   auto invoices = RowsBy("Invoice", "FileNumber");
   EXPECT_EQ(invoices.size(), 2u);
   EXPECT_EQ(invoices["1002-A"]["ReportFee"], "150");
@@ -157,11 +156,7 @@ TEST_F(OrdersTest, ARunLimitedToListedNumbersConvertsOnlyThoseWhateverTheirJusti
            message.find("- 5555 is in neither property.dbf nor invoice.dbf") != std::string::npos;
   }));
   // Payments take only the last listed number, which the order walks leave in txtfilenum.
-  for (auto& [key, row] : RowsBy("Assigned", "FileNumberCodeAppraiser")) {
-    if (row["DescCode"] == "0") {
-      EXPECT_EQ(row["FileNumber"], "    1002-A") << key;
-    }
-  }
+  EXPECT_EQ(PaidFileNumbers(), std::set<std::string>{"    1002-A"});
   EXPECT_EQ(RowsBy("Assigned", "FileNumberCodeAppraiser").count("1001-AE1SMITH"), 1u);
   // Each pass counts from 1.
   EXPECT_TRUE(Has(lines, "Property table conversion complete: 1 records"));
@@ -179,11 +174,7 @@ TEST_F(OrdersTest, ThePaymentStepTakesTheLastListedNumberWhateverStepsRanBefore)
   Write(SmallOffice());
   Run({Step::FormTypes, Step::Property}, {}, {});
   Run({Step::ApprExp, Step::Applied}, {}, {"1002", "1001"});
-  std::set<std::string> paid;
-  for (auto& [key, row] : RowsBy("Assigned", "FileNumberCodeAppraiser")) {
-    if (row["DescCode"] == "0") paid.insert(row["FileNumber"]);
-  }
-  EXPECT_EQ(paid, std::set<std::string>{"    1001-A"});
+  EXPECT_EQ(PaidFileNumbers(), std::set<std::string>{"    1001-A"});
   EXPECT_EQ(RowsBy("Assigned", "FileNumberCodeAppraiser").count("1001-AE1SMITH"), 1u);
 }
 

@@ -12,6 +12,7 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -167,6 +168,15 @@ class OrdersTest : public ::testing::Test, public test::OfficeRun {
       rows[key] = row;
     }
     return rows;
+  }
+
+  // The file numbers of the Assigned rows that hold payments (description code 0).
+  std::set<std::string> PaidFileNumbers() const {
+    std::set<std::string> paid;
+    for (auto& [key, row] : RowsBy("Assigned", "FileNumberCodeAppraiser")) {
+      if (row["DescCode"] == "0") paid.insert(row["FileNumber"]);
+    }
+    return paid;
   }
 
   // Writes VALUE into COLUMN of every row of TABLE whose MATCH column holds MATCH_VALUE.
