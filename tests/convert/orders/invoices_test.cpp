@@ -178,29 +178,10 @@ TEST_F(OrdersTest, ThePaymentStepTakesTheLastListedNumberWhateverStepsRanBefore)
   EXPECT_EQ(RowsBy("Assigned", "FileNumberCodeAppraiser").count("1001-AE1SMITH"), 1u);
 }
 
-// With the corrections, a listed number as the office knows it ("12#3") is found in its
-// corrected form, and its earlier row under the corrected key is converted afresh.
-TEST_F(OrdersTest, AListedIllegalNumberIsFoundInItsCorrectedForm) {
-  Write(SmallOffice());
-  Run(kOrderSteps);
-  auto first_id = RowsBy("Property", "FileNumber")["12-3-A"]["ID"];
-  app::FormModel& form = Load().form();
-  for (Step step : kOrderSteps) form.SetCheck(app::InfoOf(step).check_box, true);
-  form.SetCheck(app::CheckBox::ckbPrelim, true);
-  form.lstfilenum = {"12#3"};
-  Convert();
-  EXPECT_TRUE(form.FileNumbersNotFound.empty());
-  auto orders = RowsBy("Property", "FileNumber");
-  EXPECT_EQ(orders.size(), 3u);
-  EXPECT_NE(orders["12-3-A"]["ID"], first_id);
-  EXPECT_EQ(orders["12-3-A"]["Address"], "3 Oak");
-  EXPECT_EQ(RowsBy("Invoice", "FileNumber").count("12-3-A"), 1u);
-}
-
 // Client expenses were looked up by the SQL-quoted number, so a number holding ' or # lost
 // every expense; and an expense of an order whose number was corrected was refused against the
 // order's own invoice.
-TEST_F(OrdersTest, ExpensesOfNumbersHoldingQuotesHashesAndCorrectionsAreKept) {
+TEST_F(OrdersTest, ExpensesOfNumbersHoldingQuotesHashesAndCorrectionsAreKeptAndAListedIllegalNumberFound) {
   Source office = SmallOffice();
   office.property.push_back({{"FILE_NUM", Text("77'1")}, {"PR_STREET", Text("4 Oak")}});
   office.invoice.push_back({{"INV_NUM", Text("77'1")}, {"INV_FEE", Number(20)}});
@@ -214,17 +195,24 @@ TEST_F(OrdersTest, ExpensesOfNumbersHoldingQuotesHashesAndCorrectionsAreKept) {
   Write(office);
   auto lines = Run(kOrderSteps, {app::MassageStep::Invoice});
   auto invoices = RowsBy("Invoice", "FileNumber");
-  EXPECT_EQ(invoices["77'1-A"]["DESC1"], "Mileage");
-  EXPECT_EQ(invoices["77'1-A"]["DESC1AMOUNT"], "9");
-  EXPECT_EQ(invoices["77'1-A"]["InvoiceAmount"], "29");  // the massage keeps the expense in the total
-  EXPECT_EQ(invoices["30-90-A"]["DESC2"], "Photos");
-  EXPECT_EQ(invoices["30-90-A"]["DESC2AMOUNT"], "4");
-
-  auto assigned = RowsBy("Assigned", "FileNumberCodeAppraiser");
-  EXPECT_EQ(assigned["12-3-AE1JONES"]["Amount"], "8");
-  EXPECT_EQ(assigned["12-3-AE1JONES"]["FileNumber"], "    12-3-A");
+  // The massage keeps the expense in the total.
+  ExpectCells(invoices["77'1-A"], {{"DESC1", "Mileage"}, {"DESC1AMOUNT", "9"}, {"InvoiceAmount", "29"}});
+  ExpectCells(invoices["30-90-A"], {{"DESC2", "Photos"}, {"DESC2AMOUNT", "4"}});
+  ExpectCells(RowsBy("Assigned", "FileNumberCodeAppraiser")["12-3-AE1JONES"],
+              {{"Amount", "8"}, {"FileNumber", "    12-3-A"}});
   EXPECT_TRUE(LinesStarting(lines, "WARNING: illegal filenumber NOT converted").empty());
   EXPECT_EQ(program.main_form->form().lstWasNotConverted, std::vector<std::string>{"Apprexp: 7777-A"});
+
+  // With the corrections, a listed number as the office knows it ("12#3") is found in its
+  // corrected form, and its earlier row under the corrected key is converted afresh.
+  auto first_id = RowsBy("Property", "FileNumber")["12-3-A"]["ID"];
+  Run(kOrderSteps, {}, {"12#3"}, true);
+  EXPECT_TRUE(program.main_form->form().FileNumbersNotFound.empty());
+  auto orders = RowsBy("Property", "FileNumber");
+  EXPECT_EQ(orders.size(), 4u);
+  EXPECT_NE(orders["12-3-A"]["ID"], first_id);
+  EXPECT_EQ(orders["12-3-A"]["Address"], "3 Oak");
+  EXPECT_EQ(RowsBy("Invoice", "FileNumber").count("12-3-A"), 1u);
 }
 
 // The duplicate-client correction writes the new keys through one control on client.dbf; the
@@ -241,19 +229,12 @@ TEST_F(OrdersTest, OrdersAndBillTosSeeTheClientKeysTheCorrectionWrote) {
     client_records.push_back(client.Values());
   }
   test::WriteFoxTable(source + "/CLIENT.DBF", ClientFields(), client_records);
-  app::FormModel& form = Load().form();
-  for (Step step : {Step::Client, Step::Property}) form.SetCheck(app::InfoOf(step).check_box, true);
-  form.SetCheck(app::CheckBox::ckbPrelim, true);
-  Convert();
+  Run({Step::Client, Step::Property}, {}, {}, true);
   // Sorted by key, HQ & CO (200) comes first and takes the empty key before it; SMITH & SONS
   // (100) takes the key before it, as the correction always made them.
-  EXPECT_EQ(form.lstafterdup, (std::vector<std::string>{"200", "100HQ & CO"}));
-  auto orders = RowsBy("Property", "FileNumber");
-  EXPECT_EQ(orders["1001-A"]["Client"], "100HQ & CO");
-  EXPECT_EQ(orders["1001-A"]["BillTo"], "200");
-  auto clients = RowsBy("Client", "OldCliNum");
-  EXPECT_EQ(clients["100"]["Client"], "100HQ & CO");
-  EXPECT_EQ(clients["100"]["BillTo"], "200");
+  EXPECT_EQ(program.main_form->form().lstafterdup, (std::vector<std::string>{"200", "100HQ & CO"}));
+  ExpectCells(RowsBy("Property", "FileNumber")["1001-A"], {{"Client", "100HQ & CO"}, {"BillTo", "200"}});
+  ExpectCells(RowsBy("Client", "OldCliNum")["100"], {{"Client", "100HQ & CO"}, {"BillTo", "200"}});
 }
 
 }  // namespace

@@ -139,10 +139,12 @@ class OrdersTest : public ::testing::Test, public test::OfficeRun {
   }
 
   // One run with the conversion STEPS and the massage MASSAGE (words as --steps and --massage
-  // take them), limited to FILES when given. Returns the run's log lines.
+  // take them), limited to FILES when given, with the preliminary corrections when PRELIMINARY.
+  // Returns the run's log lines.
   std::vector<std::string> Run(const std::vector<app::Step>& steps, const std::vector<app::MassageStep>& massage = {},
-                               const std::vector<std::string>& files = {}) {
+                               const std::vector<std::string>& files = {}, bool preliminary = false) {
     app::FormModel& form = Load().form();
+    form.SetCheck(app::CheckBox::ckbPrelim, preliminary);
     for (app::Step step : steps) form.SetCheck(app::InfoOf(step).check_box, true);
     for (app::MassageStep step : massage) form.SetCheck(app::InfoOf(step).check_box, true);
     if (!massage.empty()) form.SetCheck(app::CheckBox::ckbMassage, true);
