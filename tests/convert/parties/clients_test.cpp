@@ -58,7 +58,7 @@ TEST_F(ClientTest, NamesMergeInTheFirstPassAndEveryNumberGetsARow) {
   EXPECT_TRUE(step.ledger.Complete());
 }
 
-TEST_F(ClientTest, AddressesBillToClientsAndContactsAndASecondRunAddsNothing) {
+TEST_F(ClientTest, AddressesBillToClientsContactsAnotherCodePageAndASecondRunAddsNothing) {
   WriteClients({{.number = "100",
                  .name = "First Savings",
                  .printed_name = "First Savings Bank",
@@ -80,7 +80,10 @@ TEST_F(ClientTest, AddressesBillToClientsAndContactsAndASecondRunAddsNothing) {
                  .addr3 = "Chicago IL",
                  .phone = "555-0000"},
                 {.number = "600", .name = "First Savings", .contact = "Someone Else"},
-                {.number = "700", .name = "Orphan Lender", .bill_to = "999", .street = "3 Elm"}});
+                {.number = "700", .name = "Orphan Lender", .bill_to = "999", .street = "3 Elm"},
+                {.number = "1", .name = "Банк Москва", .printed_name = "Банк Москва", .street = "ул. Ленина 5"},
+                {.number = "2", .name = "банк москва"}},
+               866);
   Run({CheckBox::ckbClient});
 
   auto clients = RowsBy("Client", "Client");
@@ -94,31 +97,23 @@ TEST_F(ClientTest, AddressesBillToClientsAndContactsAndASecondRunAddsNothing) {
   // A bill-to number that names no client: the client is its own bill-to.
   ExpectCells(clients["ORPHAN LENDER"], {{"BillTo", "ORPHAN LENDER"}, {"BilltoAddr", "\r\n3 Elm\r\n\r\n\r\n"}});
   EXPECT_EQ(clients["FIRST SAVINGS 600"]["BillTo"], "FIRST SAVINGS 600");
+  // Names in the table's code page are read and upper-cased.
+  EXPECT_EQ(clients["БАНК МОСКВА"]["ClientAddr"], "БАНК МОСКВА\r\nул. Ленина 5\r\n\r\n\r\n");
+  EXPECT_EQ(clients["БАНК МОСКВА 2"]["OldCliNum"], "2");
 
   auto contacts = RowsBy("ClientContact", "Client");
-  ASSERT_EQ(contacts.size(), 4u);
+  ASSERT_EQ(contacts.size(), 6u);
   ExpectCells(contacts["FIRST SAVINGS"],
               {{"ClientContact", "MARY JONES"}, {"Contact", "Mary Jones"}, {"Phone", "555-1234 12"}, {"Fax", "555-9999"}});
   EXPECT_EQ(contacts["FIRST SAVINGS 600"]["Contact"], "Someone Else");
 
   // A second run over the same target adds nothing.
   Run({CheckBox::ckbClient});
-  EXPECT_EQ(Rows("Client").size(), 4u);
-  EXPECT_EQ(Rows("ClientContact").size(), 4u);
+  EXPECT_EQ(Rows("Client").size(), 6u);
+  EXPECT_EQ(Rows("ClientContact").size(), 6u);
   EXPECT_EQ(StepLedger().count(app::RecordOutcome::Added), 0);
   EXPECT_EQ(StepLines("Begin conversion: Client.mdb").back(),
-            "Formtypes table (standard) conversion complete: 4 records");
-}
-
-TEST_F(ClientTest, NamesInAnotherCodePageAreReadAndUpperCased) {
-  WriteClients({{.number = "1", .name = "Банк Москва", .printed_name = "Банк Москва", .street = "ул. Ленина 5"},
-                {.number = "2", .name = "банк москва"}},
-               866);
-  Run({CheckBox::ckbClient});
-  auto clients = RowsBy("Client", "Client");
-  ASSERT_EQ(clients.size(), 2u);
-  EXPECT_EQ(clients["БАНК МОСКВА"]["ClientAddr"], "БАНК МОСКВА\r\nул. Ленина 5\r\n\r\n\r\n");
-  EXPECT_EQ(clients["БАНК МОСКВА 2"]["OldCliNum"], "2");
+            "Formtypes table (standard) conversion complete: 6 records");
 }
 
 TEST_F(ClientTest, BadRecordsAreReportedByTableAndRecordAndTheRestGoesOn) {
