@@ -24,14 +24,10 @@ TEST_F(OrdersTest, TheInvoiceMassageSetsAmountBalanceAndPaidFlag) {
   Write(office);
   auto lines = Run({Step::Invoice}, {MassageStep::Invoice});
   auto invoices = RowsBy("Invoice", "FileNumber");
-  EXPECT_EQ(invoices["1-A"]["InvoiceAmount"], "0");
-  EXPECT_EQ(invoices["1-A"]["PaidInFull"], "1");
-  EXPECT_EQ(invoices["2-A"]["BalanceDue"], "-50");
-  EXPECT_EQ(invoices["2-A"]["PaidInFull"], "0");
-  EXPECT_EQ(invoices["3-A"]["InvoiceAmount"], "120");  // report fee and the expense slot
-  EXPECT_EQ(invoices["3-A"]["BalanceDue"], "20");
-  EXPECT_EQ(invoices["4-A"]["BalanceDue"], "0");
-  EXPECT_EQ(invoices["4-A"]["PaidInFull"], "1");
+  ExpectCells(invoices["1-A"], {{"InvoiceAmount", "0"}, {"PaidInFull", "1"}});
+  ExpectCells(invoices["2-A"], {{"BalanceDue", "-50"}, {"PaidInFull", "0"}});
+  ExpectCells(invoices["3-A"], {{"InvoiceAmount", "120"}, {"BalanceDue", "20"}});  // report fee and expense slot
+  ExpectCells(invoices["4-A"], {{"BalanceDue", "0"}, {"PaidInFull", "1"}});
   EXPECT_EQ(invoices["5-A"]["PaidInFull"], "0");
 
   std::vector<std::string> expected = {
@@ -83,20 +79,14 @@ TEST_F(OrdersTest, ThePropertyMassageFillsDatesFormsClientsAndAppraisers) {
   auto lines = Run({}, {MassageStep::Property});
 
   auto rows = RowsBy("Property", "FileNumber");
-  test::ExportedRow& first = rows["1-A"];
-  EXPECT_EQ(first["Dateassigned"], "2/3/2015");
-  EXPECT_EQ(first["DateReceived"], "2/3/2015");  // missing, and the inspection date missing too
-  EXPECT_EQ(first["DateDue"], "2/3/2015");
-  EXPECT_EQ(first["DateReviewed"], "3/1/2015");
-  EXPECT_EQ(first["DateClosed"], "1/1/1900");
-  EXPECT_EQ(first["form"], "NONE");  // "NONE" is the form of the form type NONE
-  EXPECT_EQ(first["Client"], "INDIVIDUAL");
-  EXPECT_EQ(first["BillTo"], "INDIVIDUAL");
+  // The received date is missing, and the inspection date too; "NONE" is the form of the form
+  // type NONE.
+  ExpectCells(rows["1-A"], {{"Dateassigned", "2/3/2015"}, {"DateReceived", "2/3/2015"}, {"DateDue", "2/3/2015"},
+                            {"DateReviewed", "3/1/2015"}, {"DateClosed", "1/1/1900"}, {"form", "NONE"},
+                            {"Client", "INDIVIDUAL"}, {"BillTo", "INDIVIDUAL"}});
   // A missing assignment date is 1/1/1900, itself a usable date: it becomes the reference, and
   // the missing inspection date has the received date overwritten with it.
-  EXPECT_EQ(rows["2-A"]["DateReceived"], "1/1/1900");
-  EXPECT_EQ(rows["2-A"]["DateDue"], "1/1/1900");
-  EXPECT_EQ(rows["2-A"]["FormType"], "NONE");
+  ExpectCells(rows["2-A"], {{"DateReceived", "1/1/1900"}, {"DateDue", "1/1/1900"}, {"FormType", "NONE"}});
   // The appraiser an order's payment names is in Appraiser again.
   EXPECT_EQ(RowsBy("Appraiser", "Appraiser").count("Z9"), 1u);
   EXPECT_TRUE(Has(lines, "Property data massage complete: 2 records"));

@@ -12,11 +12,12 @@
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <sstream>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "jet/database.h"
+#include "../expect_cells.h"
 #include "test_support/office_run.h"
 #include "test_support/sample_office.h"
 
@@ -138,10 +139,12 @@ class OrdersTest : public ::testing::Test, public test::OfficeRun {
   }
 
   // One run with the conversion STEPS and the massage MASSAGE (words as --steps and --massage
-  // take them), limited to FILES when given. Returns the run's log lines.
+  // take them), limited to FILES when given, with the preliminary corrections when PRELIMINARY.
+  // Returns the run's log lines.
   std::vector<std::string> Run(const std::vector<app::Step>& steps, const std::vector<app::MassageStep>& massage = {},
-                               const std::vector<std::string>& files = {}) {
+                               const std::vector<std::string>& files = {}, bool preliminary = false) {
     app::FormModel& form = Load().form();
+    form.SetCheck(app::CheckBox::ckbPrelim, preliminary);
     for (app::Step step : steps) form.SetCheck(app::InfoOf(step).check_box, true);
     for (app::MassageStep step : massage) form.SetCheck(app::InfoOf(step).check_box, true);
     if (!massage.empty()) form.SetCheck(app::CheckBox::ckbMassage, true);
@@ -167,6 +170,15 @@ class OrdersTest : public ::testing::Test, public test::OfficeRun {
       rows[key] = row;
     }
     return rows;
+  }
+
+  // The file numbers of the Assigned rows that hold payments (description code 0).
+  std::set<std::string> PaidFileNumbers() const {
+    std::set<std::string> paid;
+    for (auto& [key, row] : RowsBy("Assigned", "FileNumberCodeAppraiser")) {
+      if (row["DescCode"] == "0") paid.insert(row["FileNumber"]);
+    }
+    return paid;
   }
 
   // Writes VALUE into COLUMN of every row of TABLE whose MATCH column holds MATCH_VALUE.

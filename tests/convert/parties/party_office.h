@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <map>
@@ -18,6 +17,7 @@
 #include "app/ledger.h"
 #include "data/context.h"
 #include "foxpro/table_writer.h"
+#include "../expect_cells.h"
 #include "test_support/office_run.h"
 #include "test_support/plain_run.h"
 #include "test_support/sample_office.h"
@@ -52,18 +52,8 @@ struct ClientRecord {
               phone = {}, ext = {}, contact = {}, fax = {}, duns = {};
   bool preferred_billing = false;
   std::vector<foxpro::Value> Values() const {
-    return {Fox(number),
-            Fox(name),
-            Fox(printed_name),
-            Fox(bill_to),
-            Fox(street),
-            Fox(addr2),
-            Fox(addr3),
-            Fox(phone),
-            Fox(ext),
-            Fox(contact),
-            Fox(fax),
-            Fox(duns),
+    return {Fox(number), Fox(name),   Fox(printed_name), Fox(bill_to), Fox(street), Fox(addr2), Fox(addr3),
+            Fox(phone),  Fox(ext),    Fox(contact),      Fox(fax),     Fox(duns),
             FoxLogical(preferred_billing)};
   }
 };
