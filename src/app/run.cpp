@@ -11,6 +11,7 @@
 #include "app/paths.h"
 #include "app/run_changes.h"
 #include "app/run_summary.h"
+#include "common/os.h"
 
 namespace qorvane::app {
 namespace {
@@ -429,6 +430,16 @@ void MainForm::RunSteps() {
     if (step.required_file && !FileExists(session_.Paths.source_folder + step.required_file)) {
       form_.lblRecord.clear();
       AddtoLogFile(step.missing_line);
+      // The old program counts an empty file as a missing one; the office manager needs to
+      // know which it is, since the remedy differs.
+      if (auto there = os::FindCaseInsensitive(session_.Paths.source_folder, step.required_file);
+          there && os::FileSize(*there) == 0u) {
+        std::string empty = *there + " is there but empty (0 bytes): it holds no table, so " + step.caption +
+                            " converted nothing from it. Put it back from a backup of the old program's data, then run "
+                            "this step again.";
+        AddtoLogFile("(" + empty + ")");
+        MsgBox(empty);
+      }
       skip_completion = true;
       form_.Marks[step.images.done] = StepMark::Missing;
     } else {

@@ -146,6 +146,10 @@ const BadInput kBadInputs[] = {
        for (const auto& row : test::MdbExport(o.office(), "Client")) EXPECT_NE(row.at("Client").find("CLIENT "), 0u);
        EXPECT_EQ(Rows(o, "Property"), std::size_t(kOrders));
      }},
+    {"EmptyFormsTable", [](const Office& o) { WriteText(o.table("FORMS.DBF"), ""); },
+     // Counted as missing in the log, as the old program counted it, and said as what it is.
+     {"FORMS.DBF is there but empty (0 bytes): it holds no table, so Form types converted nothing from it"},
+     EveryOrderArrived},
     {"NotADatabaseNamedMdb", [](const Office& o) { WriteText(o.office(), std::string(8192, 'x')); },
      {"Error # 3343 in module AdoConnect: ", "/zul/office.mdb: not an Access database (no Jet header on page 0)"}, nullptr},
     // (An Access 97 file, an .accdb, a password or an encrypted file are refused by the engine
