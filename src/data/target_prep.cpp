@@ -1,6 +1,7 @@
 // Preparing office.mdb (see target_prep.h).
 #include "data/target_prep.h"
 
+#include "common/text.h"
 #include "data/connections.h"
 #include "data/file_numbers.h"
 #include "data/lookups.h"
@@ -53,14 +54,13 @@ struct OrderClear {
   const char* table;
   const char* log_line;
   TargetControl control;
-  const char* listed_table;
 };
 
 constexpr OrderClear kAssigned = {CheckBox::ckbclearapplied, "Assigned", "Assigned table cleared from office.mdb",
-                                  TargetControl::adoassigned, "ASSIGNED"};
+                                  TargetControl::adoassigned};
 constexpr OrderClear kOrderTables[] = {
-    {CheckBox::ckbclearinvoice, "Invoice", "Invoice table cleared from office.mdb", TargetControl::adoinvoice, "INVOICE"},
-    {CheckBox::ckbClearProperty, "Property", "Property table cleared from office.mdb", TargetControl::adoproperty, "PROPERTY"},
+    {CheckBox::ckbclearinvoice, "Invoice", "Invoice table cleared from office.mdb", TargetControl::adoinvoice},
+    {CheckBox::ckbClearProperty, "Property", "Property table cleared from office.mdb", TargetControl::adoproperty},
 };
 
 void ClearWholeTable(Context& context, app::Ledger& ledger, const char* table, const char* log_line) {
@@ -70,25 +70,6 @@ void ClearWholeTable(Context& context, app::Ledger& ledger, const char* table, c
 }
 
 
-// The Assigned rows of the listed numbers. The payments step converts the last listed number
-// only, so the payment rows ("Converted Form Payment", code "0") of the other listed numbers
-// stay: nothing in this run would convert them again. Their expense and assignment rows go.
-app::StepResult DeleteListedAssigned(Context& context, AdoControl& control) {
-  app::StepResult result;
-  const std::vector<std::string>& numbers = context.FileNumbers();
-  const bool payments_converted = context.run().form().Checked(CheckBox::ckbApplied);
-  for (std::size_t i = 0; i < numbers.size(); ++i) {
-    const bool keep_payments = !payments_converted || i + 1 != numbers.size();
-    context.Guard("DeleteListedFileNumbers", [&] {
-      control.RecordSource = "Select * from ASSIGNED where FileNumber='" + MakeFileNumberDashA(numbers[i]) + "'" +
-                             (keep_payments ? " and not (Description='Converted Form Payment' and DescCode='0')" : "");
-      control.Refresh();
-      result.ledger.Merge(ClearData(context, control).ledger);
-    });
-  }
-  return result;
-}
-
 // An order table: whole, or (limited to listed numbers) only their rows, without the whole
 // table's log line; the control then sees its whole table again.
 void ClearOrderTable(Context& context, app::Ledger& ledger, const OrderClear& clear) {
@@ -96,14 +77,10 @@ void ClearOrderTable(Context& context, app::Ledger& ledger, const OrderClear& cl
     ClearWholeTable(context, ledger, clear.table, clear.log_line);
     return;
   }
+  ledger.Merge(DeleteListedFileNumbers(context, clear.table).ledger);
+  // The control sees its table again without the deleted rows.
   AdoControl& control = context.Target(clear.control);
-  std::string bound = control.RecordSource;
-  if (&clear == &kAssigned) {
-    ledger.Merge(DeleteListedAssigned(context, control).ledger);
-  } else {
-    ledger.Merge(DeleteListedFileNumbers(context, control, clear.listed_table).ledger);
-  }
-  context.Guard("ClearSelectedTables", [&] { Rebind(control, bound); });
+  context.Guard("ClearSelectedTables", [&] { Rebind(control, control.RecordSource); });
 }
 
 // Each statement's table and blank column.
@@ -138,14 +115,30 @@ app::StepResult ClearData(Context& context, AdoControl& control) {
   });
 }
 
-app::StepResult DeleteListedFileNumbers(Context& context, AdoControl& control, std::string_view table) {
+app::StepResult DeleteListedFileNumbers(Context& context, std::string_view table_name) {
   app::StepResult result;
-  for (const std::string& number : context.FileNumbers()) {
+  const std::vector<std::string>& numbers = context.FileNumbers();
+  // The payments step converts the last listed number only, so in Assigned the payment rows
+  // ("Converted Form Payment", code "0") of the other listed numbers stay: nothing in this run
+  // would convert them again. Their expense and assignment rows go.
+  const bool assigned = text::UCase(table_name) == "ASSIGNED";
+  const bool payments_converted = context.run().form().Checked(CheckBox::ckbApplied);
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
     context.Guard("DeleteListedFileNumbers", [&] {
-      // The key goes in as built, without SqlQuote, as the office's program did.
-      control.RecordSource = "Select * from " + std::string(table) + " where FileNumber='" + MakeFileNumberDashA(number) + "'";
-      control.Refresh();
-      result.ledger.Merge(ClearData(context, control).ledger);
+      TargetTable& table = context.Table(table_name);
+      const TargetColumn file_number = table.Column("FileNumber");
+      const std::string key = MakeFileNumberDashA(numbers[i]);
+      std::vector<jet::RowId> rows = table.FindAll(file_number, key);
+      if (assigned && (!payments_converted || i + 1 != numbers.size())) {
+        const TargetColumn description = table.Column("Description");
+        const TargetColumn code = table.Column("DescCode");
+        std::erase_if(rows, [&](jet::RowId row) {
+          return table.Text(row, description) == "Converted Form Payment" && table.Text(row, code) == "0";
+        });
+      }
+      DeleteAllRows(table, rows);
+      result.ledger.Tally(app::RecordOutcome::Deleted, static_cast<std::int64_t>(rows.size()),
+                          table.name() + ": the rows of file number " + numbers[i]);
     });
   }
   return result;

@@ -21,7 +21,9 @@ std::int64_t DeleteAllRecords(Context& context, std::string_view table);
 app::StepResult DeleteEmptyFilenumbers(Context& context);
 // Deletes every row of the control's record set.
 app::StepResult ClearData(Context& context, AdoControl& control);
-// Deletes the "-A" rows of the listed file numbers from TABLE.
-app::StepResult DeleteListedFileNumbers(Context& context, AdoControl& control, std::string_view table);
+// Deletes the "-A" rows of the listed file numbers from TABLE, found by their stored key (a
+// look-up per number, no statement); in Assigned the payments this run does not convert again
+// stay.
+app::StepResult DeleteListedFileNumbers(Context& context, std::string_view table);
 
 }  // namespace qorvane::data
