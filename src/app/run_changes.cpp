@@ -1,5 +1,6 @@
 // The confirmation's account of what a run will change (see run_changes.h).
 #include "app/run_changes.h"
+#include "common/text.h"
 
 #include <fmt/format.h>
 
@@ -7,16 +8,6 @@
 
 namespace qorvane::app {
 namespace {
-
-// "a, b and c"
-std::string Joined(const std::vector<std::string>& items) {
-  std::string text;
-  for (std::size_t i = 0; i < items.size(); ++i) {
-    if (i > 0) text += i + 1 == items.size() ? " and " : ", ";
-    text += items[i];
-  }
-  return text;
-}
 
 }  // namespace
 
@@ -47,14 +38,14 @@ std::string RunChangesText(const FormModel& form, const DataPaths& paths, const 
     if (form.Checked(step.check_box)) steps.push_back(step.caption);
   }
   text += steps.empty() ? "- No conversion step is ticked: nothing is converted into " + office + ".\n"
-                        : "- Converts into " + office + ": " + Joined(steps) + ".\n";
+                        : "- Converts into " + office + ": " + qorvane::text::JoinedWithAnd(steps) + ".\n";
   if (form.Checked(CheckBox::ckbMassage)) {
     std::vector<std::string> massage;
     for (const MassageStepInfo& step : MassageSteps()) {
       if (form.Checked(step.check_box)) massage.push_back(step.caption);
     }
     text += "- Then repairs the converted rows (Massage Data)" +
-            (massage.empty() ? std::string(".\n") : ": " + Joined(massage) + ".\n");
+            (massage.empty() ? std::string(".\n") : ": " + qorvane::text::JoinedWithAnd(massage) + ".\n");
   }
 
   // With listed file numbers, the order tables lose only those numbers' rows.
@@ -67,11 +58,11 @@ std::string RunChangesText(const FormModel& form, const DataPaths& paths, const 
   }
   if (cleared.empty() && cleared_listed.empty()) text += "- Empties no table of office.mdb first.\n";
   if (!cleared.empty()) {
-    text += "- EMPTIES these tables of office.mdb first (Clear Data First): " + Joined(cleared) +
+    text += "- EMPTIES these tables of office.mdb first (Clear Data First): " + qorvane::text::JoinedWithAnd(cleared) +
             ". Their rows are deleted before anything is converted.\n";
   }
   if (!cleared_listed.empty()) {
-    text += "- Deletes first the rows of the listed file numbers from " + Joined(cleared_listed) +
+    text += "- Deletes first the rows of the listed file numbers from " + qorvane::text::JoinedWithAnd(cleared_listed) +
             " (Clear Data First); their other rows stay.\n";
   }
 
@@ -102,7 +93,7 @@ std::string RunChangesText(const FormModel& form, const DataPaths& paths, const 
   if (form.lstfilenum.empty()) {
     text += "- Converts every file number.\n";
   } else {
-    text += "- Converts only the file numbers " + Joined(form.lstfilenum) + ", each afresh: their rows in " +
+    text += "- Converts only the file numbers " + qorvane::text::JoinedWithAnd(form.lstfilenum) + ", each afresh: their rows in " +
             office + " are deleted first.";
     if (form.Checked(CheckBox::ckbApplied)) {
       text += " Applied payments are converted for " + form.lstfilenum.back() + " only (the last listed).";

@@ -1,5 +1,6 @@
 // The reconciliation report of a run (see run_summary.h).
 #include "app/run_summary.h"
+#include "common/text.h"
 
 #include <fmt/format.h>
 
@@ -33,16 +34,6 @@ std::string Grouped(std::int64_t number) {
     text += digits[i];
   }
   return number < 0 ? "-" + text : text;
-}
-
-// "a, b and c"
-std::string Joined(const std::vector<std::string>& items) {
-  std::string text;
-  for (std::size_t i = 0; i < items.size(); ++i) {
-    if (i > 0) text += i + 1 == items.size() ? " and " : ", ";
-    text += items[i];
-  }
-  return text;
 }
 
 std::string Plural(std::int64_t count, const char* one, const char* many) {
@@ -117,7 +108,7 @@ Row RowOf(const MainForm::StepReport& report) {
           ledger.count(RecordOutcome::Refused), "", {}};
   std::vector<std::string> tables = ledger.Tables();
   // Rows of office.mdb walked (the massage, the form rows per party) have no .dbf place.
-  row.from = tables.empty() && ledger.read() > 0 ? "office.mdb" : Joined(tables);
+  row.from = tables.empty() && ledger.read() > 0 ? "office.mdb" : qorvane::text::JoinedWithAnd(tables);
   if (report.kind == Kind::ClientKeys) {
     std::int64_t corrections = ClientKeyCorrections(ledger);
     row.read -= corrections;
@@ -169,7 +160,7 @@ std::vector<std::string> NotRun(const MainForm& main_form) {
     for (const MassageStepInfo& step : MassageSteps()) {
       if (form.Checked(step.check_box) && !Ran(main_form, Kind::Massage, step.word)) massage.push_back(step.caption);
     }
-    if (!massage.empty()) missing.push_back("Massage Data (" + Joined(massage) + ")");
+    if (!massage.empty()) missing.push_back("Massage Data (" + qorvane::text::JoinedWithAnd(massage) + ")");
   }
   return missing;
 }
@@ -299,7 +290,7 @@ std::string RunSummaryText(const MainForm& form) {
   for (const std::string& notice : form.RunNotices()) text += notice + "\n";
   if (form.outcome() == RunOutcome::Stopped) {
     std::vector<std::string> missing = NotRun(form);
-    text += missing.empty() ? "Every ticked step had started.\n" : "Not run: " + Joined(missing) + ".\n";
+    text += missing.empty() ? "Every ticked step had started.\n" : "Not run: " + qorvane::text::JoinedWithAnd(missing) + ".\n";
     text += SecondRunText(form) + "\n";
   }
   if (!text.empty()) text += "\n";
@@ -326,7 +317,7 @@ std::string RunSummaryText(const MainForm& form) {
     for (const auto& [table, change] : report.rows_changed) {
       deleted.push_back(table + " " + Plural(-change, "row", "rows"));
     }
-    text += "\n" + report.caption + ": deleted " + Joined(deleted) + ".\n";
+    text += "\n" + report.caption + ": deleted " + qorvane::text::JoinedWithAnd(deleted) + ".\n";
   }
 
   if (!form.RowsBefore().empty()) {

@@ -20,16 +20,6 @@ namespace {
 constexpr const char* kTableLine = "Preliminary data correction to illegal VL ";
 constexpr const char* kCorrectionLine = "VL CORRECTION: illegal ";
 
-// "a, b and c"
-std::string Joined(const std::vector<std::string>& items) {
-  std::string text;
-  for (std::size_t i = 0; i < items.size(); ++i) {
-    if (i > 0) text += i + 1 == items.size() ? " and " : ", ";
-    text += items[i];
-  }
-  return text;
-}
-
 std::string Lower(std::string text) {
   for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   return text;
@@ -81,7 +71,7 @@ std::string CheckSummary(const std::string& text, const std::string& folder,
                (places == 1 ? " place" : " places") + ":\n";
     for (const auto& [before, repair] : repairs) {
       summary += "  " + before + " becomes " + repair.after + " (" +
-                 Joined(std::vector<std::string>(repair.places.begin(), repair.places.end())) + ")\n";
+                 qorvane::text::JoinedWithAnd(std::vector<std::string>(repair.places.begin(), repair.places.end())) + ")\n";
     }
   }
   if (clients.empty()) {

@@ -99,4 +99,13 @@ std::string PadToWidth(std::string_view text, int width) {
   return std::string(LeftChars(padded, static_cast<std::size_t>(width)));
 }
 
+std::string JoinedWithAnd(const std::vector<std::string>& items) {
+  std::string text;
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    if (i > 0) text += i + 1 == items.size() ? " and " : ", ";
+    text += items[i];
+  }
+  return text;
+}
+
 }  // namespace qorvane::text

@@ -8,10 +8,13 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qorvane::text {
 
 std::string_view Trim(std::string_view text);
+// "a, b and c": ITEMS joined as a sentence lists them.
+std::string JoinedWithAnd(const std::vector<std::string>& items);
 std::string UCase(std::string_view text);
 // Trim, then UCase.
 std::string UCaseTrim(std::string_view text);

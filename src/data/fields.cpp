@@ -19,21 +19,6 @@ auto Guarded(DataControl& control, const char* routine, Body&& body) {
   return control.run().Guard(routine, std::forward<Body>(body));
 }
 
-std::string FoxValueText(const foxpro::Value& value) {
-  using Kind = foxpro::Value::Kind;
-  switch (value.kind) {
-    case Kind::Text: return std::string(Trim(foxpro::TrimBlanks(value.text)));
-    case Kind::Number: return foxpro::FormatNumber(value.number);
-    case Kind::Date:
-      if (value.date.empty()) return "";
-      return fmt::format("{}/{}/{}", value.date.month, value.date.day, value.date.year);
-    case Kind::Logical: return value.logical ? "True" : "False";
-    case Kind::Null:
-    case Kind::Binary: return "";
-  }
-  return "";
-}
-
 // "M/D/Y" (or with '-' or '.') split into its three numbers; false when the text is not three
 // numbers.
 bool SepDate(std::string_view text, int& month, int& day, int& year) {

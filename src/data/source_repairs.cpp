@@ -1,5 +1,6 @@
 // The source folder around the repairs (see source_repairs.h).
 #include "data/source_repairs.h"
+#include "common/text.h"
 
 #include <algorithm>
 #include <set>
@@ -18,15 +19,6 @@ namespace {
 
 // Earlier runs named one by one in the confirmation; older ones are counted.
 constexpr std::size_t kRunsNamed = 3;
-
-std::string Joined(const std::vector<std::string>& items) {
-  std::string text;
-  for (std::size_t i = 0; i < items.size(); ++i) {
-    if (i > 0) text += i + 1 == items.size() ? " and " : ", ";
-    text += items[i];
-  }
-  return text;
-}
 
 std::string BaseName(const std::string& path) {
   auto slash = path.rfind('/');
@@ -174,7 +166,7 @@ std::vector<std::string> SourceHistoryLines(const std::string& folder, bool repa
     for (const ClientKeyPlan& plan : plans) keys += plan.run == run ? plan.keys.size() : 0;
     if (tables.empty() && keys == 0) continue;
     std::string line = "The run started " + history.runs[run].start + " repaired " +
-                       (tables.empty() ? std::string("client.dbf") : Joined(tables));
+                       (tables.empty() ? std::string("client.dbf") : qorvane::text::JoinedWithAnd(tables));
     if (keys > 0) line += " (" + std::to_string(keys) + " client keys corrected then are not corrected again)";
     if (!history.runs[run].backups.empty()) {
       line += "; the tables as they were before are in " + folder + history.runs[run].backups.front() + "/";

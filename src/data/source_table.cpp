@@ -37,8 +37,7 @@ foxpro::Value SourceTable::Read(const SourceField& field) const {
   return records().GetValueAt(field.position);
 }
 
-std::string SourceTable::Text(const SourceField& field) const {
-  foxpro::Value value = Read(field);
+std::string FoxValueText(const foxpro::Value& value) {
   using Kind = foxpro::Value::Kind;
   switch (value.kind) {
     case Kind::Text: return std::string(text::Trim(foxpro::TrimBlanks(value.text)));
@@ -52,6 +51,8 @@ std::string SourceTable::Text(const SourceField& field) const {
   }
   return "";
 }
+
+std::string SourceTable::Text(const SourceField& field) const { return FoxValueText(Read(field)); }
 
 std::string SourceTable::Stored(const SourceField& field) const {
   Read(field);  // the same checks and messages as a read

@@ -28,6 +28,10 @@ struct SourceField {
   bool present() const { return position != std::numeric_limits<std::size_t>::max(); }
 };
 
+// A source value as the converters read it (DATgetfield): text trimmed, numbers in plain
+// decimal, dates M/D/YYYY (empty for a blank date), flags True/False, nulls and binary empty.
+std::string FoxValueText(const foxpro::Value& value);
+
 // A view of one source data control (cheap to make; holds only the control). Reading a field
 // needs a bound control standing on a record, and throws qorvane::Error naming the table and
 // the field otherwise, as a missing field does.
